@@ -1,0 +1,66 @@
+set(public_headers
+  Export.h
+  # One header for each class ...
+  FileInfoMac.h
+  FileUtilities.h
+  IErrorReporter.h
+  Logger.h
+  LoggerAgent.h
+  LoggerDefs.h
+  LoggerWorker.h
+  RTimerGarbageCollector.h
+  RegisteredThread.h
+  RegisteredTimer.h
+  # ... and one for each family.
+  Logging.h
+  Settings.h
+  System.h
+  Threading.h
+  Util.h)
+set(NEROLT_PUBLIC_HEADERS ${public_headers})
+list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
+
+add_library(NeroltOrvaneBase SHARED
+  ${public_headers}
+  logging/LogFile.cpp
+  logging/LogLine.cpp
+  logging/Logger.cpp
+  logging/LoggerAgent.cpp
+  logging/LoggerWorker.cpp
+  logging/Rotation.cpp
+  threading/RTimerGarbageCollector.cpp
+  threading/RegisteredThread.cpp
+  threading/RegisteredTimer.cpp
+  util/FileUtilities.cpp)
+add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
+
+# The platform is chosen by file, here and nowhere else.
+if(APPLE)
+  target_sources(NeroltOrvaneBase PRIVATE util/FileInfoMac_mac.mm)
+  target_link_libraries(NeroltOrvaneBase PRIVATE "-framework Foundation")
+else()
+  target_sources(NeroltOrvaneBase PRIVATE
+    util/FileAttributes_linux.cpp
+    util/FileInfoMac_linux.cpp
+    util/FileLock_linux.cpp
+    util/OsRelease.cpp)
+endif()
+
+# The narrowing loops of a log line are written for the vectoriser.
+set_source_files_properties(logging/LogLine.cpp PROPERTIES COMPILE_OPTIONS $<$<NOT:$<CONFIG:Debug>>:-O3>)
+
+target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
+target_compile_definitions(NeroltOrvaneBase PRIVATE QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
+target_include_directories(NeroltOrvaneBase PUBLIC
+  $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+  $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include/NeroltOrvaneBase>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase>)
+target_link_libraries(NeroltOrvaneBase PUBLIC Qt5::Core)
+set_target_properties(NeroltOrvaneBase PROPERTIES
+  CXX_EXTENSIONS OFF
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR})
+nerolt_set_warnings(NeroltOrvaneBase)

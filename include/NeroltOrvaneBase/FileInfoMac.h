@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Export.h"
+#include "FileUtilities.h"
+
+#include <QtCore/QString>
+
+class QDateTime;
+
+/// Major and minor version of an operating system; zero when unknown.
+struct OSVersion
+{
+    qint32 iMajor = 0;
+    qint32 iMinor = 0;
+};
+
+/// The platform's own way to the attributes of one file; FileUtilities is the door to it. Nothing here logs. Different
+/// objects may be used on different threads.
+///
+/// On macOS "locked" is the file's immutable attribute. On Linux it is the inode's immutable flag where the process may
+/// set it; elsewhere locking takes the write bits and notes them in an extended attribute, and unlocking gives exactly
+/// those back. The creation time that was set is kept in an extended attribute too; a file without one has the file
+/// system's birth time.
+class NEROLTORVANEBASE_EXPORT FileInfoMac
+{
+public:
+    explicit FileInfoMac(const QString& path);
+    ~FileInfoMac();
+
+    /// Invalid for an empty path, a missing file or a type that selects nothing.
+    QDateTime GetTime(FileTimeType type);
+    /// False for an empty path, an invalid time, a type that selects nothing, or when the system refuses.
+    bool SetTime(const QDateTime& time, FileTimeType type);
+    /// Locks (true) or unlocks. False for an empty path, a missing file, or when the system refuses.
+    bool SetReadOnlyFlag(bool readOnly);
+
+    /// The version of macOS; on Linux that of the kernel.
+    static OSVersion GetOSVersion();
+
+private:
+    QString iPath;
+};

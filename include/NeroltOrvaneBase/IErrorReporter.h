@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Export.h"
+
+class QString;
+
+/// Implemented by the host, which hears of every error and exception that the log accepts. See
+/// Logger::SetErrorReporter.
+class NEROLTORVANEBASE_EXPORT IErrorReporter
+{
+public:
+    /// Called on the thread that logged, after the line is in the log's buffer, with the code as
+    /// LoggerDefs::ExtraErrorInfoType renders it and the message as the caller gave it (not the formatted line).
+    ///
+    /// The Logger's mutex is held meanwhile: the implementation may log on the same thread, but other threads' warnings
+    /// and errors wait until it returns. It must not create, destroy or wait for threads. An exception is swallowed.
+    virtual void ReportError(const QString& errorCode, const QString& message) = 0;
+
+protected:
+    // Not virtual, so that ReportError keeps the first slot. The library never deletes a reporter.
+    ~IErrorReporter() = default;
+};

@@ -1,0 +1,124 @@
+#pragma once
+
+#include "Export.h"
+#include "LoggerDefs.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMutex>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+
+#include <atomic>
+
+class IErrorReporter;
+class LoggerWorker;
+class QDateTime;
+class RegisteredThread;
+
+/// Filters and formats messages, buffers the lines and hands them to the logging thread.
+///
+/// This is the object behind Logger, which hosts use instead. It lives on the thread that created it; that thread's
+/// event loop drives the timer that hands over idle lines. Unless stated otherwise a function may be called on any
+/// thread but the logging thread, callers serialise their calls as Logger does, and nothing waits for the disk.
+///
+/// A line is "yyyy-MM-dd hh:mm:ss.zzz|code|level|function|message" and a line feed, in local time and UTF-8. Carriage
+/// returns and line feeds inside it are removed; `|` is not escaped.
+///
+/// Lines are handed over when the buffer passes 5000 bytes, or by the first tick of a 5-second timer after 31 seconds
+/// without a new line. While the log is stopped they wait in the buffer, and a buffer that passes 5000 bytes is lost.
+class NEROLTORVANEBASE_EXPORT LoggerAgent : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// A stopped agent with the mask `level`.
+    LoggerAgent(int level, QObject* parent);
+    /// Call StopLogging first: a logging thread that still runs is not stopped.
+    ~LoggerAgent() override;
+
+    /// Writes the message as one line if the mask lets `level` through, then tells the error reporter of an error or
+    /// exception. Waits at most 1000 ms for the buffer, then drops the line. May be called without serialising.
+    void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
+             const QString& msg);
+    /// The same after storing the extras, whatever the mask.
+    void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
+             const QString& msg, int a, int b);
+    void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
+             const QString& msg, int a);
+    void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
+             const QString& msg, const QString& text);
+    void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, unsigned int x,
+             unsigned int y, const char* func, const QString& msg);
+
+    /// Buffers one line whatever the mask. Waits at most 1000 ms for the buffer, then drops the line. May be called
+    /// without serialising.
+    void DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg);
+
+    void SetLevel(int level);
+    int Level() const;
+    /// True when every bit of `level` is in the mask.
+    bool LoggingEnabled(LoggerDefs::LogValues level) const;
+    void SetStackTrace(bool enabled);
+    bool StackLoggingEnabled();
+    /// Not owned; null for nobody.
+    void SetErrorReporter(IErrorReporter* reporter);
+
+    /// Replaces the mask unless it is LoggerDefs::kLockedLevel, and says so in an information line that is handed over
+    /// at once. False when the mask was locked.
+    bool ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg);
+
+    /// Completes the file so far, if any, and starts the logging thread on `path`. Blocks as StopLogging does.
+    void SetLoggerFileName(const QString& path);
+    /// The path given last, empty before.
+    const QString& FileName() const;
+    /// The same, safe to ask while another thread changes it.
+    QString FileNameCopy() const;
+
+    /// Starts the logging thread and the timer; nothing when they run.
+    void StartThread();
+    /// Blocks until the logging thread has written all it was given and the buffer too, then at most 10 seconds for
+    /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well.
+    void StopLogging();
+    /// Hands the buffer to the logging thread and empties it.
+    void SendBufferToThread();
+
+    /// Seconds since 1970-01-01T00:00:00 UTC.
+    static qint64 SecsSinceEpoch(const QDateTime& time);
+
+Q_SIGNALS:
+    /// A batch of lines for the logging thread.
+    void logMessage(const QByteArray& batch);
+    /// The last batch; the emission returns when the worker has written everything.
+    void stopWorker(const QByteArray& batch);
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    Q_DISABLE_COPY(LoggerAgent)
+
+    QString ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
+    QString ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
+    void DebugLine(const char* func, const char* msg);
+    void ConnectWorker();
+    void EndThread();
+    void AdjustTimer();
+    void AdjustTimerHere();
+
+    mutable QMutex iMutex;
+    std::atomic<int> iLevel;
+    int iFirstInt = 0;
+    int iSecondInt = 0;
+    QString iExtraText;
+    QString iFirstHex;
+    QString iSecondHex;
+    IErrorReporter* iErrorReporter = nullptr;
+    RegisteredThread* iThread = nullptr;
+    QString iFileName;
+    QByteArray iBuffer;
+    LoggerWorker* iWorker = nullptr;
+    bool iStackTrace = false;
+    bool iResettingLevel = false;
+    int iTimerId = 0;
+    qint64 iLastLineSecs = 0;
+};

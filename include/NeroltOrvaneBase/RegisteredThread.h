@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Export.h"
+
+#include <QtCore/QList>
+#include <QtCore/QMutex>
+#include <QtCore/QString>
+#include <QtCore/QThread>
+
+#include <atomic>
+
+/// A thread with a name that is listed for its whole life, and with a flag by which its work can be asked to end.
+class NEROLTORVANEBASE_EXPORT RegisteredThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    /// Enters the thread in the list. Any thread may call; may wait for the list.
+    RegisteredThread(QObject* parent, const QString& name) noexcept;
+
+    /// Takes the thread off the list. It neither stops nor waits for a thread that runs: call quit() and wait() first.
+    /// A running one is named in a warning, before QThread ends the process.
+    ~RegisteredThread() noexcept override;
+
+    const QString& Name() const noexcept;
+
+    /// Logs a warning line for each registered thread, in the order of their construction: its name, and whether it
+    /// runs. For the end of the host, to see what is still alive. Any thread may call; the list is locked meanwhile.
+    static void LogThreads() noexcept;
+
+    /// Sets this thread's flag, for good, and logs its name at debug level. Any thread may call.
+    void SetInterrupted() noexcept;
+    /// Whether SetInterrupted was called; for the thread's own work to poll. Any thread may call; never blocks.
+    bool IsInterrupted() const noexcept;
+
+private:
+    Q_DISABLE_COPY(RegisteredThread)
+    // Starting and stopping the log creates and destroys a registered thread while the Logger is locked; the list is
+    // locked first, everywhere.
+    friend class Logger;
+
+    static QList<RegisteredThread*> iThreads;
+    static QMutex iMutex;
+
+    QString iName;
+    std::atomic<bool> iInterrupted;
+};

@@ -1,0 +1,3 @@
+#pragma once
+
+/// Settings kept in INI files: every class of the family.

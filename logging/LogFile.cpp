@@ -1,0 +1,80 @@
+#include "LogFile.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+class Descriptor
+{
+public:
+    // Not blocking, so that a pipe without a reader in the log's place fails to open instead of holding up the log,
+    // and with it whoever stops it. Files know no difference.
+    Descriptor(const QString& path, int flags)
+    {
+        if (path.contains(QChar(0)))
+            return; // the system would take the part before it for the name
+        const QByteArray name = QFile::encodeName(path);
+        do {
+            iDescriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | flags, 0666);
+        } while (iDescriptor < 0 && errno == EINTR);
+    }
+
+    // Nothing can be done about a failing close: what is lost by then is lost.
+    ~Descriptor()
+    {
+        if (IsOpen())
+            ::close(iDescriptor);
+    }
+
+    Q_DISABLE_COPY(Descriptor)
+
+    bool IsOpen() const { return iDescriptor >= 0; }
+
+    // A full disk or a full pipe takes what it can; a batch is not tried again.
+    void Write(const QByteArray& bytes) const
+    {
+        const char* from = bytes.constData();
+        const char* const end = from + bytes.size();
+        while (from != end) {
+            const ssize_t written = ::write(iDescriptor, from, size_t(end - from));
+            if (written > 0)
+                from += written;
+            else if (written == 0 || errno != EINTR)
+                return;
+        }
+    }
+
+    qint64 Size() const
+    {
+        struct stat status = {};
+        return ::fstat(iDescriptor, &status) == 0 ? qint64(status.st_size) : 0;
+    }
+
+private:
+    int iDescriptor = -1;
+};
+
+} // namespace
+
+qint64 LogFile::Append(const QString& path, const QByteArray& bytes)
+{
+    const Descriptor file(path, O_APPEND);
+    if (!file.IsOpen())
+        return -1;
+    file.Write(bytes);
+    return file.Size();
+}
+
+bool LogFile::Replace(const QString& path, const QByteArray& bytes)
+{
+    const Descriptor file(path, O_TRUNC);
+    if (file.IsOpen())
+        file.Write(bytes);
+    return file.IsOpen();
+}

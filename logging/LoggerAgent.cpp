@@ -1,0 +1,323 @@
+#include "LogLine.h"
+
+#include <NeroltOrvaneBase/IErrorReporter.h>
+#include <NeroltOrvaneBase/LoggerAgent.h>
+#include <NeroltOrvaneBase/LoggerWorker.h>
+#include <NeroltOrvaneBase/RegisteredThread.h>
+
+#include <QtCore/QDateTime>
+
+#include <chrono>
+#include <mutex>
+
+namespace {
+
+constexpr std::chrono::milliseconds kLockTimeout(1000);
+constexpr int kBatchBytes = 5000;
+constexpr int kBufferCapacity = kBatchBytes + 1024; // a batch and the line that completes it
+constexpr int kTimerMs = 5000;
+constexpr int kIdleSecs = 31;
+constexpr unsigned long kThreadEndMs = 10000;
+constexpr unsigned int kOwnLinesCode = 30;
+
+constexpr const char* kInformation = "Information";
+
+const char* LevelWord(LoggerDefs::LogValues level)
+{
+    switch (level) {
+    case LoggerDefs::Information:
+        return kInformation;
+    case LoggerDefs::Error:
+        return "Error";
+    case LoggerDefs::Warning:
+        return "Warning";
+    case LoggerDefs::Trace:
+        return "Trace";
+    case LoggerDefs::Exception:
+        return "Exception";
+    case LoggerDefs::Debug:
+        return "Debug";
+    }
+    return nullptr;
+}
+
+QString Joined(unsigned int code, const QString& first)
+{
+    return QString::number(code) + QLatin1Char('_') + first;
+}
+
+QString Joined(unsigned int code, const QString& first, const QString& second)
+{
+    return Joined(code, first) + QLatin1Char('_') + second;
+}
+
+} // namespace
+
+LoggerAgent::LoggerAgent(int level, QObject* parent)
+    : QObject(parent)
+    , iMutex(QMutex::Recursive)
+    , iLevel(level)
+{
+}
+
+LoggerAgent::~LoggerAgent() = default;
+
+void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                      const char* func, const QString& msg)
+{
+    const char* const word = LevelWord(level);
+    if (!word || (level & ~Level()) != 0)
+        return;
+    DoLog(code, func, word, msg);
+    if (level != LoggerDefs::Error && level != LoggerDefs::Exception)
+        return;
+    // The reporter comes last: it may do anything, stopping the log included.
+    if (IErrorReporter* const reporter = iErrorReporter)
+        reporter->ReportError(level == LoggerDefs::Error ? ErrorCodeText(kind, code) : ExceptionCodeText(kind, code),
+                              msg);
+}
+
+void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                      const char* func, const QString& msg, int a, int b)
+{
+    iFirstInt = a;
+    iSecondInt = b;
+    Log(level, kind, code, func, msg);
+}
+
+void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                      const char* func, const QString& msg, int a)
+{
+    iFirstInt = a;
+    Log(level, kind, code, func, msg);
+}
+
+void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                      const char* func, const QString& msg, const QString& text)
+{
+    iExtraText = text;
+    Log(level, kind, code, func, msg);
+}
+
+void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                      unsigned int x, unsigned int y, const char* func, const QString& msg)
+{
+    iFirstHex = QString::number(x, 16);
+    iSecondHex = QString::number(y, 16);
+    Log(level, kind, code, func, msg);
+}
+
+QString LoggerAgent::ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const
+{
+    switch (kind) {
+    case LoggerDefs::SecondIntHex:
+        return Joined(code, QString::number(iSecondInt, 16));
+    case LoggerDefs::BothIntsHexDec:
+        return Joined(code, QString::number(iSecondInt, 16), QString::number(iFirstInt));
+    case LoggerDefs::FirstIntDec:
+        return Joined(code, QString::number(iFirstInt));
+    case LoggerDefs::ExtraText:
+        return Joined(code, iExtraText);
+    case LoggerDefs::TwoUIntsHex:
+        return Joined(code, iFirstHex, iSecondHex);
+    case LoggerDefs::NoExtraInfo:
+        break;
+    }
+    return QString::number(code);
+}
+
+QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const
+{
+    return kind == LoggerDefs::FirstIntDec ? Joined(code, QString::number(iFirstInt)) : QString::number(code);
+}
+
+void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
+{
+    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+    if (!lock)
+        return;
+    if (iBuffer.capacity() < kBufferCapacity)
+        iBuffer.reserve(kBufferCapacity);
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    LogLine::Append(iBuffer, now, code, levelWord, func, msg);
+    iLastLineSecs = now / 1000;
+    if (iBuffer.size() > kBatchBytes || iResettingLevel)
+        SendBufferToThread();
+}
+
+void LoggerAgent::SendBufferToThread()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    QByteArray batch;
+    batch.swap(iBuffer);
+    Q_EMIT logMessage(batch);
+}
+
+void LoggerAgent::DebugLine(const char* func, const char* msg)
+{
+    if (LoggingEnabled(LoggerDefs::Debug))
+        DoLog(kOwnLinesCode, func, "Debug", QLatin1String(msg));
+}
+
+void LoggerAgent::SetLevel(int level)
+{
+    iLevel.store(level, std::memory_order_relaxed);
+}
+
+int LoggerAgent::Level() const
+{
+    return iLevel.load(std::memory_order_relaxed);
+}
+
+bool LoggerAgent::LoggingEnabled(LoggerDefs::LogValues level) const
+{
+    return (Level() & level) == level;
+}
+
+void LoggerAgent::SetStackTrace(bool enabled)
+{
+    iStackTrace = enabled;
+}
+
+bool LoggerAgent::StackLoggingEnabled()
+{
+    return iStackTrace;
+}
+
+void LoggerAgent::SetErrorReporter(IErrorReporter* reporter)
+{
+    iErrorReporter = reporter;
+}
+
+bool LoggerAgent::ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg)
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    const bool locked = Level() == LoggerDefs::kLockedLevel;
+    iResettingLevel = true;
+    if (locked) {
+        DoLog(code, func, kInformation, QStringLiteral("log level is 255 and cannot be reset"));
+    } else if (LoggingEnabled(LoggerDefs::Information)) {
+        DoLog(code, func, kInformation, msg);
+        SetLevel(mask);
+    } else {
+        SetLevel(mask);
+        if (LoggingEnabled(LoggerDefs::Information))
+            DoLog(code, func, kInformation, msg);
+    }
+    iResettingLevel = false;
+    return !locked;
+}
+
+void LoggerAgent::SetLoggerFileName(const QString& path)
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    DebugLine("LoggerAgent::SetLoggerFileName", "Enter");
+    StopLogging();
+    iFileName = path;
+    StartThread();
+}
+
+const QString& LoggerAgent::FileName() const
+{
+    return iFileName;
+}
+
+QString LoggerAgent::FileNameCopy() const
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    return iFileName;
+}
+
+void LoggerAgent::StartThread()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (iThread)
+        return;
+    // A child must live where its parent does.
+    const bool atHome = QThread::currentThread() == thread();
+    iThread = new RegisteredThread(atHome ? this : nullptr, QStringLiteral("logging thread"));
+    if (!atHome)
+        iThread->moveToThread(thread());
+    iWorker = new LoggerWorker(iFileName);
+    iWorker->moveToThread(iThread);
+    ConnectWorker();
+    DebugLine("LoggerAgent::StartThread", "starting timer");
+    AdjustTimer();
+    iThread->start(QThread::InheritPriority);
+}
+
+void LoggerAgent::ConnectWorker()
+{
+    connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
+    connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
+    connect(this, SIGNAL(logMessage(QByteArray)), iWorker, SLOT(onLogMessage(QByteArray)));
+    connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
+            Qt::BlockingQueuedConnection);
+}
+
+void LoggerAgent::StopLogging()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (!iThread)
+        return;
+    Q_EMIT stopWorker(iBuffer);
+    LoggerWorker* const worker = iWorker;
+    iWorker = nullptr;
+    disconnect(this, nullptr, worker, nullptr);
+    EndThread();
+    DebugLine("LoggerAgent::StopLogging", "stopping timer");
+    AdjustTimer();
+}
+
+void LoggerAgent::EndThread()
+{
+    RegisteredThread* const thread = iThread;
+    iThread = nullptr;
+    thread->quit();
+    if (thread->wait(kThreadEndMs)) {
+        thread->disconnect();
+        thread->deleteLater();
+        return;
+    }
+    // QThread ends the process when it is destroyed while it runs, so this one goes when it has finished.
+    if (thread->parent())
+        thread->setParent(nullptr);
+    connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
+    if (thread->isFinished())
+        thread->deleteLater();
+}
+
+// The timer runs exactly while a logging thread does. Only the agent's own thread can start and stop it.
+void LoggerAgent::AdjustTimer()
+{
+    if (QThread::currentThread() == thread())
+        AdjustTimerHere();
+    else
+        QMetaObject::invokeMethod(
+            this, [this] { AdjustTimerHere(); }, Qt::QueuedConnection);
+}
+
+void LoggerAgent::AdjustTimerHere()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (iThread && iTimerId == 0) {
+        iTimerId = startTimer(kTimerMs, Qt::CoarseTimer);
+    } else if (!iThread && iTimerId != 0) {
+        killTimer(iTimerId);
+        iTimerId = 0;
+    }
+}
+
+void LoggerAgent::timerEvent(QTimerEvent*)
+{
+    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+    if (!lock || !iThread || iBuffer.isEmpty())
+        return;
+    if (SecsSinceEpoch(QDateTime::currentDateTime()) - iLastLineSecs >= kIdleSecs)
+        SendBufferToThread();
+}
+
+qint64 LoggerAgent::SecsSinceEpoch(const QDateTime& time)
+{
+    return time.toSecsSinceEpoch();
+}

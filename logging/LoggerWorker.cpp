@@ -1,0 +1,76 @@
+#include "LogFile.h"
+#include "Rotation.h"
+
+#include <NeroltOrvaneBase/FileUtilities.h>
+#include <NeroltOrvaneBase/LoggerWorker.h>
+#include <NeroltOrvaneBase/RegisteredTimer.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+
+LoggerWorker::LoggerWorker(const QString& fileName)
+    : iFileName(fileName)
+{
+}
+
+LoggerWorker::~LoggerWorker()
+{
+    RegisteredTimer::Cleanup(this, false);
+}
+
+void LoggerWorker::onStartWorker()
+{
+    iRunning = true;
+}
+
+void LoggerWorker::onLogMessage(const QByteArray& batch)
+{
+    if (!iRunning)
+        return;
+    iQueue.append(batch);
+    Log(true);
+}
+
+void LoggerWorker::onLog()
+{
+    if (RegisteredTimer* const timer = iPendingWrite) {
+        timer->stop();
+        iPendingWrite = nullptr;
+        RegisteredTimer::CleanupTimer(timer, this);
+    }
+    Log(true);
+}
+
+void LoggerWorker::onStopWorker(const QByteArray& batch)
+{
+    iRunning = false;
+    iQueue.append(batch);
+    while (!iQueue.isEmpty())
+        Log(false);
+}
+
+void LoggerWorker::Log(bool scheduleMore)
+{
+    if (iQueue.isEmpty())
+        return;
+    WriteBatch(iQueue.first());
+    iQueue.removeFirst();
+    if (scheduleMore && !iQueue.isEmpty())
+        iPendingWrite = RegisteredTimer::singleShot(0, this, SLOT(onLog()));
+}
+
+void LoggerWorker::WriteBatch(const QByteArray& batch)
+{
+    const qint64 size = LogFile::Append(iFileName, batch);
+    if (size < 0)
+        return;
+    const QDateTime created = FileUtilities::GetTime(iFileName, FileTimeCreation, false);
+    const QDateTime now = QDateTime::currentDateTime();
+    if (!Rotation::IsDue(size, created, now))
+        return;
+    const QString rotatedPath = Rotation::RotatedPath(iFileName, now);
+    // A file that cannot be moved is emptied all the same, or the log would grow without bounds.
+    QFile::rename(iFileName, rotatedPath);
+    if (LogFile::Replace(iFileName, Rotation::HeaderLine(rotatedPath, now)))
+        FileUtilities::SetTime(iFileName, now, FileTimeCreation, false);
+}

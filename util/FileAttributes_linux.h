@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+
+/// Short texts that are kept with a file, as extended attributes in the user's namespace. Paths are native and not
+/// empty names; links are followed.
+///
+/// Reading an attribute wants the file's read permission and writing its write permission. An owner to whom the mode
+/// denies it has it for the moment of the call.
+namespace FileAttributes {
+
+enum class Result {
+    Done,
+    Absent, ///< the file has no such attribute
+    Unsupported, ///< this file or file system keeps none
+    Failed,
+};
+
+/// Reads into `text`. A text of more than 63 bytes is not ours, and counts as absent.
+Result Read(const QByteArray& path, const char* name, QByteArray& text);
+Result Write(const QByteArray& path, const char* name, const QByteArray& text);
+Result Remove(const QByteArray& path, const char* name);
+
+} // namespace FileAttributes

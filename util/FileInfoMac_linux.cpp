@@ -1,0 +1,123 @@
+#include "FileAttributes_linux.h"
+#include "FileLock_linux.h"
+#include "OsRelease.h"
+
+#include <NeroltOrvaneBase/FileInfoMac.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+
+using FileAttributes::Result;
+
+namespace {
+
+// Holds the creation time that was set, in decimal milliseconds since the epoch: the file system's own cannot be set.
+constexpr const char* kCreationTime = "user.NeroltOrvaneBase.creation";
+
+// Empty, and so the name of no file, for what the system could only take for another name.
+QByteArray NativePath(const QString& path)
+{
+    return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
+}
+
+QDateTime FromStatx(const struct statx& status, unsigned int field, const struct statx_timestamp& time)
+{
+    if ((status.stx_mask & field) == 0)
+        return QDateTime();
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000);
+}
+
+bool Status(const QByteArray& path, struct statx& status)
+{
+    return ::statx(AT_FDCWD, path.constData(), 0, STATX_BTIME | STATX_MTIME, &status) == 0;
+}
+
+QDateTime ModificationTime(const QByteArray& path)
+{
+    struct statx status = {};
+    return Status(path, status) ? FromStatx(status, STATX_MTIME, status.stx_mtime) : QDateTime();
+}
+
+QDateTime CreationTime(const QByteArray& path)
+{
+    QByteArray text;
+    if (FileAttributes::Read(path, kCreationTime, text) == Result::Done) {
+        bool isNumber = false;
+        const qint64 msecs = text.toLongLong(&isNumber);
+        if (isNumber)
+            return QDateTime::fromMSecsSinceEpoch(msecs);
+    }
+    struct statx status = {};
+    return Status(path, status) ? FromStatx(status, STATX_BTIME, status.stx_btime) : QDateTime();
+}
+
+bool SetModificationTime(const QByteArray& path, qint64 msecs)
+{
+    qint64 seconds = msecs / 1000;
+    qint64 rest = msecs % 1000;
+    if (rest < 0) { // before 1970
+        rest += 1000;
+        --seconds;
+    }
+    struct timespec times[2] = {};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = time_t(seconds);
+    times[1].tv_nsec = long(rest * 1000000);
+    return ::utimensat(AT_FDCWD, path.constData(), times, 0) == 0;
+}
+
+bool SetCreationTime(const QByteArray& path, qint64 msecs)
+{
+    return FileAttributes::Write(path, kCreationTime, QByteArray::number(msecs)) == Result::Done;
+}
+
+} // namespace
+
+FileInfoMac::FileInfoMac(const QString& path)
+    : iPath(path)
+{
+}
+
+FileInfoMac::~FileInfoMac() = default;
+
+QDateTime FileInfoMac::GetTime(FileTimeType type)
+{
+    switch (type) {
+    case FileTimeCreation:
+        return CreationTime(NativePath(iPath));
+    case FileTimeModification:
+    case FileTimeWrite:
+        return ModificationTime(NativePath(iPath));
+    }
+    return QDateTime();
+}
+
+bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)
+{
+    if (!time.isValid())
+        return false;
+    switch (type) {
+    case FileTimeCreation:
+        return SetCreationTime(NativePath(iPath), time.toMSecsSinceEpoch());
+    case FileTimeModification:
+    case FileTimeWrite:
+        return SetModificationTime(NativePath(iPath), time.toMSecsSinceEpoch());
+    }
+    return false;
+}
+
+bool FileInfoMac::SetReadOnlyFlag(bool readOnly)
+{
+    const QByteArray path = NativePath(iPath);
+    return readOnly ? FileLock::Lock(path) : FileLock::Unlock(path);
+}
+
+OSVersion FileInfoMac::GetOSVersion()
+{
+    struct utsname names = {};
+    return ::uname(&names) == 0 ? ParseOsRelease(names.release) : OSVersion();
+}

@@ -1,0 +1,111 @@
+#include "FileLock_linux.h"
+
+#include "FileAttributes_linux.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using FileAttributes::Result;
+
+namespace {
+
+// Holds, in octal, the write bits that locking took.
+constexpr const char* kTakenBits = "user.NeroltOrvaneBase.locked";
+constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
+constexpr mode_t kModeBits = 07777;
+
+bool SetImmutable(const QByteArray& path, bool immutable)
+{
+    const int file = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    int flags = 0;
+    bool done = ::ioctl(file, FS_IOC_GETFLAGS, &flags) == 0;
+    if (done) {
+        flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+        done = ::ioctl(file, FS_IOC_SETFLAGS, &flags) == 0;
+    }
+    ::close(file);
+    return done;
+}
+
+bool IsImmutable(const QByteArray& path)
+{
+    struct statx status = {};
+    return ::statx(AT_FDCWD, path.constData(), 0, STATX_TYPE, &status) == 0
+        && (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+}
+
+bool SetMode(const QByteArray& path, mode_t mode)
+{
+    return ::chmod(path.constData(), mode & kModeBits) == 0;
+}
+
+Result ReadTakenBits(const QByteArray& path, mode_t& bits)
+{
+    QByteArray text;
+    const Result result = FileAttributes::Read(path, kTakenBits, text);
+    bits = mode_t(text.toUInt(nullptr, 8)) & kWriteBits;
+    return result;
+}
+
+// Notes the bits before it takes them: afterwards the file could not be written to any more.
+bool TakeWriteBits(const QByteArray& path, mode_t mode)
+{
+    mode_t noted = 0;
+    const bool lockedBefore = ReadTakenBits(path, noted) == Result::Done;
+    const mode_t present = mode & kWriteBits;
+    if (present != 0) {
+        const Result note = FileAttributes::Write(path, kTakenBits, QByteArray::number(present | noted, 8));
+        if (note == Result::Failed)
+            return false;
+    }
+    if (SetMode(path, mode & ~kWriteBits))
+        return true;
+    if (lockedBefore)
+        FileAttributes::Write(path, kTakenBits, QByteArray::number(noted, 8));
+    else
+        FileAttributes::Remove(path, kTakenBits);
+    return false;
+}
+
+bool GiveWriteBitsBack(const QByteArray& path, mode_t mode)
+{
+    mode_t noted = 0;
+    switch (ReadTakenBits(path, noted)) {
+    case Result::Done:
+        return SetMode(path, mode | noted) && FileAttributes::Remove(path, kTakenBits) == Result::Done;
+    case Result::Absent:
+        return true;
+    case Result::Unsupported:
+        return (mode & kWriteBits) != 0 || SetMode(path, mode | S_IWUSR);
+    case Result::Failed:
+        break;
+    }
+    return false;
+}
+
+} // namespace
+
+bool FileLock::Lock(const QByteArray& path)
+{
+    struct stat status = {};
+    if (::stat(path.constData(), &status) != 0)
+        return false;
+    // Anything else, a device say, could come to life when it is opened.
+    const bool mayCarryFlag = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+    if (mayCarryFlag && (IsImmutable(path) || SetImmutable(path, true)))
+        return true;
+    return TakeWriteBits(path, status.st_mode);
+}
+
+bool FileLock::Unlock(const QByteArray& path)
+{
+    if (IsImmutable(path) && !SetImmutable(path, false))
+        return false;
+    struct stat status = {};
+    return ::stat(path.constData(), &status) == 0 && GiveWriteBitsBack(path, status.st_mode);
+}

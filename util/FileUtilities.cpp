@@ -1,0 +1,74 @@
+#include <NeroltOrvaneBase/FileInfoMac.h>
+#include <NeroltOrvaneBase/FileUtilities.h>
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+namespace {
+
+bool IsLevelOn(LoggerDefs::LogValues level)
+{
+    return (Logger::GetInstance()->GetLevel() & level) != 0;
+}
+
+// Whether there is a file that nobody holds open through the object at hand, as is always so for a fresh one.
+bool IsUsable(const QString& path, const char* func, bool logIt)
+{
+    const QFile file(path);
+    const bool exists = file.exists();
+    if (logIt && IsLevelOn(LoggerDefs::Trace))
+        Logger::LogTrace(func, QLatin1String("The file exists: ") + QString::number(int(exists)));
+    return !file.isOpen() && exists;
+}
+
+} // namespace
+
+bool FileUtilities::SetReadOnlyFlag(const QString& path, bool readOnly)
+{
+    constexpr const char* func = "FileUtilities::SetReadOnlyFlag";
+    const QString flag = QString::number(int(readOnly));
+    if (IsLevelOn(LoggerDefs::Debug))
+        Logger::LogDebug(func, QLatin1String("Path: ") + path + QLatin1String(", flag: ") + flag);
+    const bool done = FileInfoMac(path).SetReadOnlyFlag(readOnly);
+    if (!done && IsLevelOn(LoggerDefs::Warning))
+        Logger::LogWarning(func, QLatin1String("Failed to reset readonly flag value ") + flag);
+    return done;
+}
+
+bool FileUtilities::SetTime(const QString& path, const QDateTime& time, FileTimeType type, bool logIt)
+{
+    return IsUsable(path, "FileUtilities::SetTime", logIt) && FileInfoMac(path).SetTime(time, type);
+}
+
+QDateTime FileUtilities::GetTime(const QString& path, FileTimeType type, bool logIt)
+{
+    // The back end answers for a missing file itself; asking twice would show in each batch that the log writes.
+    if (logIt && !IsUsable(path, "FileUtilities::GetTime", logIt))
+        return QDateTime();
+    return FileInfoMac(path).GetTime(type);
+}
+
+void FileUtilities::ResetReadonlyFlags(const QString& path)
+{
+    constexpr const char* func = "ResetReadonlyFlags";
+    const QFileInfo info(path);
+    if (!info.isWritable()) {
+        if (IsLevelOn(LoggerDefs::Trace))
+            Logger::LogTrace(func, QStringLiteral("file is not writable 0, resetting"));
+        SetReadOnlyFlag(path, false);
+    }
+    if (!info.isFile())
+        return;
+    const QFile::Permissions permissions = info.permissions();
+    if (IsLevelOn(LoggerDefs::Trace))
+        Logger::LogTrace(func, QLatin1String("permissions ") + QString::number(uint(permissions)));
+    constexpr QFile::Permissions ownerReadWrite = QFile::ReadOwner | QFile::WriteOwner;
+    if ((permissions & ownerReadWrite) == ownerReadWrite)
+        return;
+    if (IsLevelOn(LoggerDefs::Trace))
+        Logger::LogTrace(func, QLatin1String("Setting file ") + path + QLatin1String(" read/write "));
+    // A refusal stays visible in the file itself.
+    QFile(path).setPermissions(ownerReadWrite | QFile::ReadUser | QFile::ReadGroup | QFile::ReadOther);
+}
