@@ -1,0 +1,315 @@
+#include "logging/LogLine.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QRegExp>
+#include <QtCore/QThread>
+#include <QtTest/QtTest>
+
+#include <ctime>
+#include <random>
+
+namespace {
+
+// The line as the framework's own calls make it: the reference for every byte.
+QByteArray Reference(qint64 msecs, unsigned int code, const char* word, const char* func, const QString& msg)
+{
+    const QString text = QLatin1Char('|') + QString::number(code) + QLatin1Char('|') + QString::fromUtf8(word)
+        + QLatin1Char('|') + QString::fromUtf8(func) + QLatin1Char('|') + msg;
+    QString body = text;
+    body.replace(QRegExp(QStringLiteral("[\r\n]")), QString());
+    const QString stamp = QDateTime::fromMSecsSinceEpoch(msecs).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
+    return stamp.toUtf8() + body.toUtf8() + "\n";
+}
+
+QByteArray Line(qint64 msecs, unsigned int code, const char* word, const char* func, const QString& msg)
+{
+    QByteArray buffer;
+    LogLine::Append(buffer, msecs, code, word, func, msg);
+    return buffer;
+}
+
+qint64 Msecs(const char* isoTime)
+{
+    return QDateTime::fromString(QString::fromLatin1(isoTime), Qt::ISODateWithMs).toMSecsSinceEpoch();
+}
+
+void SetZone(const char* zone, bool tellLibrary = true)
+{
+    qputenv("TZ", zone);
+    if (tellLibrary)
+        ::tzset();
+}
+
+QString FromUnits(std::initializer_list<ushort> units)
+{
+    QString text;
+    for (const ushort unit : units)
+        text += QChar(unit);
+    return text;
+}
+
+} // namespace
+
+class tst_LogLine : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { SetZone("UTC"); }
+
+    void theExampleOfTheFormat()
+    {
+        QCOMPARE(Line(Msecs("2024-03-05T14:07:09.042"), 30, "Warning", "SystemConfig::GetPath",
+                      QStringLiteral("folder missing")),
+                 QByteArray("2024-03-05 14:07:09.042|30|Warning|SystemConfig::GetPath|folder missing\n"));
+    }
+
+    void code_data()
+    {
+        QTest::addColumn<unsigned int>("code");
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("zero") << 0U << QByteArray("0");
+        QTest::newRow("one digit") << 7U << QByteArray("7");
+        QTest::newRow("beyond a signed int") << 2147483648U << QByteArray("2147483648");
+        QTest::newRow("largest") << 4294967295U << QByteArray("4294967295");
+    }
+    void code()
+    {
+        QFETCH(unsigned int, code);
+        QFETCH(QByteArray, text);
+        QCOMPARE(Line(0, code, "Error", "F", QStringLiteral("m")), "1970-01-01 00:00:00.000|" + text + "|Error|F|m\n");
+    }
+
+    void time_data()
+    {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<qint64>("msecs");
+        QTest::newRow("epoch") << QByteArray("UTC") << qint64(0);
+        QTest::newRow("millisecond before the epoch") << QByteArray("UTC") << qint64(-1);
+        QTest::newRow("second before the epoch") << QByteArray("UTC") << qint64(-1000);
+        QTest::newRow("last millisecond of a day") << QByteArray("UTC") << Msecs("2024-02-29T23:59:59.999Z");
+        QTest::newRow("midnight") << QByteArray("UTC") << Msecs("2024-03-01T00:00:00.000Z");
+        QTest::newRow("east of Greenwich") << QByteArray("Asia/Kathmandu") << Msecs("2024-03-01T12:00:00.005Z");
+        QTest::newRow("west of Greenwich") << QByteArray("America/St_Johns") << Msecs("2024-03-01T01:00:00.050Z");
+        QTest::newRow("summer time") << QByteArray("Europe/Berlin") << Msecs("2024-07-01T12:00:00.500Z");
+        QTest::newRow("last second before summer time")
+            << QByteArray("Europe/Berlin") << Msecs("2024-03-31T00:59:59.999Z");
+        QTest::newRow("first second of summer time")
+            << QByteArray("Europe/Berlin") << Msecs("2024-03-31T01:00:00.000Z");
+        QTest::newRow("hour that comes twice, first")
+            << QByteArray("Europe/Berlin") << Msecs("2024-10-27T00:30:00.000Z");
+        QTest::newRow("hour that comes twice, second")
+            << QByteArray("Europe/Berlin") << Msecs("2024-10-27T01:30:00.000Z");
+        QTest::newRow("beyond 32 bits") << QByteArray("Europe/Berlin") << Msecs("2039-07-01T12:00:00.000Z");
+        QTest::newRow("last second of year 9999") << QByteArray("UTC") << Msecs("9999-12-31T23:59:59.999Z");
+    }
+    void time()
+    {
+        QFETCH(QByteArray, zone);
+        QFETCH(qint64, msecs);
+        SetZone(zone.constData());
+        const QString msg = QStringLiteral("m");
+        QCOMPARE(Line(msecs, 1, "Error", "F", msg), Reference(msecs, 1, "Error", "F", msg));
+    }
+
+    void consecutiveLines_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<QByteArray>("second");
+        QTest::newRow("same millisecond")
+            << QByteArray("2024-03-05T14:07:09.042") << QByteArray("2024-03-05T14:07:09.042");
+        QTest::newRow("same second") << QByteArray("2024-03-05T14:07:09.042") << QByteArray("2024-03-05T14:07:09.999");
+        QTest::newRow("next second") << QByteArray("2024-03-05T14:07:09.999") << QByteArray("2024-03-05T14:07:10.000");
+        QTest::newRow("across midnight and the year")
+            << QByteArray("2024-12-31T23:59:59.999") << QByteArray("2025-01-01T00:00:00.000");
+        QTest::newRow("clock set back a second")
+            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-03-05T14:07:09.500");
+        QTest::newRow("clock set back a day")
+            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-03-04T14:07:10.500");
+        QTest::newRow("clock set forth a month")
+            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-04-05T14:07:10.500");
+    }
+    void consecutiveLines()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, second);
+        QByteArray buffer;
+        LogLine::Append(buffer, Msecs(first.constData()), 1, "Error", "F", QStringLiteral("m"));
+        LogLine::Append(buffer, Msecs(second.constData()), 1, "Error", "F", QStringLiteral("m"));
+        QCOMPARE(buffer, first.replace('T', ' ') + "|1|Error|F|m\n" + second.replace('T', ' ') + "|1|Error|F|m\n");
+    }
+
+    void zoneChangesWithinASecond()
+    {
+        const qint64 msecs = Msecs("2024-03-05T14:07:09.042Z");
+        QCOMPARE(Line(msecs, 1, "Error", "F", QString()), QByteArray("2024-03-05 14:07:09.042|1|Error|F|\n"));
+        SetZone("Asia/Kathmandu");
+        QCOMPARE(Line(msecs + 1, 1, "Error", "F", QString()), QByteArray("2024-03-05 19:52:09.043|1|Error|F|\n"));
+        SetZone("America/New_York");
+        QCOMPARE(Line(msecs + 2, 1, "Error", "F", QString()), QByteArray("2024-03-05 09:07:09.044|1|Error|F|\n"));
+    }
+
+    void zoneOfTheSameOffsetAndOtherName()
+    {
+        const qint64 msecs = Msecs("2024-07-05T14:07:09.000Z");
+        SetZone("EST5");
+        QCOMPARE(Line(msecs, 1, "Error", "F", QString()), QByteArray("2024-07-05 09:07:09.000|1|Error|F|\n"));
+        SetZone("XST5XDT,M3.2.0,M11.1.0");
+        QCOMPARE(Line(msecs, 1, "Error", "F", QString()), QByteArray("2024-07-05 10:07:09.000|1|Error|F|\n"));
+    }
+
+    void zoneThatOnlyTheEnvironmentKnowsHoldsFromTheNextSecond()
+    {
+        const qint64 msecs = Msecs("2024-03-05T14:07:09.042Z");
+        Line(msecs, 1, "Error", "F", QString());
+        SetZone("Asia/Kathmandu", false);
+        QCOMPARE(Line(msecs + 1000, 1, "Error", "F", QString()), QByteArray("2024-03-05 19:52:10.042|1|Error|F|\n"));
+    }
+
+    void eachThreadRendersTheSame()
+    {
+        const qint64 msecs = Msecs("2024-03-05T14:07:09.042Z");
+        const QByteArray here = Line(msecs, 1, "Error", "F", QString());
+        QByteArray there;
+        QScopedPointer<QThread> thread(QThread::create([&] { there = Line(msecs, 1, "Error", "F", QString()); }));
+        thread->start();
+        QVERIFY(thread->wait());
+        QCOMPARE(there, here);
+    }
+
+    void text_data()
+    {
+        QTest::addColumn<QByteArray>("func");
+        QTest::addColumn<QString>("msg");
+        QTest::addColumn<QByteArray>("body");
+
+        QTest::newRow("both empty") << QByteArray("") << QString() << QByteArray("||");
+        QTest::newRow("bars are not escaped") << QByteArray("a|b") << QStringLiteral("c|d") << QByteArray("|a|b|c|d");
+        QTest::newRow("CR LF inside") << QByteArray("F") << QStringLiteral("a\r\nb") << QByteArray("|F|ab");
+        QTest::newRow("only breaks") << QByteArray("\r\n") << QStringLiteral("\n\r\n") << QByteArray("||");
+        QTest::newRow("breaks at the ends") << QByteArray("\nF\r") << QStringLiteral("\rm\n") << QByteArray("|F|m");
+        QTest::newRow("other control characters stay")
+            << QByteArray("F\t") << QStringLiteral("a\tb\v\f\x1b") << QByteArray("|F\t|a\tb\v\f\x1b");
+        QTest::newRow("NUL stays") << QByteArray("F") << QString(QChar(0)) + QLatin1Char('x')
+                                   << QByteArray("|F|\0x", 5);
+        QTest::newRow("other line separators stay") << QByteArray("F") << FromUnits({0x85, 0x2028, 0x2029})
+                                                    << QByteArray("|F|\xc2\x85\xe2\x80\xa8\xe2\x80\xa9");
+        QTest::newRow("template marks stay")
+            << QByteArray("%3%4") << QStringLiteral("%1 %2") << QByteArray("|%3%4|%1 %2");
+        QTest::newRow("last of one byte") << QByteArray("F") << FromUnits({0x7f}) << QByteArray("|F|\x7f");
+        QTest::newRow("first of two bytes") << QByteArray("F") << FromUnits({0x80}) << QByteArray("|F|\xc2\x80");
+        QTest::newRow("last of two bytes") << QByteArray("F") << FromUnits({0x7ff}) << QByteArray("|F|\xdf\xbf");
+        QTest::newRow("first of three bytes") << QByteArray("F") << FromUnits({0x800}) << QByteArray("|F|\xe0\xa0\x80");
+        QTest::newRow("last of three bytes") << QByteArray("F") << FromUnits({0xffff}) << QByteArray("|F|\xef\xbf\xbf");
+        QTest::newRow("first pair") << QByteArray("F") << FromUnits({0xd800, 0xdc00})
+                                    << QByteArray("|F|\xf0\x90\x80\x80");
+        QTest::newRow("last pair") << QByteArray("F") << FromUnits({0xdbff, 0xdfff})
+                                   << QByteArray("|F|\xf4\x8f\xbf\xbf");
+        QTest::newRow("lone high surrogate") << QByteArray("F") << FromUnits({0xd83d, 'x'}) << QByteArray("|F|?x");
+        QTest::newRow("lone low surrogate") << QByteArray("F") << FromUnits({0xde00, 'x'}) << QByteArray("|F|?x");
+        QTest::newRow("high surrogate at the end")
+            << QByteArray("F") << FromUnits({'x', 0xd83d}) << QByteArray("|F|x?");
+        QTest::newRow("two high surrogates, one low")
+            << QByteArray("F") << FromUnits({0xd83d, 0xd83d, 0xde00}) << QByteArray("|F|?\xf0\x9f\x98\x80");
+        QTest::newRow("surrogates in the wrong order")
+            << QByteArray("F") << FromUnits({0xde00, 0xd83d}) << QByteArray("|F|??");
+        QTest::newRow("pair parted by line breaks")
+            << QByteArray("F") << FromUnits({0xd83d, '\r', '\n', 0xde00}) << QByteArray("|F|\xf0\x9f\x98\x80");
+        QTest::newRow("high surrogate, break, other")
+            << QByteArray("F") << FromUnits({0xd83d, '\n', 'x'}) << QByteArray("|F|?x");
+        QTest::newRow("high surrogate, break, end")
+            << QByteArray("F") << FromUnits({0xd83d, '\n'}) << QByteArray("|F|?");
+        QTest::newRow("UTF-8 in the function's name") << QByteArray("Gr\xc3\xb6\xc3\x9f"
+                                                                    "e")
+                                                      << QString()
+                                                      << QByteArray("|Gr\xc3\xb6\xc3\x9f"
+                                                                    "e|");
+        QTest::newRow("bytes that are no UTF-8 in the function's name") << QByteArray("a\xff"
+                                                                                      "b")
+                                                                        << QString()
+                                                                        << QByteArray("|a\xef\xbf\xbd"
+                                                                                      "b|");
+        QTest::newRow("break and UTF-8 in the function's name")
+            << QByteArray("\xc3\xb6\r\nx") << QString() << QByteArray("|\xc3\xb6x|");
+        QTest::newRow("other character after a long plain run")
+            << QByteArray("F") << QString(100, QLatin1Char('a')) + QChar(0xe4)
+            << "|F|" + QByteArray(100, 'a') + "\xc3\xa4";
+        QTest::newRow("break after a long plain run")
+            << QByteArray("F") << QString(100, QLatin1Char('a')) + QLatin1Char('\n') + QLatin1Char('b')
+            << "|F|" + QByteArray(100, 'a') + "b";
+    }
+    void text()
+    {
+        QFETCH(QByteArray, func);
+        QFETCH(QString, msg);
+        QFETCH(QByteArray, body);
+        QCOMPARE(Line(0, 5, "Debug", func.constData(), msg), "1970-01-01 00:00:00.000|5|Debug" + body + "\n");
+        QCOMPARE(Line(0, 5, "Debug", func.constData(), msg), Reference(0, 5, "Debug", func.constData(), msg));
+    }
+
+    void nullTexts()
+    {
+        QCOMPARE(Line(0, 5, nullptr, nullptr, QString()), QByteArray("1970-01-01 00:00:00.000|5|||\n"));
+    }
+
+    void breaksInTheLevelWord()
+    {
+        QCOMPARE(Line(0, 5, "De\r\nbug", "F", QString()), QByteArray("1970-01-01 00:00:00.000|5|Debug|F|\n"));
+    }
+
+    void appendsToWhatIsThere()
+    {
+        QByteArray buffer("first\n");
+        LogLine::Append(buffer, 0, 5, "Debug", "F", QStringLiteral("m"));
+        QCOMPARE(buffer, QByteArray("first\n1970-01-01 00:00:00.000|5|Debug|F|m\n"));
+    }
+
+    void leavesCopiesAlone()
+    {
+        QByteArray buffer("first\n");
+        const QByteArray copy = buffer;
+        LogLine::Append(buffer, 0, 5, "Debug", "F", QStringLiteral("m"));
+        QCOMPARE(copy, QByteArray("first\n"));
+    }
+
+    void keepsTheCapacityForPlainLines()
+    {
+        QByteArray buffer;
+        buffer.reserve(200);
+        const char* const before = buffer.constData();
+        LogLine::Append(buffer, 0, 5, "Debug", "F", QString(150, QLatin1Char('m')));
+        QCOMPARE(buffer.constData(), before);
+    }
+
+    void megabytes()
+    {
+        const QString plain(3000000, QLatin1Char('p'));
+        QCOMPARE(Line(0, 5, "Debug", "F", plain), Reference(0, 5, "Debug", "F", plain));
+        const QString wide(3000000, QChar(0x20ac));
+        QCOMPARE(Line(0, 5, "Debug", "F", wide), Reference(0, 5, "Debug", "F", wide));
+    }
+
+    void anyTextAsTheFrameworkHasIt()
+    {
+        // Units drawn from the edges of every encoding length, so that all neighbours meet.
+        const ushort edges[] = {0,      'a',    '\r',   '\n',   '|',    '%',    0x7f,   0x80,   0x7ff, 0x800,
+                                0xd7ff, 0xd800, 0xdbff, 0xdc00, 0xdfff, 0xe000, 0xfeff, 0xfffe, 0xffff};
+        std::mt19937 random(20240305);
+        for (int round = 0; round < 20000; ++round) {
+            QString msg;
+            const int size = int(random() % 24);
+            for (int i = 0; i < size; ++i)
+                msg += QChar(edges[random() % (sizeof edges / sizeof *edges)]);
+            QByteArray func;
+            for (int i = 0; i < int(random() % 8); ++i)
+                func += char(random() % 255 + 1);
+            QCOMPARE(Line(round, 5, "Debug", func.constData(), msg),
+                     Reference(round, 5, "Debug", func.constData(), msg));
+        }
+    }
+};
+
+NEROLT_TEST_MAIN(tst_LogLine)
+
+#include "tst_LogLine.moc"

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QStringList>
+#include <QtTest/QTest>
+
+#include <functional>
+
+/// What every test program shares: a scratch folder of its own, which is the home and the current folder while it runs
+/// and is removed afterwards, and scenarios that run in a process of their own.
+namespace TestSupport {
+
+/// The scratch folder of this process.
+QString Scratch();
+
+/// A scenario: a function that the test program runs in a fresh process. Define it at file scope.
+class Scenario
+{
+public:
+    /// The function gets the arguments given to RunScenario and returns the exit code.
+    Scenario(const char* name, std::function<int(const QStringList&)> run);
+};
+
+struct ScenarioResult
+{
+    bool iTimedOut = false;
+    bool iCrashed = false;
+    int iExitCode = -1;
+    QByteArray iStdout;
+    QByteArray iStderr;
+    QDir iFolder; ///< the current folder of the process, fresh, left in place for the test to look at
+
+    /// For QVERIFY2: ended by itself with exit code 0.
+    bool IsOk() const { return !iTimedOut && !iCrashed && iExitCode == 0; }
+    QByteArray Describe() const;
+};
+
+/// Runs this program again for one scenario and waits for its end, killing it after a minute.
+ScenarioResult RunScenario(const char* name, const QStringList& arguments = {});
+
+int Main(int argc, char** argv, const std::function<int(int, char**)>& runTests);
+
+} // namespace TestSupport
+
+#define NEROLT_TEST_MAIN(TestClass)                                                                                    \
+    int main(int argc, char** argv)                                                                                    \
+    {                                                                                                                  \
+        return TestSupport::Main(argc, argv, [](int count, char** arguments) {                                         \
+            TestClass test;                                                                                            \
+            return QTest::qExec(&test, count, arguments);                                                              \
+        });                                                                                                            \
+    }
