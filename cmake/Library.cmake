@@ -22,6 +22,7 @@ list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 
 add_library(NeroltOrvaneBase SHARED
   ${public_headers}
+  logging/BatchPool.cpp
   logging/LogFile.cpp
   logging/LogLine.cpp
   logging/Logger.cpp
@@ -36,10 +37,11 @@ add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 
 # The platform is chosen by file, here and nowhere else.
 if(APPLE)
-  target_sources(NeroltOrvaneBase PRIVATE util/FileInfoMac_mac.mm)
+  target_sources(NeroltOrvaneBase PRIVATE logging/FreeMemory_mac.cpp util/FileInfoMac_mac.mm)
   target_link_libraries(NeroltOrvaneBase PRIVATE "-framework Foundation")
 else()
   target_sources(NeroltOrvaneBase PRIVATE
+    logging/FreeMemory_linux.cpp
     util/FileAttributes_linux.cpp
     util/FileInfoMac_linux.cpp
     util/FileLock_linux.cpp

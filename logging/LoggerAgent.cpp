@@ -1,3 +1,4 @@
+#include "BatchPool.h"
 #include "LogLine.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -14,7 +15,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kLockTimeout(1000);
 constexpr int kBatchBytes = 5000;
-constexpr int kBufferCapacity = kBatchBytes + 1024; // a batch and the line that completes it
 constexpr int kTimerMs = 5000;
 constexpr int kIdleSecs = 31;
 constexpr unsigned long kThreadEndMs = 10000;
@@ -136,8 +136,8 @@ void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWo
     const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
     if (!lock)
         return;
-    if (iBuffer.capacity() < kBufferCapacity)
-        iBuffer.reserve(kBufferCapacity);
+    if (iBuffer.isEmpty())
+        iBuffer = BatchPool::Take();
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
     iLastLineSecs = now / 1000;

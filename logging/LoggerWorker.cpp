@@ -1,3 +1,4 @@
+#include "BatchPool.h"
 #include "LogFile.h"
 #include "Rotation.h"
 
@@ -5,8 +6,11 @@
 #include <NeroltOrvaneBase/LoggerWorker.h>
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
+
+#include <optional>
 
 LoggerWorker::LoggerWorker(const QString& fileName)
     : iFileName(fileName)
@@ -21,6 +25,7 @@ LoggerWorker::~LoggerWorker()
 void LoggerWorker::onStartWorker()
 {
     iRunning = true;
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this, &BatchPool::Idle);
 }
 
 void LoggerWorker::onLogMessage(const QByteArray& batch)
@@ -54,7 +59,7 @@ void LoggerWorker::Log(bool scheduleMore)
     if (iQueue.isEmpty())
         return;
     WriteBatch(iQueue.first());
-    iQueue.removeFirst();
+    BatchPool::GiveBack(iQueue.takeFirst());
     if (scheduleMore && !iQueue.isEmpty())
         iPendingWrite = RegisteredTimer::singleShot(0, this, SLOT(onLog()));
 }
@@ -64,10 +69,15 @@ void LoggerWorker::WriteBatch(const QByteArray& batch)
     const qint64 size = LogFile::Append(iFileName, batch);
     if (size < 0)
         return;
-    const QDateTime created = FileUtilities::GetTime(iFileName, FileTimeCreation, false);
-    const QDateTime now = QDateTime::currentDateTime();
-    if (!Rotation::IsDue(size, created, now))
-        return;
+    // In plain numbers: the framework's local times would double the cost of a batch.
+    const std::optional<qint64> created = FileUtilities::GetMSecs(iFileName, FileTimeCreation);
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (Rotation::IsDue(size, created, now))
+        Rotate(QDateTime::fromMSecsSinceEpoch(now));
+}
+
+void LoggerWorker::Rotate(const QDateTime& now)
+{
     const QString rotatedPath = Rotation::RotatedPath(iFileName, now);
     // A file that cannot be moved is emptied all the same, or the log would grow without bounds.
     QFile::rename(iFileName, rotatedPath);

@@ -11,9 +11,9 @@ constexpr qint64 kMaxBytes = 104857600;
 
 } // namespace
 
-bool Rotation::IsDue(qint64 size, const QDateTime& created, const QDateTime& now)
+bool Rotation::IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs)
 {
-    return size > kMaxBytes || created.secsTo(now) > kMaxAgeSecs;
+    return size > kMaxBytes || (nowMSecs - createdMSecs.value_or(nowMSecs)) / 1000 > kMaxAgeSecs;
 }
 
 QString Rotation::RotatedPath(const QString& path, const QDateTime& now)

@@ -2,6 +2,8 @@
 
 #include <QtCore/QtGlobal>
 
+#include <optional>
+
 class QByteArray;
 class QDateTime;
 class QString;
@@ -9,9 +11,9 @@ class QString;
 /// When a log file is rotated, and how the files are then named and begun.
 namespace Rotation {
 
-/// Whether a file of `size` bytes that was created at `created` is due at `now`. An unknown (invalid) creation time
-/// counts as now.
-bool IsDue(qint64 size, const QDateTime& created, const QDateTime& now);
+/// Whether a file of `size` bytes is due. Times are in milliseconds since the epoch; the age counts in whole seconds,
+/// and is zero when the creation time is unknown.
+bool IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs);
 
 /// The path that the log file at `path` is moved to.
 QString RotatedPath(const QString& path, const QDateTime& now);

@@ -57,23 +57,11 @@ Result ResultOf(ssize_t returned)
     }
 }
 
-// Only files and folders carry attributes of this kind. For others the system's answers mean something else.
-bool MayCarry(const QByteArray& path)
-{
-    struct stat status = {};
-    return ::stat(path.constData(), &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
-}
-
 template <typename Call>
 Result Attempt(const QByteArray& path, mode_t permission, const Call& call)
 {
     const Result first = ResultOf(call());
-    if (first == Result::Done)
-        return first;
-    const int error = errno;
-    if (!MayCarry(path))
-        return Result::Unsupported;
-    if (error != EACCES)
+    if (first != Result::Failed || errno != EACCES)
         return first;
     const PermissionForAMoment moment(path, permission);
     return moment.IsGiven() ? ResultOf(call()) : Result::Failed;

@@ -12,7 +12,7 @@ namespace FileAttributes {
 enum class Result {
     Done,
     Absent, ///< the file has no such attribute
-    Unsupported, ///< this file or file system keeps none
+    Unsupported, ///< the file system keeps none
     Failed,
 };
 

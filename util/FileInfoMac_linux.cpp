@@ -24,11 +24,11 @@ QByteArray NativePath(const QString& path)
     return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
 }
 
-QDateTime FromStatx(const struct statx& status, unsigned int field, const struct statx_timestamp& time)
+std::optional<qint64> FromStatx(const struct statx& status, unsigned int field, const struct statx_timestamp& time)
 {
     if ((status.stx_mask & field) == 0)
-        return QDateTime();
-    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000);
+        return std::nullopt;
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
 }
 
 bool Status(const QByteArray& path, struct statx& status)
@@ -36,23 +36,23 @@ bool Status(const QByteArray& path, struct statx& status)
     return ::statx(AT_FDCWD, path.constData(), 0, STATX_BTIME | STATX_MTIME, &status) == 0;
 }
 
-QDateTime ModificationTime(const QByteArray& path)
+std::optional<qint64> ModificationTime(const QByteArray& path)
 {
     struct statx status = {};
-    return Status(path, status) ? FromStatx(status, STATX_MTIME, status.stx_mtime) : QDateTime();
+    return Status(path, status) ? FromStatx(status, STATX_MTIME, status.stx_mtime) : std::nullopt;
 }
 
-QDateTime CreationTime(const QByteArray& path)
+std::optional<qint64> CreationTime(const QByteArray& path)
 {
     QByteArray text;
     if (FileAttributes::Read(path, kCreationTime, text) == Result::Done) {
         bool isNumber = false;
         const qint64 msecs = text.toLongLong(&isNumber);
         if (isNumber)
-            return QDateTime::fromMSecsSinceEpoch(msecs);
+            return msecs;
     }
     struct statx status = {};
-    return Status(path, status) ? FromStatx(status, STATX_BTIME, status.stx_btime) : QDateTime();
+    return Status(path, status) ? FromStatx(status, STATX_BTIME, status.stx_btime) : std::nullopt;
 }
 
 bool SetModificationTime(const QByteArray& path, qint64 msecs)
@@ -86,6 +86,12 @@ FileInfoMac::~FileInfoMac() = default;
 
 QDateTime FileInfoMac::GetTime(FileTimeType type)
 {
+    const std::optional<qint64> msecs = GetMSecs(type);
+    return msecs ? QDateTime::fromMSecsSinceEpoch(*msecs) : QDateTime();
+}
+
+std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type)
+{
     switch (type) {
     case FileTimeCreation:
         return CreationTime(NativePath(iPath));
@@ -93,7 +99,7 @@ QDateTime FileInfoMac::GetTime(FileTimeType type)
     case FileTimeWrite:
         return ModificationTime(NativePath(iPath));
     }
-    return QDateTime();
+    return std::nullopt;
 }
 
 bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)

@@ -50,6 +50,12 @@ QDateTime FileInfoMac::GetTime(FileTimeType type)
     return QDateTime::fromNSDate(date);
 }
 
+std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type)
+{
+    const QDateTime time = GetTime(type);
+    return time.isValid() ? std::optional<qint64>(time.toMSecsSinceEpoch()) : std::nullopt;
+}
+
 bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)
 {
     if (iPath.isEmpty())

@@ -39,13 +39,21 @@ bool IsImmutable(const QByteArray& path)
         && (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
 }
 
+// What is neither a file nor a folder keeps no flags and no notes, and a device could come to life when it is opened.
+bool IsFileOrFolder(mode_t mode)
+{
+    return S_ISREG(mode) || S_ISDIR(mode);
+}
+
 bool SetMode(const QByteArray& path, mode_t mode)
 {
     return ::chmod(path.constData(), mode & kModeBits) == 0;
 }
 
-Result ReadTakenBits(const QByteArray& path, mode_t& bits)
+Result ReadTakenBits(const QByteArray& path, mode_t mode, mode_t& bits)
 {
+    if (!IsFileOrFolder(mode))
+        return Result::Unsupported;
     QByteArray text;
     const Result result = FileAttributes::Read(path, kTakenBits, text);
     bits = mode_t(text.toUInt(nullptr, 8)) & kWriteBits;
@@ -56,9 +64,9 @@ Result ReadTakenBits(const QByteArray& path, mode_t& bits)
 bool TakeWriteBits(const QByteArray& path, mode_t mode)
 {
     mode_t noted = 0;
-    const bool lockedBefore = ReadTakenBits(path, noted) == Result::Done;
+    const bool lockedBefore = ReadTakenBits(path, mode, noted) == Result::Done;
     const mode_t present = mode & kWriteBits;
-    if (present != 0) {
+    if (present != 0 && IsFileOrFolder(mode)) {
         const Result note = FileAttributes::Write(path, kTakenBits, QByteArray::number(present | noted, 8));
         if (note == Result::Failed)
             return false;
@@ -75,7 +83,7 @@ bool TakeWriteBits(const QByteArray& path, mode_t mode)
 bool GiveWriteBitsBack(const QByteArray& path, mode_t mode)
 {
     mode_t noted = 0;
-    switch (ReadTakenBits(path, noted)) {
+    switch (ReadTakenBits(path, mode, noted)) {
     case Result::Done:
         return SetMode(path, mode | noted) && FileAttributes::Remove(path, kTakenBits) == Result::Done;
     case Result::Absent:
@@ -95,9 +103,7 @@ bool FileLock::Lock(const QByteArray& path)
     struct stat status = {};
     if (::stat(path.constData(), &status) != 0)
         return false;
-    // Anything else, a device say, could come to life when it is opened.
-    const bool mayCarryFlag = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
-    if (mayCarryFlag && (IsImmutable(path) || SetImmutable(path, true)))
+    if (IsFileOrFolder(status.st_mode) && (IsImmutable(path) || SetImmutable(path, true)))
         return true;
     return TakeWriteBits(path, status.st_mode);
 }

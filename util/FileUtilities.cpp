@@ -44,10 +44,13 @@ bool FileUtilities::SetTime(const QString& path, const QDateTime& time, FileTime
 
 QDateTime FileUtilities::GetTime(const QString& path, FileTimeType type, bool logIt)
 {
-    // The back end answers for a missing file itself; asking twice would show in each batch that the log writes.
-    if (logIt && !IsUsable(path, "FileUtilities::GetTime", logIt))
-        return QDateTime();
-    return FileInfoMac(path).GetTime(type);
+    return IsUsable(path, "FileUtilities::GetTime", logIt) ? FileInfoMac(path).GetTime(type) : QDateTime();
+}
+
+std::optional<qint64> FileUtilities::GetMSecs(const QString& path, FileTimeType type)
+{
+    // The back end answers for a missing file itself: the log asks after every batch.
+    return FileInfoMac(path).GetMSecs(type);
 }
 
 void FileUtilities::ResetReadonlyFlags(const QString& path)

@@ -5,6 +5,8 @@
 
 #include <QtCore/QString>
 
+#include <optional>
+
 class QDateTime;
 
 /// Major and minor version of an operating system; zero when unknown.
@@ -29,6 +31,8 @@ public:
 
     /// Invalid for an empty path, a missing file or a type that selects nothing.
     QDateTime GetTime(FileTimeType type);
+    /// The same in milliseconds since the epoch, without the cost of the time zone.
+    std::optional<qint64> GetMSecs(FileTimeType type);
     /// False for an empty path, an invalid time, a type that selects nothing, or when the system refuses.
     bool SetTime(const QDateTime& time, FileTimeType type);
     /// Locks (true) or unlocks. False for an empty path, a missing file, or when the system refuses.

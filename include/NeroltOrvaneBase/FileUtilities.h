@@ -2,6 +2,10 @@
 
 #include "Export.h"
 
+#include <QtCore/QtGlobal>
+
+#include <optional>
+
 class QDateTime;
 class QString;
 
@@ -29,6 +33,10 @@ public:
     /// A time of the file, to the millisecond, in local time; invalid when the file is missing, `type` is invalid, or
     /// the file system does not keep that time. With `logIt` logs at trace level whether the file exists.
     static QDateTime GetTime(const QString& path, FileTimeType type, bool logIt);
+
+    /// GetTime without logging in milliseconds since the epoch; nothing where that is invalid. It spares the work of
+    /// the time zone, which costs more than asking for the time itself.
+    static std::optional<qint64> GetMSecs(const QString& path, FileTimeType type);
 
     /// Makes a file writable for its owner again: unlocks it, and gives it the mode rw-r--r-- unless its owner may
     /// already read and write. Folders are only unlocked. Logs at trace level, and a warning when unlocking fails.

@@ -7,6 +7,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
+class QDateTime;
 class RegisteredTimer;
 
 /// Writes the log file: appends batches of lines, and starts a new file when it has grown too large or too old.
@@ -44,6 +45,7 @@ private:
     Q_DISABLE_COPY(LoggerWorker)
 
     void WriteBatch(const QByteArray& batch);
+    void Rotate(const QDateTime& now);
 
     QList<QByteArray> iQueue;
     QString iFileName;

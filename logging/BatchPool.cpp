@@ -1,0 +1,99 @@
+#include "BatchPool.h"
+
+#include "FreeMemory.h"
+
+#include <QtCore/QByteArray>
+
+#include <array>
+#include <atomic>
+#include <utility>
+
+namespace {
+
+constexpr int kCapacity = 5000 + 1024;
+constexpr int kLargestKept = 2 * kCapacity;
+constexpr unsigned int kSlots = 32;
+constexpr qint64 kBurstBytes = 16 * 1024 * 1024;
+
+// A ring of buffers, given back at one end and taken at the other, so that the one taken is the least likely to be
+// shared still.
+struct Pool
+{
+    std::atomic_flag busy = ATOMIC_FLAG_INIT;
+    std::array<QByteArray, kSlots> ring;
+    unsigned int taken = 0;
+    unsigned int given = 0;
+    std::atomic<qint64> bytesSinceIdle{0};
+};
+
+// Never destroyed: threads may log until the very end of the process.
+Pool& ThePool()
+{
+    static Pool* const pool = new Pool;
+    return *pool;
+}
+
+// Somebody who finds the pool in use goes without it.
+class Access
+{
+public:
+    explicit Access(Pool& pool)
+        : iPool(pool)
+        , iGranted(!pool.busy.test_and_set(std::memory_order_acquire))
+    {
+    }
+    ~Access()
+    {
+        if (iGranted)
+            iPool.busy.clear(std::memory_order_release);
+    }
+    Q_DISABLE_COPY(Access)
+
+    explicit operator bool() const { return iGranted; }
+
+private:
+    Pool& iPool;
+    const bool iGranted;
+};
+
+QByteArray TakeUsed(Pool& pool)
+{
+    const Access access(pool);
+    if (!access || pool.taken == pool.given)
+        return QByteArray();
+    QByteArray& oldest = pool.ring[pool.taken % kSlots];
+    if (!oldest.isDetached())
+        return QByteArray();
+    // What the last other owner did with the buffer comes before what we do with it.
+    std::atomic_thread_fence(std::memory_order_acquire);
+    ++pool.taken;
+    return std::exchange(oldest, QByteArray());
+}
+
+} // namespace
+
+QByteArray BatchPool::Take()
+{
+    QByteArray buffer = TakeUsed(ThePool());
+    if (buffer.capacity() < kCapacity)
+        buffer.reserve(kCapacity);
+    buffer.resize(0);
+    return buffer;
+}
+
+void BatchPool::GiveBack(const QByteArray& batch)
+{
+    Pool& pool = ThePool();
+    pool.bytesSinceIdle.fetch_add(batch.size(), std::memory_order_relaxed);
+    if (batch.capacity() < kCapacity || batch.capacity() > kLargestKept)
+        return;
+    const Access access(pool);
+    if (access && pool.given - pool.taken < kSlots)
+        pool.ring[pool.given++ % kSlots] = batch;
+}
+
+void BatchPool::Idle()
+{
+    if (ThePool().bytesSinceIdle.exchange(0, std::memory_order_relaxed) >= kBurstBytes)
+        FreeMemory::ReturnToSystem();
+}
