@@ -23,7 +23,7 @@ struct Pool
     std::array<QByteArray, kSlots> ring;
     unsigned int taken = 0;
     unsigned int given = 0;
-    std::atomic<qint64> bytesSinceIdle{0};
+    std::atomic<qint64> bytesSinceReturn{0};
 };
 
 // Never destroyed: threads may log until the very end of the process.
@@ -84,7 +84,7 @@ QByteArray BatchPool::Take()
 void BatchPool::GiveBack(const QByteArray& batch)
 {
     Pool& pool = ThePool();
-    pool.bytesSinceIdle.fetch_add(batch.size(), std::memory_order_relaxed);
+    pool.bytesSinceReturn.fetch_add(batch.size(), std::memory_order_relaxed);
     if (batch.capacity() < kCapacity || batch.capacity() > kLargestKept)
         return;
     const Access access(pool);
@@ -94,6 +94,9 @@ void BatchPool::GiveBack(const QByteArray& batch)
 
 void BatchPool::Idle()
 {
-    if (ThePool().bytesSinceIdle.exchange(0, std::memory_order_relaxed) >= kBurstBytes)
-        FreeMemory::ReturnToSystem();
+    std::atomic<qint64>& bytes = ThePool().bytesSinceReturn;
+    if (bytes.load(std::memory_order_relaxed) < kBurstBytes)
+        return;
+    bytes.store(0, std::memory_order_relaxed);
+    FreeMemory::ReturnToSystem();
 }

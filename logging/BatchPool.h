@@ -15,7 +15,7 @@ QByteArray Take();
 /// Done with this batch. It may still be shared; it is used again when it no longer is.
 void GiveBack(const QByteArray& batch);
 
-/// Nothing is left to write. After a burst the memory that it took is returned to the system.
+/// Nothing is left to write at the moment. Memory that a burst took is returned to the system, once in a while.
 void Idle();
 
 } // namespace BatchPool

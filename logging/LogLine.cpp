@@ -168,6 +168,7 @@ public:
         : iBuffer(buffer)
         , iUsed(buffer.size())
     {
+        iBuffer.resize(iBuffer.capacity());
     }
 
     // Room for `size` bytes more.
