@@ -1,0 +1,82 @@
+#include "logging/Rotation.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDateTime>
+#include <QtTest/QtTest>
+
+namespace {
+
+const QDateTime kWhen(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
+
+} // namespace
+
+class tst_Rotation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void due_data()
+    {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<qint64>("ageMSecs");
+        QTest::addColumn<bool>("isDue");
+        QTest::newRow("empty and new") << qint64(0) << qint64(0) << false;
+        QTest::newRow("as large as allowed") << qint64(104857600) << qint64(0) << false;
+        QTest::newRow("one byte too large") << qint64(104857601) << qint64(0) << true;
+        QTest::newRow("as old as allowed") << qint64(0) << qint64(86400000) << false;
+        QTest::newRow("old by a part of a second") << qint64(0) << qint64(86400999) << false;
+        QTest::newRow("one second too old") << qint64(0) << qint64(86401000) << true;
+        QTest::newRow("created in the future") << qint64(0) << qint64(-86401000) << false;
+        QTest::newRow("too large and created in the future") << qint64(104857601) << qint64(-86401000) << true;
+    }
+    void due()
+    {
+        QFETCH(qint64, size);
+        QFETCH(qint64, ageMSecs);
+        const qint64 now = kWhen.toMSecsSinceEpoch();
+        QTEST(Rotation::IsDue(size, now - ageMSecs, now), "isDue");
+    }
+
+    void unknownCreationTimeIsNoAge()
+    {
+        const qint64 now = kWhen.toMSecsSinceEpoch();
+        QVERIFY(!Rotation::IsDue(104857600, std::nullopt, now));
+        QVERIFY(Rotation::IsDue(104857601, std::nullopt, now));
+    }
+
+    void names_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("rotated");
+        const auto row = [](const char* name, const char* path, const char* rotated) {
+            QTest::newRow(name) << QString::fromUtf8(path) << QString::fromUtf8(rotated);
+        };
+        row("plain", "/logs/app.log", "/logs/app-2024-03-05_14-07-09.log");
+        row("relative", "app.log", "app-2024-03-05_14-07-09.log");
+        row("relative folder", "logs/app.log", "logs/app-2024-03-05_14-07-09.log");
+        row("two dots", "/logs/my.app.log", "/logs/my.app-2024-03-05_14-07-09.log");
+        row("no suffix", "/logs/app", "/logs/app-2024-03-05_14-07-09.");
+        row("dot at the end", "/logs/app.", "/logs/app-2024-03-05_14-07-09.");
+        row("only a suffix", "/logs/.log", "/logs/-2024-03-05_14-07-09.log");
+        row("dot in the folder only", "/lo.gs/app", "/lo.gs/app-2024-03-05_14-07-09.");
+        row("blanks and other letters", "/l g/\xc3\xa4 b.log", "/l g/\xc3\xa4 b-2024-03-05_14-07-09.log");
+        row("template marks", "/logs/%1.%2", "/logs/%1-2024-03-05_14-07-09.%2");
+    }
+    void names()
+    {
+        QFETCH(QString, path);
+        QTEST(QDir::cleanPath(Rotation::RotatedPath(path, kWhen)), "rotated");
+    }
+
+    void header()
+    {
+        QCOMPARE(Rotation::HeaderLine(QStringLiteral("/logs/app-2024-03-05_14-07-09.log"), kWhen),
+                 QByteArray("2024-03-05 14:07:09.042continued from app-2024-03-05_14-07-09.log\n"));
+        QCOMPARE(Rotation::HeaderLine(QString::fromUtf8("/logs/\xc3\xa4.log"), kWhen),
+                 QByteArray("2024-03-05 14:07:09.042continued from \xc3\xa4.log\n"));
+    }
+};
+
+NEROLT_TEST_MAIN(tst_Rotation)
+
+#include "tst_Rotation.moc"
