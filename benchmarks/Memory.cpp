@@ -1,8 +1,12 @@
 #include "Memory.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QThread>
 
 namespace {
+
+constexpr int kCalmPolls = 10;
+constexpr unsigned long kPollMs = 20;
 
 qint64 StatusKiB(const char* name)
 {
@@ -21,6 +25,20 @@ qint64 StatusKiB(const char* name)
 qint64 Memory::Resident()
 {
     return StatusKiB("VmRSS:") * 1024;
+}
+
+qint64 Memory::ResidentWhenCalm()
+{
+    qint64 least = Resident();
+    for (int calm = 0; calm < kCalmPolls; ++calm) {
+        QThread::msleep(kPollMs);
+        const qint64 now = Resident();
+        if (now < least) {
+            least = now;
+            calm = 0;
+        }
+    }
+    return least;
 }
 
 qint64 Memory::Peak()

@@ -149,7 +149,7 @@ private:
             iTarget->HandOver();
             iLogged = iScenario.LinesPerThread() * iScenario.iThreads;
             WaitForFile(0);
-            after = Memory::Resident();
+            after = Memory::ResidentWhenCalm();
         });
         const qint64 peak = Memory::Peak();
         iTarget->Finish();

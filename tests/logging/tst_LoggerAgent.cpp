@@ -121,10 +121,15 @@ const TestSupport::Scenario threadThatDoesNotEnd("threadThatDoesNotEnd", [](cons
     agent.SetLoggerFileName(QStringLiteral("app.log"));
     QPointer<LoggerWorker> worker = agent.*LoggerAgent_iWorker();
     QPointer<RegisteredThread> thread = agent.*LoggerAgent_iThread();
+    QSemaphore busy;
     QSemaphore release;
+    const auto beBusy = [&] {
+        busy.release();
+        release.acquire();
+    };
     const auto keepBusy = QObject::connect(&agent, &LoggerAgent::stopWorker, [&](const QByteArray&) {
-        QMetaObject::invokeMethod(
-            worker, [&release] { release.acquire(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(worker, beBusy, Qt::QueuedConnection);
+        busy.acquire();
     });
     QElapsedTimer elapsed;
     elapsed.start();
