@@ -22,3 +22,17 @@ struct PrivateMember
     {                                                                                                                  \
         return MemberOf(Class##_##member##_Tag());                                                                     \
     }
+
+/// The same for a static member: Class_member() is a reference to it.
+#define NEROLT_PRIVATE_STATIC(Class, member, ...)                                                                      \
+    struct Class##_##member##_Tag                                                                                      \
+    {                                                                                                                  \
+        using Value = __VA_ARGS__;                                                                                     \
+        using Type = Value*;                                                                                           \
+        friend constexpr Type MemberOf(Class##_##member##_Tag);                                                        \
+    };                                                                                                                 \
+    template struct PrivateMember<Class##_##member##_Tag, &Class::member>;                                             \
+    inline Class##_##member##_Tag::Value& Class##_##member()                                                           \
+    {                                                                                                                  \
+        return *MemberOf(Class##_##member##_Tag());                                                                    \
+    }

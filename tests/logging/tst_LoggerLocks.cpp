@@ -1,0 +1,325 @@
+#include "support/LogText.h"
+#include "support/PrivateAccess.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IErrorReporter.h>
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QSemaphore>
+#include <QtTest/QtTest>
+
+#include <atomic>
+#include <cstdio>
+#include <functional>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+NEROLT_PRIVATE(Logger, iMutex, QMutex)
+
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+const QString kMsg = QStringLiteral("m");
+constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
+
+class NullReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override { }
+};
+
+struct EntryPoint
+{
+    const char* iName;
+    std::function<void()> iCall;
+};
+
+QList<EntryPoint> EntryPoints()
+{
+    Logger* const logger = Logger::GetInstance();
+    static NullReporter reporter;
+    return {
+        {"LogInformation", [] { Logger::LogInformation("F", kMsg); }},
+        {"Information", [=] { logger->Information("F", kMsg); }},
+        {"GetLevel", [=] { logger->GetLevel(); }},
+        {"LoggingEnabled", [=] { logger->LoggingEnabled(LoggerDefs::Error); }},
+        {"TraceLoggingEnabled", [=] { logger->TraceLoggingEnabled(); }},
+        {"GetLoggerFileName", [] { Logger::GetLoggerFileName(); }},
+        {"StackLoggingEnabled", [] { Logger::StackLoggingEnabled(); }},
+        {"LogDebug", [] { Logger::LogDebug("F", kMsg); }},
+        {"Debug", [=] { logger->Debug("F", kMsg); }},
+        {"LogTrace", [] { Logger::LogTrace("F", kMsg); }},
+        {"Trace", [=] { logger->Trace("F", kMsg); }},
+        {"LogWarning", [] { Logger::LogWarning("F", kMsg); }},
+        {"Warning", [=] { logger->Warning("F", kMsg); }},
+        {"LogError ints", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 1, 2); }},
+        {"Error ints", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, "F", kMsg, 1, 2); }},
+        {"LogError text", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, kMsg); }},
+        {"Error text", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, "F", kMsg, kMsg); }},
+        {"LogError unsigned", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }},
+        {"Error unsigned", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }},
+        {"LogException", [] { Logger::LogException(1, "F", kMsg, 2); }},
+        {"Exception", [=] { logger->Exception(1, "F", kMsg, 2); }},
+        {"LogUnknownException", [] { Logger::LogUnknownException(1, "F"); }},
+        {"UnknownException", [=] { logger->UnknownException(1, "F"); }},
+        {"SetErrorReporter", [] { Logger::SetErrorReporter(&reporter); }},
+        {"SetStackTrace", [] { Logger::SetStackTrace(true); }},
+        {"SetLevel", [=] { logger->SetLevel(63); }},
+        {"LoggingEnabledTrace", [] { Logger::LoggingEnabledTrace(); }},
+        {"ResetLoggingLevel", [] { Logger::ResetLoggingLevel(63); }},
+        {"SetLoggerFileName", [] { Logger::SetLoggerFileName(kLog, false); }},
+        {"StopLogging", [] { Logger::StopLogging(); }},
+    };
+}
+
+// Holds the logger's mutex for a while on a thread of its own, with an entry point called meanwhile on another.
+class Contention
+{
+public:
+    Contention()
+        : iHolder([this] { Hold(); })
+    {
+        iHeld.acquire();
+    }
+    Q_DISABLE_COPY(Contention)
+    ~Contention()
+    {
+        Release();
+        iHolder.join();
+    }
+
+    void Release()
+    {
+        if (!iReleased.exchange(true))
+            iRelease.release();
+    }
+
+private:
+    void Hold()
+    {
+        const QMutexLocker lock(&(Logger::GetInstance()->*Logger_iMutex()));
+        iHeld.release();
+        iRelease.acquire();
+    }
+
+    QSemaphore iHeld;
+    QSemaphore iRelease;
+    std::atomic<bool> iReleased{false};
+    std::thread iHolder;
+};
+
+// Calls every entry point on a thread of its own while the mutex is held, and prints what became of each.
+const Scenario whileLocked("whileLocked", [](const QStringList&) {
+    constexpr qint64 waitsMs = 2500;
+    Logger::GetInstance()->SetLevel(63);
+    const QList<EntryPoint> entries = EntryPoints();
+    std::vector<std::atomic<qint64>> returned(size_t(entries.size()));
+    std::vector<std::thread> callers;
+    Contention contention;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    for (int i = 0; i < entries.size(); ++i) {
+        callers.emplace_back([&, i] {
+            entries[i].iCall();
+            returned[size_t(i)] = elapsed.elapsed();
+        });
+    }
+    QThread::msleep(waitsMs);
+    contention.Release();
+    for (std::thread& caller : callers)
+        caller.join();
+    for (int i = 0; i < entries.size(); ++i) {
+        const qint64 msecs = returned[size_t(i)];
+        std::printf("%s: %s\n", entries[i].iName,
+                    msecs >= waitsMs    ? "waits"
+                        : msecs >= 1000 ? "after a second"
+                                        : "at once");
+    }
+    return 0;
+});
+
+const Scenario droppedAndWaited("droppedAndWaited", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::GetInstance()->SetLevel(63);
+    {
+        Contention contention;
+        QSemaphore waiting;
+        std::thread warner([&] {
+            waiting.release();
+            Logger::LogWarning("F", QStringLiteral("waited"));
+        });
+        waiting.acquire();
+        std::thread debugger([] { Logger::LogDebug("F", QStringLiteral("dropped")); });
+        std::thread tracer([] { Logger::LogTrace("F", QStringLiteral("dropped")); });
+        debugger.join();
+        tracer.join();
+        Logger::LogInformation("F", QStringLiteral("at once"));
+        contention.Release();
+        warner.join();
+    }
+    Logger::LogDebug("F", QStringLiteral("kept"));
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::StopLogging();
+    return 0;
+});
+
+const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Contention contention;
+    std::thread changer([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
+    // Information takes no lock, so it tells how far the other thread has come: two lines before this one.
+    QThread::msleep(300);
+    Logger::LogInformation("F", QStringLiteral("between"));
+    contention.Release();
+    changer.join();
+    Logger::StopLogging();
+    return 0;
+});
+
+class LoggingReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString& errorCode, const QString& message) override
+    {
+        Logger::LogInformation("Reporter", errorCode);
+        Logger::LogDebug("Reporter", message);
+        Logger::LogTrace("Reporter", message);
+        Logger::LogWarning("Reporter", message);
+        if (iDepth++ < 2)
+            Logger::LogError(unsigned(200 + iDepth), LoggerDefs::NoExtraInfo, "Reporter", message, 0, 0);
+        Logger::GetInstance()->SetLevel(Logger::GetInstance()->GetLevel());
+    }
+
+private:
+    int iDepth = 0;
+};
+
+const Scenario reporterLogs("reporterLogs", [](const QStringList&) {
+    LoggingReporter reporter;
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::GetInstance()->SetLevel(63);
+    Logger::SetErrorReporter(&reporter);
+    Logger::LogError(200, LoggerDefs::NoExtraInfo, "F", QStringLiteral("outer"), 0, 0);
+    Logger::GetInstance()->SetLevel(LoggerDefs::Error);
+    Logger::StopLogging();
+    return 0;
+});
+
+class ThrowingReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override { throw std::runtime_error("a host's mistake"); }
+};
+
+const Scenario reporterThrows("reporterThrows", [](const QStringList&) {
+    ThrowingReporter reporter;
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::SetErrorReporter(&reporter);
+    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+    Logger::LogException(2, "F", kMsg, 0);
+    Logger::LogUnknownException(3, "F");
+    // The mutex is free again.
+    std::thread([] { Logger::LogError(4, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }).join();
+    Logger::StopLogging();
+    return 0;
+});
+
+class StoppingReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override { Logger::StopLogging(); }
+};
+
+const Scenario reporterStops("reporterStops", [](const QStringList&) {
+    StoppingReporter reporter;
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::SetErrorReporter(&reporter);
+    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+    Logger::LogError(2, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+    return Logger::GetInstance()->GetLevel();
+});
+
+} // namespace
+
+class tst_LoggerLocks : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whoWaitsForTheMutex()
+    {
+        const QList<QByteArray> atOnce{"LogInformation",     "Information",         "GetLevel",
+                                       "LoggingEnabled",     "TraceLoggingEnabled", "GetLoggerFileName",
+                                       "StackLoggingEnabled"};
+        const QList<QByteArray> aSecond{"LogDebug", "Debug", "LogTrace", "Trace"};
+        QList<QByteArray> expected;
+        for (const EntryPoint& entry : EntryPoints())
+            expected += entry.iName
+                + QByteArray(atOnce.contains(entry.iName)        ? ": at once"
+                                 : aSecond.contains(entry.iName) ? ": after a second"
+                                                                 : ": waits");
+        const auto result = TestSupport::RunScenario("whileLocked");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Lines(result.iStdout), expected);
+    }
+
+    void whatIsDroppedAndWhatIsKept()
+    {
+        const auto result = TestSupport::RunScenario("droppedAndWaited");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
+                 (QList<QByteArray>{"|10|Information|F|at once", "|30|Warning|F|waited", "|20|Debug|F|kept",
+                                    "|10|Information|Logger::StopLogging|stopping logging file path is app.log"}));
+    }
+
+    void pathLinesComeBeforeTheLock()
+    {
+        const auto result = TestSupport::RunScenario("pathLinesBeforeTheLock");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
+                 (QList<QByteArray>{"|10|Information|Logger::SetLoggerFileName|Existing path is app.log",
+                                    "|10|Information|Logger::SetLoggerFileName|New path is b.log",
+                                    "|10|Information|F|between"}));
+    }
+
+    void reporterMayLog()
+    {
+        const auto result = TestSupport::RunScenario("reporterLogs");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        const auto report = [](const char* code) {
+            return QList<QByteArray>{QByteArray("|10|Information|Reporter|") + code, "|20|Debug|Reporter|outer",
+                                     "|25|Trace|Reporter|outer", "|30|Warning|Reporter|outer"};
+        };
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
+                 QList<QByteArray>{"|200|Error|F|outer"} + report("200")
+                     + QList<QByteArray>{"|201|Error|Reporter|outer"} + report("201")
+                     + QList<QByteArray>{"|202|Error|Reporter|outer"} + report("202"));
+    }
+
+    void whatAReporterThrowsIsSwallowed()
+    {
+        const auto result = TestSupport::RunScenario("reporterThrows");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
+                 (QList<QByteArray>{"|1|Error|F|m", "|2|Exception|F|m",
+                                    "|3|Exception|F|Unknown exception has been caught.", "|4|Error|F|m"}));
+    }
+
+    void reporterMayStopTheLog()
+    {
+        const auto result = TestSupport::RunScenario("reporterStops");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))), QList<QByteArray>{"|1|Error|F|m"});
+    }
+};
+
+NEROLT_TEST_MAIN(tst_LoggerLocks)
+
+#include "tst_LoggerLocks.moc"
