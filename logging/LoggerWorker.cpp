@@ -24,6 +24,8 @@ LoggerWorker::~LoggerWorker()
 
 void LoggerWorker::onStartWorker()
 {
+    if (iRunning)
+        return;
     iRunning = true;
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this, &BatchPool::Idle);
 }
@@ -52,6 +54,7 @@ void LoggerWorker::onStopWorker(const QByteArray& batch)
     iQueue.append(batch);
     while (!iQueue.isEmpty())
         Log(false);
+    BatchPool::Idle();
 }
 
 void LoggerWorker::Log(bool scheduleMore)
