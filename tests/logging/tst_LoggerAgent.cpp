@@ -115,34 +115,34 @@ void NoteWarning(QtMsgType, const QMessageLogContext&, const QString& message)
     gWarnings += message;
 }
 
-// A logging thread that is kept busy just after it has been told to stop.
+// A logging thread that is kept busy just after it has been told to stop, beyond the life of the agent.
 const TestSupport::Scenario threadThatDoesNotEnd("threadThatDoesNotEnd", [](const QStringList&) {
-    LoggerAgent agent(kAll, nullptr);
-    agent.SetLoggerFileName(QStringLiteral("app.log"));
-    QPointer<LoggerWorker> worker = agent.*LoggerAgent_iWorker();
-    QPointer<RegisteredThread> thread = agent.*LoggerAgent_iThread();
+    auto* const agent = new LoggerAgent(kAll, nullptr);
+    agent->SetLoggerFileName(QStringLiteral("app.log"));
+    const QPointer<LoggerWorker> worker = agent->*LoggerAgent_iWorker();
+    const QPointer<RegisteredThread> thread = agent->*LoggerAgent_iThread();
     QSemaphore busy;
     QSemaphore release;
     const auto beBusy = [&] {
         busy.release();
         release.acquire();
     };
-    const auto keepBusy = QObject::connect(&agent, &LoggerAgent::stopWorker, [&](const QByteArray&) {
+    const auto keepBusy = QObject::connect(agent, &LoggerAgent::stopWorker, [&](const QByteArray&) {
         QMetaObject::invokeMethod(worker, beBusy, Qt::QueuedConnection);
         busy.acquire();
     });
     QElapsedTimer elapsed;
     elapsed.start();
-    agent.SetLoggerFileName(QStringLiteral("next.log"));
+    agent->SetLoggerFileName(QStringLiteral("next.log"));
     const bool waited = elapsed.elapsed() >= 10000;
-    const bool stillThere = thread && thread->isRunning() && worker;
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    const bool outlivedDeletion = !thread.isNull();
     QObject::disconnect(keepBusy);
+    agent->StopLogging();
+    delete agent;
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    const bool stillThere = thread && thread->isRunning() && worker;
     release.release();
     const bool ended = QTest::qWaitFor([&] { return thread.isNull() && worker.isNull(); });
-    agent.StopLogging();
-    return waited && stillThere && outlivedDeletion && ended ? 0 : 1;
+    return waited && stillThere && ended ? 0 : 1;
 });
 
 } // namespace
