@@ -3,7 +3,12 @@ set(public_headers
   # One header for each class ...
   FileInfoMac.h
   FileUtilities.h
+  HookedSingleton.h
   IErrorReporter.h
+  IIniFileBase.h
+  IOrvaneInstance.h
+  IniFile.h
+  IniString.h
   Logger.h
   LoggerAgent.h
   LoggerDefs.h
@@ -11,6 +16,9 @@ set(public_headers
   RTimerGarbageCollector.h
   RegisteredThread.h
   RegisteredTimer.h
+  SettingsIniFile.h
+  SingletonHook.h
+  SystemConfig.h
   # ... and one for each family.
   Logging.h
   Settings.h
@@ -29,9 +37,16 @@ add_library(NeroltOrvaneBase SHARED
   logging/LoggerAgent.cpp
   logging/LoggerWorker.cpp
   logging/Rotation.cpp
+  settings/IIniFileBase.cpp
+  settings/IniFile.cpp
+  settings/SettingsIniFile.cpp
+  system/SystemConfig.cpp
+  system/SystemConfigPaths.cpp
+  threading/HookedSingleton.cpp
   threading/RTimerGarbageCollector.cpp
   threading/RegisteredThread.cpp
   threading/RegisteredTimer.cpp
+  threading/SingletonHook.cpp
   util/FileUtilities.cpp)
 add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 

@@ -1,3 +1,7 @@
 #pragma once
 
 /// Settings kept in INI files: every class of the family.
+#include "IIniFileBase.h"
+#include "IniFile.h"
+#include "IniString.h"
+#include "SettingsIniFile.h"

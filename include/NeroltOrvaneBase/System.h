@@ -1,3 +1,4 @@
 #pragma once
 
-/// The application's folders and the facts about its host: every class of the family.
+/// The application's folders: every class of the family.
+#include "SystemConfig.h"

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Export.h"
+
+/// What a SingletonHook can hold.
+class NEROLTORVANEBASE_EXPORT IOrvaneInstance
+{
+public:
+    virtual ~IOrvaneInstance();
+
+    /// Destroys the object and clears whatever static pointer refers to it.
+    virtual void Delete() = 0;
+
+protected:
+    IOrvaneInstance() = default;
+    IOrvaneInstance(const IOrvaneInstance&) = default;
+    IOrvaneInstance& operator=(const IOrvaneInstance&) = default;
+};

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Export.h"
+#include "IIniFileBase.h"
+#include "IniString.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QVariant>
+
+/// The settings of a whole INI file in memory, read from a file and written back on request.
+///
+/// Section and key names are matched without regard to case and keep their first spelling. The text of files is
+/// QSettings' INI format. The object is not tied to a file and is used by one thread at a time. Nothing here throws.
+class NEROLTORVANEBASE_EXPORT SettingsIniFile : public IIniFileBase
+{
+public:
+    SettingsIniFile();
+    /// Copies the values, not what was removed. A section without keys is not copied.
+    SettingsIniFile(const SettingsIniFile& other);
+    /// Replaces the values and keeps what was removed here. An object assigned to itself loses its values.
+    SettingsIniFile& operator=(const SettingsIniFile& other);
+    ~SettingsIniFile() override;
+
+    /// Drops all values. What was removed before is still removed from files that are written later.
+    void Clear();
+
+    /// Adds the values of a file: keys directly in named sections. Always true; a file that is missing or cannot be
+    /// read adds nothing. Blocks for the disk. Logs at debug and trace level.
+    bool ReadFile(const QString& path);
+
+    /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
+    /// removed and even if it was set again. Other keys of the file stay; comments do not. False when the file cannot
+    /// be written; errors in the midst of writing go unnoticed. Blocks for the disk. Logs at debug level.
+    bool WriteFile(const QString& path) const;
+
+    /// Logs a hit at trace level.
+    bool GetKeyValue(const QString& group, const QString& key, QString& value) const override;
+    void SetKeyValue(const QString& group, const QString& key, const QVariant& value) override;
+    void SetKeyValue(const QString& group, const QString& key, const QString& value);
+    /// Logs at debug level if there is such a section.
+    void RemoveKey(const QString& group, const QString& key) override;
+
+private:
+    using Section = QMap<IniString, QVariant>;
+    using Table = QMap<IniString, Section*>;
+
+    void CopyValuesOf(const SettingsIniFile& other);
+    static Section& SectionOf(Table& table, const QString& group);
+
+    Table iSections;
+    Table iRemoved;
+};

@@ -1,0 +1,3 @@
+#include <NeroltOrvaneBase/IIniFileBase.h>
+
+IIniFileBase::~IIniFileBase() = default;

@@ -1,0 +1,246 @@
+#include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/SystemConfig.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QSettings>
+#include <QtCore/QSize>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+namespace ZEP_GLOBALS {
+
+const char* const gAutoDownloadsStartTime = "AutoDownloadsStart";
+const char* const gAutoDownloadsEndTime = "AutoDownloadsEnd";
+
+} // namespace ZEP_GLOBALS
+
+namespace {
+
+bool IsLevelOn(LoggerDefs::LogValues level)
+{
+    return (Logger::GetInstance()->GetLevel() & level) != 0;
+}
+
+std::unique_ptr<QSettings> Open(const QString& filePath)
+{
+    return std::make_unique<QSettings>(filePath, QSettings::IniFormat);
+}
+
+std::unique_ptr<QSettings> OpenAgain(const QSettings* settings)
+{
+    return settings ? std::make_unique<QSettings>(settings->fileName(), settings->format()) : nullptr;
+}
+
+class Group
+{
+public:
+    Group(QSettings& settings, const QString& name)
+        : iSettings(settings)
+    {
+        iSettings.beginGroup(name);
+    }
+    ~Group() { iSettings.endGroup(); }
+    Q_DISABLE_COPY(Group)
+
+private:
+    QSettings& iSettings;
+};
+
+QString TextOf(const QSize& size)
+{
+    return QLatin1String("@Size(") + QString::number(size.width()) + QLatin1Char(' ') + QString::number(size.height())
+        + QLatin1Char(')');
+}
+
+QString TextOf(const QVariant& value)
+{
+    switch (value.type()) {
+    case QVariant::Bool:
+        return IniFile::ToString(value.toBool());
+    case QVariant::Int:
+        return QString::number(value.toInt());
+    case QVariant::UInt:
+        return QString::number(value.toUInt());
+    case QVariant::ULongLong:
+        return QString::number(value.toULongLong());
+    case QVariant::String:
+        return value.toString();
+    case QVariant::StringList:
+        return value.toStringList().join(QLatin1Char(' '));
+    case QVariant::ByteArray:
+        return QString();
+    case QVariant::DateTime:
+        return value.toDateTime().toString(Qt::TextDate);
+    case QVariant::Size:
+        return TextOf(value.toSize());
+    default:
+        if (IsLevelOn(LoggerDefs::Trace))
+            Logger::LogTrace("IniFile::SettingValue", QLatin1String("type is ") + QString::number(int(value.type())));
+        return QString();
+    }
+}
+
+void LogSetting(const char* what, const QVariant& value, const QString& key, const QString& group)
+{
+    if (IsLevelOn(LoggerDefs::Debug))
+        Logger::LogDebug("IniFile::Merge",
+                         QLatin1String(what) + IniFile::SettingValue(value, false) + QLatin1String(" for key ") + key
+                             + QLatin1String(", section ") + group);
+}
+
+bool MergeGroup(const QString& group, QSettings& source, QSettings& target, bool overwrite)
+{
+    const Group sourceGroup(source, group);
+    const Group targetGroup(target, group);
+    bool changed = false;
+    const QStringList keys = source.childKeys();
+    for (const QString& key : keys) {
+        if (!overwrite && !target.value(key).isNull())
+            continue;
+        const QVariant value = source.value(key);
+        LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
+        target.setValue(key, value);
+        changed = true;
+    }
+    return changed;
+}
+
+QTime DefaultTime(const QString& key)
+{
+    return key == QLatin1String(ZEP_GLOBALS::gAutoDownloadsStartTime) ? QTime(16, 0) : QTime(20, 0);
+}
+
+} // namespace
+
+IniFile::IniFile(const QString& filePath)
+    : iSettings(filePath.isEmpty() ? nullptr : Open(filePath))
+{
+}
+
+IniFile::IniFile(const IniFile& other)
+    : IIniFileBase(other)
+    , iSettings(OpenAgain(other.iSettings.get()))
+{
+}
+
+IniFile& IniFile::operator=(const IniFile& other)
+{
+    if (this != &other) {
+        iSettings.reset();
+        iSettings = OpenAgain(other.iSettings.get());
+    }
+    return *this;
+}
+
+IniFile::~IniFile() = default;
+
+void IniFile::SetFilePath(const QString& filePath)
+{
+    constexpr const char* func = "IniFile::SetFilePath";
+    if (IsLevelOn(LoggerDefs::Debug))
+        Logger::LogDebug(func, QLatin1String("The file is ") + filePath);
+    if (iSettings) {
+        if (IsLevelOn(LoggerDefs::Debug))
+            Logger::LogDebug(func, QStringLiteral("Clear the old settings first."));
+        iSettings.reset();
+    }
+    iSettings = Open(filePath);
+}
+
+QString IniFile::GetFileName() const
+{
+    return iSettings ? iSettings->fileName() : QString();
+}
+
+bool IniFile::GetKeyValue(const QString& group, const QString& key, QString& value) const
+{
+    if (!iSettings)
+        return false;
+    const Group open(*iSettings, group);
+    iSettings->sync();
+    const QString text = SettingValue(iSettings->value(key), false);
+    // An empty text may stand for a value that has none.
+    if (text.isEmpty() && !iSettings->contains(key))
+        return false;
+    value = text;
+    if (IsLevelOn(LoggerDefs::Trace))
+        Logger::LogTrace("IniFile::GetKeyValue",
+                         QLatin1String("The key is ") + key + QLatin1String(" value is ") + text);
+    return true;
+}
+
+void IniFile::SetKeyValue(const QString& group, const QString& key, const QVariant& value)
+{
+    if (!iSettings)
+        return;
+    const Group open(*iSettings, group);
+    iSettings->setValue(key, value);
+    iSettings->sync();
+}
+
+void IniFile::RemoveKey(const QString& group, const QString& key)
+{
+    if (!iSettings)
+        return;
+    const Group open(*iSettings, group);
+    iSettings->remove(key);
+    iSettings->sync();
+}
+
+bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSection)
+{
+    constexpr const char* func = "IniFile::Merge";
+    if (IsLevelOn(LoggerDefs::Debug))
+        Logger::LogDebug(func, QLatin1String("File to merge is ") + mergeFilePath);
+    if (!iSettings)
+        iSettings = Open(SystemConfig::GetPrefsIniPath());
+    if (QFile(mergeFilePath).size() < 1) {
+        if (IsLevelOn(LoggerDefs::Warning))
+            Logger::LogWarning(func, QStringLiteral("The file to merge is empty"));
+        return false;
+    }
+    QSettings source(mergeFilePath, QSettings::IniFormat);
+    source.setFallbacksEnabled(false);
+    bool changed = false;
+    const QStringList groups = source.childGroups();
+    for (const QString& group : groups)
+        changed |= MergeGroup(group, source, *iSettings, group == overwriteSection);
+    return changed;
+}
+
+QString IniFile::SettingValue(const QVariant& value, bool)
+{
+    const QString text = value.isNull() ? QString() : TextOf(value);
+    if (IsLevelOn(LoggerDefs::Trace))
+        Logger::LogTrace("IniFile::SettingValue", QLatin1String("the return value is ") + text);
+    return text;
+}
+
+QString IniFile::ToString(bool b)
+{
+    return b ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+bool IniFile::ToBool(const QString& text)
+{
+    return text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0;
+}
+
+QTime IniFile::GetTimeFromPrefs(const IIniFileBase& ini, const QString& group, const QString& key)
+{
+    QString text;
+    ini.GetKeyValue(group, key, text); // no value is an empty text
+    const QStringList parts = text.split(QLatin1Char(':'));
+    bool isNumber = false;
+    const uint hour = parts.first().toUInt(&isNumber);
+    if (!isNumber)
+        return DefaultTime(key);
+    if (hour > 23)
+        return QTime(-1, -1, 0, 0);
+    const int minute = parts.value(1).toInt(&isNumber);
+    if (!isNumber)
+        return DefaultTime(key);
+    return QTime(int(hour), minute < 0 || minute >= 60 ? -1 : minute, 0, 0);
+}
