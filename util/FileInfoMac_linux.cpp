@@ -7,6 +7,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 
+#include <charconv>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
@@ -22,6 +23,15 @@ constexpr const char* kCreationTime = "user.NeroltOrvaneBase.creation";
 QByteArray NativePath(const QString& path)
 {
     return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
+}
+
+// Nothing but digits and a sign: what somebody else left there is no time.
+std::optional<qint64> ToNumber(const QByteArray& text)
+{
+    qint64 number = 0;
+    const char* const end = text.constData() + text.size();
+    const auto [next, error] = std::from_chars(text.constData(), end, number);
+    return error == std::errc() && next == end ? std::optional<qint64>(number) : std::nullopt;
 }
 
 std::optional<qint64> FromStatx(const struct statx& status, unsigned int field, const struct statx_timestamp& time)
@@ -46,9 +56,7 @@ std::optional<qint64> CreationTime(const QByteArray& path)
 {
     QByteArray text;
     if (FileAttributes::Read(path, kCreationTime, text) == Result::Done) {
-        bool isNumber = false;
-        const qint64 msecs = text.toLongLong(&isNumber);
-        if (isNumber)
+        if (const std::optional<qint64> msecs = ToNumber(text))
             return msecs;
     }
     struct statx status = {};

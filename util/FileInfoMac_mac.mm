@@ -62,7 +62,7 @@ bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)
         return false;
     const QMacAutoReleasePool pool;
     NSString* const name = AttributeName(type);
-    // An invalid time has no date, and a dictionary cannot hold nil.
+    // An invalid time would become a date in 1970, and a dictionary cannot hold nil.
     NSDate* const date = name && time.isValid() ? time.toNSDate() : nil;
     return date && SetAttribute(iPath, name, date);
 }

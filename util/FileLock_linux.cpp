@@ -64,7 +64,9 @@ Result ReadTakenBits(const QByteArray& path, mode_t mode, mode_t& bits)
 bool TakeWriteBits(const QByteArray& path, mode_t mode)
 {
     mode_t noted = 0;
-    const bool lockedBefore = ReadTakenBits(path, mode, noted) == Result::Done;
+    const Result before = ReadTakenBits(path, mode, noted);
+    if (before == Result::Failed)
+        return false; // there may be a note, and it must not be lost
     const mode_t present = mode & kWriteBits;
     if (present != 0 && IsFileOrFolder(mode)) {
         const Result note = FileAttributes::Write(path, kTakenBits, QByteArray::number(present | noted, 8));
@@ -73,7 +75,7 @@ bool TakeWriteBits(const QByteArray& path, mode_t mode)
     }
     if (SetMode(path, mode & ~kWriteBits))
         return true;
-    if (lockedBefore)
+    if (before == Result::Done)
         FileAttributes::Write(path, kTakenBits, QByteArray::number(noted, 8));
     else
         FileAttributes::Remove(path, kTakenBits);

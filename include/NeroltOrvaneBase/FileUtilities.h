@@ -26,8 +26,9 @@ public:
     /// caller may not; then nothing has changed. What a lock is depends on the platform, see FileInfoMac.
     static bool SetReadOnlyFlag(const QString& path, bool readOnly);
 
-    /// Sets a time, to the millisecond. False when the file is missing, the time or `type` is invalid, the caller may
-    /// not, or the file system does not keep that time. With `logIt` logs at trace level whether the file exists.
+    /// Sets a time, to the millisecond or as near as the file system keeps it. False when the file is missing, the time
+    /// or `type` is invalid, the caller may not, or the file system keeps no such time. With `logIt` logs at trace
+    /// level whether the file exists.
     static bool SetTime(const QString& path, const QDateTime& time, FileTimeType type, bool logIt);
 
     /// A time of the file, to the millisecond, in local time; invalid when the file is missing, `type` is invalid, or
