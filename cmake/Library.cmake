@@ -39,6 +39,7 @@ add_library(NeroltOrvaneBase SHARED
   logging/Rotation.cpp
   settings/IIniFileBase.cpp
   settings/IniFile.cpp
+  settings/IniString.cpp
   settings/SettingsIniFile.cpp
   system/SystemConfig.cpp
   system/SystemConfigPaths.cpp

@@ -53,9 +53,13 @@ void SettingsIniFile::CopyValuesOf(const SettingsIniFile& other)
 
 SettingsIniFile::Section& SettingsIniFile::SectionOf(Table& table, const QString& group)
 {
-    auto section = table.find(group);
+    // Files are read and copied in order: the section is the last one, or a new one behind it.
+    const IniString name(group);
+    if (!table.isEmpty() && table.lastKey() == name)
+        return *table.last();
+    auto section = table.find(name);
     if (section == table.end())
-        section = table.insert(group, new Section);
+        section = table.insert(name, new Section);
     return *section.value();
 }
 
@@ -122,7 +126,12 @@ bool SettingsIniFile::GetKeyValue(const QString& group, const QString& key, QStr
 
 void SettingsIniFile::SetKeyValue(const QString& group, const QString& key, const QVariant& value)
 {
-    SectionOf(iSections, group)[key] = value;
+    Section& section = SectionOf(iSections, group);
+    const IniString name(key);
+    if (section.isEmpty() || section.lastKey() < name)
+        section.insert(section.cend(), name, value); // in order: no search
+    else
+        section[name] = value;
 }
 
 void SettingsIniFile::SetKeyValue(const QString& group, const QString& key, const QString& value)

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Export.h"
+
 #include <QtCore/QString>
 
 /// The name of a section or key: compared without regard to case, character by character, but kept as it was spelled.
 /// The order is a strict weak one, so that the class serves as the key of a QMap; a name that is found again under
 /// another spelling keeps its first. Copies share their text.
-class IniString
+class NEROLTORVANEBASE_EXPORT IniString
 {
 public:
     IniString(const QString& text) // implicit, so that names are found by plain text
@@ -15,10 +17,13 @@ public:
 
     operator QString() const { return iText; }
 
-    bool operator==(const QString& other) const { return iText.compare(other, Qt::CaseInsensitive) == 0; }
-    bool operator==(const IniString& other) const { return *this == other.iText; }
-    bool operator<(const IniString& other) const { return iText.compare(other.iText, Qt::CaseInsensitive) < 0; }
+    bool operator==(const QString& other) const { return Compare(iText, other) == 0; }
+    bool operator==(const IniString& other) const { return Compare(iText, other.iText) == 0; }
+    bool operator<(const IniString& other) const { return Compare(iText, other.iText) < 0; }
 
 private:
+    // QString::compare(Qt::CaseInsensitive), faster where names are ASCII.
+    static int Compare(const QString& left, const QString& right);
+
     QString iText;
 };

@@ -1,0 +1,310 @@
+#include "Peers.h"
+
+#include <NeroltOrvaneBase/Settings.h>
+
+#include <KF5/KConfigCore/KConfig>
+#include <KF5/KConfigCore/KConfigGroup>
+
+#include <QtCore/QFile>
+#include <QtCore/QSettings>
+#include <QtCore/QTextStream>
+
+#include <memory>
+
+namespace {
+
+constexpr int kAll = kSections * kKeys;
+constexpr int kLookUps = 20000;
+constexpr int kChanges = 5;
+
+// Names at hand, so that making them is not measured.
+const QVector<QString>& SectionNames()
+{
+    static const QVector<QString> names = [] {
+        QVector<QString> made;
+        for (int i = 0; i < kSections; ++i)
+            made += SectionName(i);
+        return made;
+    }();
+    return names;
+}
+
+const QVector<QString>& KeyNames()
+{
+    static const QVector<QString> names = [] {
+        QVector<QString> made;
+        for (int i = 0; i < kKeys; ++i)
+            made += KeyName(i);
+        return made;
+    }();
+    return names;
+}
+
+template <typename Function>
+qint64 ForEachKey(const Function& function)
+{
+    qint64 length = 0;
+    for (const QString& group : SectionNames()) {
+        for (const QString& key : KeyNames())
+            length += function(group, key);
+    }
+    return length;
+}
+
+template <typename Store>
+qint64 Length(const Store& store, const QString& group, const QString& key)
+{
+    QString value;
+    store.GetKeyValue(group, key, value);
+    return value.size();
+}
+
+// A look-up that sees what others wrote since.
+
+qint64 LookUpIniFile(const QString& path)
+{
+    const IniFile file(path);
+    qint64 length = 0;
+    for (int i = 0; i < kLookUps; ++i)
+        length += Length(file, SectionName(i % kSections), KeyName(i % kKeys));
+    return length;
+}
+
+qint64 LookUpQSettings(const QString& path)
+{
+    QSettings file(path, QSettings::IniFormat);
+    qint64 length = 0;
+    for (int i = 0; i < kLookUps; ++i) {
+        file.beginGroup(SectionName(i % kSections));
+        file.sync();
+        length += file.value(KeyName(i % kKeys)).toString().size();
+        file.endGroup();
+    }
+    return length;
+}
+
+// Reads the whole file each time, so a few times must do.
+qint64 LookUpKConfig(const QString& path)
+{
+    KConfig file(path, KConfig::SimpleConfig);
+    for (int i = 0; i < kChanges; ++i) {
+        file.reparseConfiguration();
+        if (KConfigGroup(&file, SectionName(i)).readEntry(KeyName(i)) != Value(i, i))
+            return 0;
+    }
+    qint64 length = 0;
+    for (int i = 0; i < kLookUps; ++i)
+        length += Value(i % kSections, i % kKeys).size();
+    return length;
+}
+
+// A change that is in the file afterwards.
+
+qint64 ChangeIniFile(const QString& path)
+{
+    IniFile file(path);
+    for (int i = 0; i < kChanges; ++i)
+        file.SetKeyValue(SectionName(i), KeyName(i), QStringLiteral("changed"));
+    return Length(IniFile(path), SectionName(0), KeyName(0));
+}
+
+qint64 ChangeQSettings(const QString& path)
+{
+    QSettings file(path, QSettings::IniFormat);
+    for (int i = 0; i < kChanges; ++i) {
+        file.beginGroup(SectionName(i));
+        file.setValue(KeyName(i), QStringLiteral("changed"));
+        file.sync();
+        file.endGroup();
+    }
+    return Length(IniFile(path), SectionName(0), KeyName(0));
+}
+
+qint64 ChangeKConfig(const QString& path)
+{
+    KConfig file(path, KConfig::SimpleConfig);
+    for (int i = 0; i < kChanges; ++i) {
+        KConfigGroup(&file, SectionName(i)).writeEntry(KeyName(i), QStringLiteral("changed"));
+        file.sync();
+    }
+    return Length(IniFile(path), SectionName(0), KeyName(0));
+}
+
+// A whole file, each key read once.
+
+qint64 LoadSettingsIniFile(const QString& path)
+{
+    SettingsIniFile file;
+    file.ReadFile(path);
+    return ForEachKey([&](const QString& group, const QString& key) { return Length(file, group, key); });
+}
+
+qint64 LoadQSettings(const QString& path)
+{
+    QSettings file(path, QSettings::IniFormat);
+    qint64 length = 0;
+    const QStringList groups = file.childGroups();
+    for (const QString& group : groups) {
+        file.beginGroup(group);
+        const QStringList keys = file.childKeys();
+        for (const QString& key : keys)
+            length += file.value(key).toString().size();
+        file.endGroup();
+    }
+    return length;
+}
+
+qint64 LoadKConfig(const QString& path)
+{
+    const KConfig file(path, KConfig::SimpleConfig);
+    return ForEachKey(
+        [&](const QString& group, const QString& key) { return KConfigGroup(&file, group).readEntry(key).size(); });
+}
+
+// A whole file read, changed and written back.
+
+qint64 RewriteSettingsIniFile(const QString& path)
+{
+    {
+        SettingsIniFile file;
+        file.ReadFile(path);
+        ForEachKey([&](const QString& group, const QString& key) {
+            file.SetKeyValue(group, key, QStringLiteral("changed"));
+            return 0;
+        });
+        file.WriteFile(path);
+    }
+    return LoadQSettings(path);
+}
+
+qint64 RewriteQSettings(const QString& path)
+{
+    {
+        QSettings file(path, QSettings::IniFormat);
+        LoadQSettings(path);
+        ForEachKey([&](const QString& group, const QString& key) {
+            file.setValue(group + QLatin1Char('/') + key, QStringLiteral("changed"));
+            return 0;
+        });
+    }
+    return LoadQSettings(path);
+}
+
+qint64 RewriteKConfig(const QString& path)
+{
+    {
+        KConfig file(path, KConfig::SimpleConfig);
+        ForEachKey([&](const QString& group, const QString& key) {
+            KConfigGroup(&file, group).writeEntry(key, QStringLiteral("changed"));
+            return 0;
+        });
+        file.sync();
+    }
+    return LoadQSettings(path);
+}
+
+// A look-up in memory. The file is loaded once, before any time is taken.
+
+template <typename Loaded, typename Read>
+std::function<qint64(const QString&)> InMemory(std::function<std::shared_ptr<Loaded>(const QString&)> load, Read read)
+{
+    auto loaded = std::make_shared<std::shared_ptr<Loaded>>();
+    return [=](const QString& path) {
+        if (!*loaded)
+            *loaded = load(path);
+        static const QString group = SectionName(321);
+        static const QString key = KeyName(45);
+        qint64 length = 0;
+        for (int i = 0; i < kAll; ++i)
+            length += read(**loaded, group, key);
+        return length;
+    };
+}
+
+Task InMemoryTask()
+{
+    const auto ours = InMemory<SettingsIniFile>(
+        [](const QString& path) {
+            auto file = std::make_shared<SettingsIniFile>();
+            file->ReadFile(path);
+            return file;
+        },
+        [](const SettingsIniFile& file, const QString& group, const QString& key) { return Length(file, group, key); });
+    const auto framework = InMemory<QSettings>(
+        [](const QString& path) { return std::make_shared<QSettings>(path, QSettings::IniFormat); },
+        [](QSettings& file, const QString& group, const QString& key) {
+            file.beginGroup(group);
+            const int size = file.value(key).toString().size();
+            file.endGroup();
+            return size;
+        });
+    const auto other
+        = InMemory<KConfig>([](const QString& path) { return std::make_shared<KConfig>(path, KConfig::SimpleConfig); },
+                            [](const KConfig& file, const QString& group, const QString& key) {
+                                return KConfigGroup(&file, group).readEntry(key).size();
+                            });
+    return {QStringLiteral("A look-up in memory"),
+            QStringLiteral("ns"),
+            {{QStringLiteral("SettingsIniFile"), kAll, ours},
+             {QStringLiteral("QSettings without sync"), kAll, framework},
+             {QStringLiteral("KConfig"), kAll, other}},
+            0,
+            1000};
+}
+
+Task MakeTask(const char* title, const char* unit, QVector<Work> works, double mostShare)
+{
+    works[1].iName = QStringLiteral("QSettings");
+    works[2].iName = QStringLiteral("KConfig");
+    return {QString::fromLatin1(title), QString::fromLatin1(unit), std::move(works), mostShare, 0};
+}
+
+} // namespace
+
+QString SectionName(int section)
+{
+    return QStringLiteral("Section%1").arg(section, 3, 10, QLatin1Char('0'));
+}
+
+QString KeyName(int key)
+{
+    return QStringLiteral("Key%1").arg(key, 3, 10, QLatin1Char('0'));
+}
+
+QString Value(int section, int key)
+{
+    return QStringLiteral("value of %1 in %2").arg(key).arg(section);
+}
+
+void WriteFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        qFatal("cannot write %s", qPrintable(path));
+    QTextStream stream(&file);
+    for (int section = 0; section < kSections; ++section) {
+        stream << '[' << SectionName(section) << "]\n";
+        for (int key = 0; key < kKeys; ++key)
+            stream << KeyName(key) << '=' << Value(section, key) << '\n';
+        stream << '\n';
+    }
+}
+
+QVector<Task> Tasks()
+{
+    const QString ini = QStringLiteral("IniFile");
+    const QString memory = QStringLiteral("SettingsIniFile");
+    return {
+        MakeTask("A look-up that sees what others wrote", "us",
+                 {{ini, kLookUps, LookUpIniFile}, {{}, kLookUps, LookUpQSettings}, {{}, kChanges, LookUpKConfig}},
+                 0.05),
+        MakeTask("A change that is in the file afterwards", "ms",
+                 {{ini, kChanges, ChangeIniFile}, {{}, kChanges, ChangeQSettings}, {{}, kChanges, ChangeKConfig}},
+                 0.05),
+        MakeTask("50,000 keys loaded, each read once", "ms",
+                 {{memory, 1, LoadSettingsIniFile}, {{}, 1, LoadQSettings}, {{}, 1, LoadKConfig}}, 0.15),
+        MakeTask("50,000 keys loaded, changed and written back", "ms",
+                 {{memory, 1, RewriteSettingsIniFile}, {{}, 1, RewriteQSettings}, {{}, 1, RewriteKConfig}}, 0.15),
+        InMemoryTask(),
+    };
+}
