@@ -3,6 +3,7 @@
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QSaveFile>
@@ -56,6 +57,15 @@ int Number(const QCommandLineParser& parser, const char* option, int least, int 
     return number;
 }
 
+// Minutes later would be a bad time to find out.
+void CheckTarget(const QCommandLineParser& parser, const QString& option)
+{
+    const QString path = parser.value(option);
+    if (!path.isEmpty() && !QFileInfo(QFileInfo(path).path()).isWritable())
+        throw Failure{
+            QStringLiteral("--%1: the folder of \"%2\" is missing or may not be written to").arg(option, path)};
+}
+
 SuiteOptions ReadOptions(const QCommandLineParser& parser)
 {
     SuiteOptions options;
@@ -63,6 +73,10 @@ SuiteOptions ReadOptions(const QCommandLineParser& parser)
     options.iLines = Number(parser, "lines", kMinLines, kMaxLines);
     options.iFolder = parser.value(QStringLiteral("folder"));
     options.iOnly = parser.values(QStringLiteral("only"));
+    if (!parser.positionalArguments().isEmpty())
+        throw Failure{QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first())};
+    for (const char* const option : {"json", "markdown"})
+        CheckTarget(parser, QLatin1String(option));
     for (const QString& kind : options.iOnly) {
         if (!Suite::Kinds().contains(kind))
             throw Failure{QStringLiteral("--only does not know \"%1\"").arg(kind)};

@@ -32,18 +32,23 @@ public:
     ~QtTarget() { qInstallMessageHandler(nullptr); }
     Q_DISABLE_COPY(QtTarget)
 
+    // What the logging macros do, which clang finds pedantic fault with.
     template <Line::Level level>
     void Write(const QString& text)
     {
         if constexpr (level == Line::Level::Debug)
-            qCDebug(Category).noquote() << text;
+            QMessageLogger().debug().noquote() << text;
         else if constexpr (level == Line::Level::Warning)
-            qCWarning(Category).noquote() << text;
+            QMessageLogger().warning().noquote() << text;
         else
-            qCInfo(Category).noquote() << text;
+            QMessageLogger().info().noquote() << text;
     }
 
-    void WriteIfOn(const QString& text) { qCDebug(Category).noquote() << text; }
+    void WriteIfOn(const QString& text)
+    {
+        if (iCategory.isDebugEnabled())
+            QMessageLogger().debug().noquote() << text;
+    }
 
     void HandOver()
     {
@@ -54,8 +59,6 @@ public:
     void Finish() { HandOver(); }
 
 private:
-    static const QLoggingCategory& Category() { return sTarget->iCategory; }
-
     static QtMsgType TypeOf(Line::Level level)
     {
         return level == Line::Level::Debug ? QtDebugMsg : level == Line::Level::Warning ? QtWarningMsg : QtInfoMsg;

@@ -4,7 +4,7 @@ set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/NeroltOrvaneBase)
 
 install(TARGETS NeroltOrvaneBase EXPORT NeroltOrvaneBaseTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/NeroltOrvaneBase DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(FILES ${public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase)
 install(EXPORT NeroltOrvaneBaseTargets NAMESPACE NeroltOrvaneBase:: DESTINATION ${config_dir})
 
 configure_package_config_file(cmake/NeroltOrvaneBaseConfig.cmake.in NeroltOrvaneBaseConfig.cmake

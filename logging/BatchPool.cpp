@@ -13,7 +13,7 @@ namespace {
 constexpr int kCapacity = 5000 + 1024;
 constexpr int kLargestKept = 2 * kCapacity;
 constexpr unsigned int kSlots = 32;
-constexpr qint64 kBurstBytes = 16 * 1024 * 1024;
+constexpr qint64 kBurstBytes = 4 * 1024 * 1024;
 
 // A ring of buffers, given back at one end and taken at the other, so that the one taken is the least likely to be
 // shared still.
@@ -70,6 +70,19 @@ QByteArray TakeUsed(Pool& pool)
     return std::exchange(oldest, QByteArray());
 }
 
+// The buffers kept are among the last that were allocated, and so above the rest. Allocators return what is on top when
+// it is freed, and not before.
+void Clear()
+{
+    Pool& pool = ThePool();
+    const Access access(pool);
+    if (!access)
+        return;
+    for (QByteArray& buffer : pool.ring)
+        buffer = QByteArray();
+    pool.taken = pool.given;
+}
+
 } // namespace
 
 QByteArray BatchPool::Take()
@@ -99,4 +112,5 @@ void BatchPool::Idle()
         return;
     bytes.store(0, std::memory_order_relaxed);
     FreeMemory::ReturnToSystem();
+    Clear();
 }

@@ -52,8 +52,8 @@ public:
 
     /// Logs to the file at `path`, created when missing, in a folder that exists. Without `force` only the first name
     /// counts; with `force` the log changes files, and the lines still in the buffer appear in both.
-    /// Blocks while the file before it is completed. Call it on the main thread (any thread but the logging thread
-    /// may).
+    /// The file rotates by size and age, see LoggerWorker. Blocks while the file before it is completed. Call it on the
+    /// main thread (any thread but the logging thread may).
     static void SetLoggerFileName(const QString& path, bool force);
 
     /// The path given to SetLoggerFileName, empty before. Only meaningful until StopLogging, and only on the thread

@@ -17,8 +17,9 @@ class RegisteredTimer;
 ///
 /// Right after the batch that took the file over 104857600 bytes, or that found it more than 86400 seconds old, the
 /// file is renamed within its folder to "<complete base name>-yyyy-MM-dd_hh-mm-ss.<suffix>", and a new one begins with
-/// the line "yyyy-MM-dd hh:mm:ss.zzzcontinued from <new name of the old file>". If it cannot be renamed, its content is
-/// lost.
+/// the line "yyyy-MM-dd hh:mm:ss.zzzcontinued from <new name of the old file>". A file that cannot be renamed loses its
+/// content: in a folder that must not be written, or when its new name is taken, as by a second rotation within one
+/// second.
 class NEROLTORVANEBASE_EXPORT LoggerWorker : public QObject
 {
     Q_OBJECT

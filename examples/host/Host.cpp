@@ -1,0 +1,180 @@
+#include "Host.h"
+
+#include "Interrupt.h"
+#include "Memory.h"
+#include "Progress.h"
+#include "Terminal.h"
+#include "Wait.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QLockFile>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kUsualLevel = LoggerDefs::Information | LoggerDefs::Warning | LoggerDefs::Error | LoggerDefs::Exception;
+constexpr int kQuietLevel = LoggerDefs::Warning | LoggerDefs::Error | LoggerDefs::Exception;
+constexpr int kPatienceMs = 60000;
+
+const QString kSilenced = QStringLiteral("nobody will ever read this");
+
+void LogInformation(const char* func, const QString& message)
+{
+    if (Logger::GetInstance()->GetLevel() & LoggerDefs::Information)
+        Logger::LogInformation(func, message);
+}
+
+int Complain(const QString& what)
+{
+    std::fprintf(stderr, "host: %s\n", qPrintable(what));
+    return ExitCode::kFailed;
+}
+
+} // namespace
+
+Host::Host(const Options& options)
+    : iOptions(options)
+    , iFolder(options.iFolder)
+    , iRun(QString::number(QDateTime::currentMSecsSinceEpoch(), 36))
+    , iLoad(options.iThreads, options.iLines)
+{
+}
+
+int Host::Run()
+{
+    const QString obstacle = iFolder.Create();
+    if (!obstacle.isEmpty())
+        return RejectInput(obstacle);
+    // Two hosts that move each other's log would make a mess of it.
+    QLockFile lock(iFolder.PathOf(QStringLiteral("host.lock")));
+    lock.setStaleLockTime(0);
+    if (!lock.tryLock())
+        return RejectInput(QStringLiteral("another host uses %1").arg(iOptions.iFolder));
+    StartLog();
+    LogErrors();
+    RunLoad();
+    SilenceAndWake();
+    StopLog();
+    return Finish();
+}
+
+void Host::StartLog()
+{
+    iLife.iOldLogsRemoved = iFolder.RemoveOld();
+    iRotatedBefore = iFolder.Rotated();
+    iOldLog = OldLog::Prepare(iFolder.LogPath());
+    Wait::Until([this] { return !iFolder.IsRotationBlocked(); });
+
+    // The first call, on the main thread, whose event loop drives the log's timer from now on.
+    Logger::GetInstance()->SetLevel(kUsualLevel);
+    Logger::SetErrorReporter(&iErrors);
+    Logger::SetLoggerFileName(iFolder.LogPath(), false);
+    iLife.iLogPath = Logger::GetLoggerFileName();
+    LogInformation("Host::StartLog", QStringLiteral("host " HOST_VERSION " starts"));
+    // The first batch finds the old log and makes it move.
+    WriteThrough();
+}
+
+void Host::LogErrors()
+{
+    Logger::LogError(1001, LoggerDefs::ExtraText, "Host::LogErrors", QStringLiteral("an error about a file"),
+                     QStringLiteral("prefs.ini"));
+    Logger::LogError(1002, LoggerDefs::SecondIntHex, "Host::LogErrors", QStringLiteral("an error with a status"), 0,
+                     255);
+    Logger::LogUnknownException(1003, "Host::LogErrors");
+}
+
+void Host::RunLoad()
+{
+    Progress progress;
+    RunRound(progress); // into the new log, which it does not fill
+    while (!iLoad.IsOver() && iFailure.isEmpty()) {
+        Wait::Until([this] { return !iFolder.IsRotationBlocked(); });
+        RunRound(progress);
+    }
+    iLife.iLines = iLoad.LoggedByAll();
+    iLife.iIsInterrupted = iLife.iLines != iOptions.AllLines();
+}
+
+void Host::RunRound(Progress& progress)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    iLoad.StartRound();
+    Wait::Until([&] {
+        if (Interrupt::WasAsked())
+            iLoad.Interrupt();
+        const bool isOver = iLoad.IsRoundOver(); // asked first, so that the bar gets to its end
+        progress.Show(iLoad.LoggedByAll(), iOptions.AllLines());
+        return isOver;
+    });
+    WriteThrough();
+    iLife.iSeconds += double(elapsed.nsecsElapsed()) / 1e9;
+}
+
+void Host::SilenceAndWake()
+{
+    Logger::ResetLoggingLevel(kQuietLevel);
+    Logger::LogInformation("Host::SilenceAndWake", kSilenced);
+    // The threads of the load have ended but are not destroyed yet; the logging thread runs.
+    RegisteredThread::LogThreads();
+    Logger::ResetLoggingLevel(kUsualLevel);
+}
+
+void Host::StopLog()
+{
+    // Nobody calls the reporter any more once it is taken away, so that it may be destroyed.
+    Logger::SetErrorReporter(nullptr);
+    Logger::StopLogging();
+    iLife.iPeakMemory = Memory::Peak();
+    iLife.iFinalMemory = Memory::Resident();
+}
+
+// Waits until everything logged so far is in the file. A line that changes the level is handed over at once, and takes
+// along those before it.
+void Host::WriteThrough()
+{
+    const QString mark = QStringLiteral("step %1 of run %2 is done").arg(++iSteps).arg(iRun);
+    LogInformation("Host::WriteThrough", mark);
+    Logger::ResetLoggingLevel(kUsualLevel);
+    if (!Wait::Until([&] { return iFolder.EndsWith(mark.toUtf8()); }, QDeadlineTimer(kPatienceMs)))
+        Fail(QStringLiteral("what was logged does not reach %1").arg(iFolder.LogPath()));
+}
+
+void Host::Fail(const QString& what)
+{
+    if (iFailure.isEmpty())
+        iFailure = what;
+}
+
+Expected Host::WhatToExpect() const
+{
+    Expected expected;
+    expected.iRotatedBefore = iRotatedBefore;
+    expected.iBytesBefore = iOldLog.iSize;
+    expected.iIsRotated = iOldLog.iIsAged;
+    for (int thread = 0; thread < iOptions.iThreads; ++thread)
+        expected.iLoadLines += iLoad.Logged(thread);
+    expected.iErrors = iErrors.Codes().size();
+    expected.iThreadsListed = iOptions.iThreads + 1;
+    expected.iSilenced = kSilenced;
+    return expected;
+}
+
+int Host::Finish()
+{
+    iLife.iIsAged = iOldLog.iIsAged;
+    iLife.iErrorCodes = iErrors.Codes();
+    iLife.iLog = CheckLog(iFolder, WhatToExpect());
+    if (!iFailure.isEmpty())
+        iLife.iLog.iWrong = iFailure;
+    const bool isPrinted = Terminal::Print(Summary(iOptions, iFolder, iLife));
+    if (!iLife.iLog.iWrong.isEmpty())
+        return Complain(QStringLiteral("the log is wrong: %1").arg(iLife.iLog.iWrong));
+    if (!isPrinted)
+        return Complain(QStringLiteral("cannot write the summary"));
+    return iLife.iIsInterrupted ? ExitCode::kInterrupted : ExitCode::kDone;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ErrorCounter.h"
+#include "LogLoad.h"
+#include "OldLog.h"
+#include "Summary.h"
+
+#include <QtCore/QElapsedTimer>
+
+class Progress;
+
+/// The life of a host, from the first line of its log to the last.
+class Host
+{
+public:
+    explicit Host(const Options& options);
+
+    /// Returns the exit code.
+    int Run();
+
+private:
+    void StartLog();
+    void LogErrors();
+    void RunLoad();
+    void RunRound(Progress& progress);
+    void SilenceAndWake();
+    void StopLog();
+    void WriteThrough();
+    void Fail(const QString& what);
+    Expected WhatToExpect() const;
+    int Finish();
+
+    const Options iOptions;
+    const LogFolder iFolder;
+    const QString iRun; // tells this run's lines from those of others
+    QStringList iRotatedBefore;
+    OldLog iOldLog;
+    ErrorCounter iErrors;
+    LogLoad iLoad;
+    int iSteps = 0;
+    QString iFailure;
+    Life iLife;
+};

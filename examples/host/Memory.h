@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QtCore/QtGlobal>
+
+/// The memory of this process that is resident, in bytes; 0 where the system does not tell.
+namespace Memory {
+
+qint64 Resident();
+/// The most that ever was.
+qint64 Peak();
+
+} // namespace Memory

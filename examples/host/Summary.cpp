@@ -1,0 +1,93 @@
+#include "Summary.h"
+
+#include "Terminal.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
+
+namespace {
+
+constexpr int kLabelWidth = 13;
+
+QString Number(qint64 number)
+{
+    return QLocale(QLocale::English).toString(number);
+}
+
+QString Bytes(qint64 bytes)
+{
+    return bytes > 0 ? QLocale(QLocale::English).formattedDataSize(bytes, 1) : QStringLiteral("unknown");
+}
+
+QString Title(const QString& title)
+{
+    return QLatin1Char('\n') + Terminal::Bold(title) + QLatin1Char('\n');
+}
+
+QString Row(const QString& label, const QString& value)
+{
+    return QLatin1String("  ") + label.leftJustified(kLabelWidth) + value + QLatin1Char('\n');
+}
+
+QString Verdict(const Life& life)
+{
+    if (!life.iLog.iWrong.isEmpty())
+        return Terminal::Red(QStringLiteral("The log is wrong: %1").arg(life.iLog.iWrong)) + QLatin1Char('\n');
+    const QString text
+        = QStringLiteral("Every line arrived, once and in its thread's order: %1").arg(Number(life.iLines));
+    const QString ending = life.iIsInterrupted ? QStringLiteral(" (interrupted before the end)") : QString();
+    return Terminal::Green(text) + ending + QLatin1Char('\n');
+}
+
+QString RotatedRow(const Life& life, const QString& name)
+{
+    const bool isFirst = name == life.iLog.iFiles.first();
+    return Row(QStringLiteral("rotated"),
+               name + (isFirst && life.iIsAged ? QStringLiteral(" (it was two days old)") : QString()));
+}
+
+QString LogPart(const Life& life)
+{
+    QString text = Title(QStringLiteral("Log")) + Row(QStringLiteral("file"), life.iLogPath)
+        + Row(QStringLiteral("first line"), QString::fromUtf8(life.iLog.iFirstLine))
+        + Row(QStringLiteral("last line"), QString::fromUtf8(life.iLog.iLastLine));
+    for (int i = 0; i < life.iLog.iFiles.size() - 1; ++i)
+        text += RotatedRow(life, life.iLog.iFiles[i]);
+    if (!life.iIsAged)
+        text += Row(QStringLiteral("not rotated"), QStringLiteral("the file system keeps no creation time"));
+    if (life.iOldLogsRemoved > 0)
+        text += Row(QStringLiteral("removed"), QStringLiteral("%1 of the older logs").arg(life.iOldLogsRemoved));
+    return text + Row(QStringLiteral("errors"), life.iErrorCodes.join(QLatin1String(", ")));
+}
+
+QString LoadPart(const Options& options, const Life& life)
+{
+    const double rate = life.iSeconds > 0 ? double(life.iLines) / life.iSeconds : 0;
+    return Title(QStringLiteral("Load"))
+        + Row(QStringLiteral("lines"),
+              QStringLiteral("%1 (threads: %2)").arg(Number(life.iLines), Number(options.iThreads)))
+        + Row(QStringLiteral("seconds"),
+              QStringLiteral("%1 until the last was in the file").arg(life.iSeconds, 0, 'f', 3))
+        + Row(QStringLiteral("rate"), QStringLiteral("%1 lines per second").arg(Number(qint64(rate))));
+}
+
+QString FilesPart(const LogFolder& folder, const Life& life)
+{
+    QString text = Title(QStringLiteral("Files"));
+    for (const QString& name : life.iLog.iFiles)
+        text += Row(Bytes(QFileInfo(folder.PathOf(name)).size()), name);
+    return text;
+}
+
+QString MemoryPart(const Life& life)
+{
+    return Title(QStringLiteral("Memory")) + Row(QStringLiteral("peak"), Bytes(life.iPeakMemory))
+        + Row(QStringLiteral("at the end"), Bytes(life.iFinalMemory));
+}
+
+} // namespace
+
+QString Summary(const Options& options, const LogFolder& folder, const Life& life)
+{
+    return Verdict(life) + LogPart(life) + LoadPart(options, life) + FilesPart(folder, life) + MemoryPart(life);
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "LogCheck.h"
+#include "Options.h"
+
+/// What there is to tell about a run.
+struct Life
+{
+    QString iLogPath;
+    bool iIsAged = false;
+    int iOldLogsRemoved = 0;
+    qint64 iLines = 0;
+    double iSeconds = 0; ///< until the lines were in the file
+    QStringList iErrorCodes; ///< as the reporter heard them
+    qint64 iPeakMemory = 0;
+    qint64 iFinalMemory = 0;
+    bool iIsInterrupted = false;
+    CheckedLog iLog;
+};
+
+QString Summary(const Options& options, const LogFolder& folder, const Life& life);

@@ -1,0 +1,101 @@
+#include "HostProcess.h"
+
+#include <QtCore/QElapsedTimer>
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <grp.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kTimeoutMs = 60000;
+constexpr int kPollMs = 10;
+constexpr uid_t kNobody = 65534;
+
+void BecomeOrdinaryUser()
+{
+    if (::getuid() != 0)
+        return;
+    if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)
+        ::_exit(99);
+}
+
+} // namespace
+
+HostProcess::HostProcess()
+{
+    for (const char* const name : {"NO_COLOR", "TERM"})
+        iEnvironment.remove(QString::fromLatin1(name));
+}
+
+HostProcess::~HostProcess()
+{
+    if (state() != NotRunning) {
+        kill();
+        waitForFinished();
+    }
+    for (const int descriptor : {iMaster, iSlave}) {
+        if (descriptor >= 0)
+            ::close(descriptor);
+    }
+}
+
+void HostProcess::SetVariable(const char* name, const char* value)
+{
+    iEnvironment.insert(QString::fromLatin1(name), QString::fromLocal8Bit(value));
+}
+
+void HostProcess::OpenTerminal()
+{
+    iMaster = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (iMaster < 0 || ::grantpt(iMaster) != 0 || ::unlockpt(iMaster) != 0)
+        qFatal("no pseudo terminal");
+    iSlave = ::open(::ptsname(iMaster), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ::fcntl(iMaster, F_SETFL, O_NONBLOCK);
+}
+
+void HostProcess::setupChildProcess()
+{
+    if (iIsOrdinaryUser)
+        BecomeOrdinaryUser();
+    if (iSlave < 0)
+        return;
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        ::dup2(iSlave, descriptor);
+}
+
+void HostProcess::Start(const QStringList& arguments)
+{
+    setProcessEnvironment(iEnvironment);
+    start(QStringLiteral(HOST_PROGRAM), arguments);
+    waitForStarted();
+}
+
+// A terminal that nobody reads fills up and holds its writer.
+void HostProcess::ReadScreen()
+{
+    char bytes[4096];
+    ssize_t size = 0;
+    while (iMaster >= 0 && (size = ::read(iMaster, bytes, sizeof bytes)) > 0)
+        iScreen.append(bytes, int(size));
+}
+
+int HostProcess::Finish()
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (!waitForFinished(kPollMs) && state() != NotRunning) {
+        ReadScreen();
+        if (elapsed.hasExpired(kTimeoutMs))
+            return -1;
+    }
+    ReadScreen();
+    return exitStatus() == NormalExit ? exitCode() : -1;
+}
+
+int HostProcess::Run(const QStringList& arguments)
+{
+    Start(arguments);
+    return Finish();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QProcess>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QStringList>
+
+/// The host program, run the way a user may run it.
+class HostProcess : public QProcess
+{
+public:
+    HostProcess();
+    ~HostProcess() override;
+
+    void SetVariable(const char* name, const char* value);
+    /// Even if this process is root.
+    void RunAsOrdinaryUser() { iIsOrdinaryUser = true; }
+    /// On a pseudo terminal of its own instead of pipes. Call it before Start.
+    void OpenTerminal();
+
+    void Start(const QStringList& arguments);
+    /// Waits for the end; the exit code, or -1 when it crashed or had to be killed.
+    int Finish();
+    int Run(const QStringList& arguments);
+
+    /// What it wrote to the pseudo terminal.
+    const QByteArray& Screen() const { return iScreen; }
+    QByteArray Out() { return readAllStandardOutput(); }
+    QByteArray Err() { return readAllStandardError(); }
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    void ReadScreen();
+
+    QProcessEnvironment iEnvironment = QProcessEnvironment::systemEnvironment();
+    bool iIsOrdinaryUser = false;
+    int iMaster = -1;
+    int iSlave = -1;
+    QByteArray iScreen;
+};
