@@ -53,6 +53,9 @@ int Host::Run()
     lock.setStaleLockTime(0);
     if (!lock.tryLock())
         return RejectInput(QStringLiteral("another host uses %1").arg(iOptions.iFolder));
+    if (!PrepareFolders(iOptions.iFolder))
+        return RejectInput(QStringLiteral("cannot create the folders in %1").arg(iOptions.iFolder));
+    iLife.iPreferences = OpenPreferences();
     StartLog();
     LogErrors();
     RunLoad();

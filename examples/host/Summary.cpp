@@ -2,6 +2,8 @@
 
 #include "Terminal.h"
 
+#include <NeroltOrvaneBase/SystemConfig.h>
+
 #include <QtCore/QFileInfo>
 #include <QtCore/QLocale>
 
@@ -27,6 +29,26 @@ QString Title(const QString& title)
 QString Row(const QString& label, const QString& value)
 {
     return QLatin1String("  ") + label.leftJustified(kLabelWidth) + value + QLatin1Char('\n');
+}
+
+QString FoldersPart()
+{
+    return Title(QStringLiteral("Folders")) + Row(QStringLiteral("user data"), SystemConfig::GetUserDataPath())
+        + Row(QStringLiteral("cache"), SystemConfig::GetUserCachePath())
+        + Row(QStringLiteral("downloads"), SystemConfig::GetUsersDownloadsPath())
+        + Row(QStringLiteral("resources"), SystemConfig::GetResourcesPath());
+}
+
+QString SettingsPart(const Preferences& preferences)
+{
+    const QString clock = QStringLiteral("hh:mm");
+    return Title(QStringLiteral("Settings")) + Row(QStringLiteral("preferences"), preferences.iPath)
+        + Row(QStringLiteral("defaults"),
+              preferences.iIsMerged ? QStringLiteral("merged") : QStringLiteral("nothing new"))
+        + Row(QStringLiteral("run"), Number(preferences.iRuns))
+        + Row(QStringLiteral("window"),
+              QStringLiteral("downloads from %1 to %2")
+                  .arg(preferences.iDownloadsFrom.toString(clock), preferences.iDownloadsTo.toString(clock)));
 }
 
 QString Verdict(const Life& life)
@@ -89,5 +111,6 @@ QString MemoryPart(const Life& life)
 
 QString Summary(const Options& options, const LogFolder& folder, const Life& life)
 {
-    return Verdict(life) + LogPart(life) + LoadPart(options, life) + FilesPart(folder, life) + MemoryPart(life);
+    return Verdict(life) + FoldersPart() + SettingsPart(life.iPreferences) + LogPart(life) + LoadPart(options, life)
+        + FilesPart(folder, life) + MemoryPart(life);
 }

@@ -2,10 +2,12 @@
 
 #include "LogCheck.h"
 #include "Options.h"
+#include "Preferences.h"
 
 /// What there is to tell about a run.
 struct Life
 {
+    Preferences iPreferences;
     QString iLogPath;
     bool iIsAged = false;
     int iOldLogsRemoved = 0;

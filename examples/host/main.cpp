@@ -1,7 +1,9 @@
 #include "Host.h"
 #include "Interrupt.h"
 
+#include <NeroltOrvaneBase/HookedSingleton.h>
 #include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/SingletonHook.h>
 
 #include <QtCore/QCoreApplication>
 
@@ -13,6 +15,9 @@ int main(int argc, char** argv)
     if (const std::optional<int> code = ReadOptions(QCoreApplication::arguments(), options))
         return *code;
     Interrupt::Catch();
+    // Before any singleton is used. What it holds at the end, it deletes.
+    SingletonHook hook;
+    HookedSingleton::InstallHook(&hook);
     const int code = Host(options).Run();
     Logger::Cleanup();
     return code;

@@ -6,6 +6,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
@@ -112,6 +113,29 @@ private Q_SLOTS:
         }
         QVERIFY2(Row(summary, "peak").endsWith("iB"), Row(summary, "peak"));
         QVERIFY2(Row(summary, "at the end").endsWith("iB"), Row(summary, "at the end"));
+    }
+
+    void foldersAndSettings()
+    {
+        const QDir data(Folder());
+        const QString preferences = data.filePath(QStringLiteral("prefs.ini"));
+        HostProcess first;
+        QCOMPARE(first.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(Row(first.Out(), "user data"), Folder().toUtf8());
+        QCOMPARE(Row(first.Out(), "cache"), data.filePath(QStringLiteral("Cache")).toUtf8());
+        QCOMPARE(Row(first.Out(), "downloads"), data.filePath(QStringLiteral("Downloads")).toUtf8());
+        QVERIFY(data.exists(QStringLiteral("Cache")) && data.exists(QStringLiteral("Downloads")));
+        QCOMPARE(Row(first.Out(), "preferences"), preferences.toUtf8());
+        QCOMPARE(Row(first.Out(), "defaults"), QByteArray("merged"));
+        QCOMPARE(Row(first.Out(), "run"), QByteArray("1"));
+        QCOMPARE(Row(first.Out(), "window"), QByteArray("downloads from 22:30 to 05:15"));
+
+        // What the user changes stays.
+        QSettings(preferences, QSettings::IniFormat).setValue(QStringLiteral("Downloads/AutoDownloadsStart"), "7:05");
+        HostProcess second;
+        QCOMPARE(second.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(Row(second.Out(), "run"), QByteArray("2"));
+        QCOMPARE(Row(second.Out(), "window"), QByteArray("downloads from 07:05 to 05:15"));
     }
 
     void everyThreadLogsItsLines()
