@@ -13,7 +13,7 @@ namespace {
 constexpr int kCapacity = 5000 + 1024;
 constexpr int kLargestKept = 2 * kCapacity;
 constexpr unsigned int kSlots = 32;
-constexpr qint64 kBurstBytes = 4 * 1024 * 1024;
+constexpr qint64 kBurstBytes = 4 << 20;
 
 // A ring of buffers, given back at one end and taken at the other, so that the one taken is the least likely to be
 // shared still.

@@ -42,7 +42,8 @@ private:
 
     void FindFiles()
     {
-        for (const QString& name : iFolder.Rotated()) {
+        const QStringList rotated = iFolder.Rotated();
+        for (const QString& name : rotated) {
             if (!iExpected.iRotatedBefore.contains(name))
                 iLog.iFiles += name;
         }

@@ -59,7 +59,7 @@ void LogLoad::StartRound()
         iLoggedBefore[size_t(thread)] = Logged(thread);
     iThreads.clear();
     const int first = iRoundEnd;
-    iRoundEnd = std::min(iLinesPerThread, first + std::max(1, kLinesInRound / threads));
+    iRoundEnd = std::min(iLinesPerThread, first + std::max(1, kLinesInRound / std::max(1, threads)));
     for (int thread = 0; thread < threads; ++thread) {
         iThreads.push_back(std::make_unique<LoadThread>(thread, first, iRoundEnd));
         iThreads.back()->start();

@@ -9,7 +9,8 @@ qint64 StatusBytes(const char* name)
     QFile file(QStringLiteral("/proc/self/status"));
     if (!file.open(QIODevice::ReadOnly))
         return 0;
-    for (const QByteArray& line : file.readAll().split('\n')) {
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray& line : lines) {
         if (line.startsWith(name))
             return line.simplified().split(' ').value(1).toLongLong() * 1024;
     }

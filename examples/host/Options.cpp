@@ -63,7 +63,7 @@ QString ReadFolder(const QCommandLineParser& parser)
 QString ReadValues(const QCommandLineParser& parser, Options& options)
 {
     if (!parser.positionalArguments().isEmpty())
-        return QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first());
+        return QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().constFirst());
     options.iLines = Number(parser.value(kLines), kMostLines);
     if (options.iLines == 0)
         return NumberError(kLines, kMostLines, parser.value(kLines));
