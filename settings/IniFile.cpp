@@ -97,8 +97,8 @@ bool MergeGroup(const QString& group, QSettings& source, QSettings& target, bool
     bool changed = false;
     const QStringList keys = source.childKeys();
     for (const QString& key : keys) {
-        if (!overwrite && !target.value(key).isNull())
-            continue;
+        if (key.isEmpty() || (!overwrite && !target.value(key).isNull()))
+            continue; // the framework stores nothing without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
         target.setValue(key, value);
@@ -205,14 +205,17 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
     source.setFallbacksEnabled(false);
     bool changed = false;
     const QStringList groups = source.childGroups();
-    for (const QString& group : groups)
-        changed |= MergeGroup(group, source, *iSettings, group == overwriteSection);
+    for (const QString& group : groups) {
+        // A section without a name is the top level to the framework.
+        if (!group.isEmpty())
+            changed |= MergeGroup(group, source, *iSettings, group == overwriteSection);
+    }
     return changed;
 }
 
 QString IniFile::SettingValue(const QVariant& value, bool)
 {
-    const QString text = value.isNull() ? QString() : TextOf(value);
+    QString text = value.isNull() ? QString() : TextOf(value);
     if (IsLevelOn(LoggerDefs::Trace))
         Logger::LogTrace("IniFile::SettingValue", QLatin1String("the return value is ") + text);
     return text;

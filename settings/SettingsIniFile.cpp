@@ -12,6 +12,13 @@ bool IsLevelOn(LoggerDefs::LogValues level)
     return (Logger::GetInstance()->GetLevel() & level) != 0;
 }
 
+// To the framework, removing a key without a name is removing the whole section.
+void RemoveOne(QSettings& file, const QString& key)
+{
+    if (!key.isEmpty())
+        file.remove(key);
+}
+
 } // namespace
 
 SettingsIniFile::SettingsIniFile() = default;
@@ -71,6 +78,8 @@ bool SettingsIniFile::ReadFile(const QString& path)
     QSettings file(path, QSettings::IniFormat);
     const QStringList groups = file.childGroups();
     for (const QString& group : groups) {
+        if (group.isEmpty())
+            continue; // the top level, to the framework
         if (IsLevelOn(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group);
         file.beginGroup(group);
@@ -102,7 +111,7 @@ bool SettingsIniFile::WriteFile(const QString& path) const
     for (auto section = iRemoved.cbegin(); section != iRemoved.cend(); ++section) {
         file.beginGroup(section.key());
         for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
-            file.remove(value.key());
+            RemoveOne(file, value.key());
         file.endGroup();
     }
     return true;

@@ -27,7 +27,7 @@ QString ToKey()
 // What an installer would put there. The user's own values win, but for the version.
 QString ShipDefaults()
 {
-    const QString path = QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("defaults.ini"));
+    QString path = QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("defaults.ini"));
     IniFile defaults(path);
     defaults.SetKeyValue(kDownloads, FromKey(), QStringLiteral("22:30"));
     defaults.SetKeyValue(kDownloads, ToKey(), QStringLiteral("05:15"));

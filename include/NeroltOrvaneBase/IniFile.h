@@ -43,7 +43,8 @@ public:
     bool GetKeyValue(const QString& group, const QString& key, QString& value) const override;
     /// The value is in the file when this returns, unless the file cannot be written.
     void SetKeyValue(const QString& group, const QString& key, const QVariant& value) override;
-    /// The key is out of the file when this returns, unless the file cannot be written.
+    /// The key, and keys nested below it, are out of the file when this returns, unless the file cannot be written. An
+    /// empty key stands for all keys of the group, as with QSettings.
     void RemoveKey(const QString& group, const QString& key) override;
 
     /// Adds the settings of the INI file at `mergeFilePath` that this one lacks, and replaces those in the section

@@ -10,12 +10,14 @@
 class NEROLTORVANEBASE_EXPORT IniString
 {
 public:
-    IniString(const QString& text) // implicit, so that names are found by plain text
+    // Implicit both ways, so that plain text serves as a name and a name as text.
+    // NOLINTBEGIN(google-explicit-constructor)
+    IniString(const QString& text)
         : iText(text)
     {
     }
-
     operator QString() const { return iText; }
+    // NOLINTEND(google-explicit-constructor)
 
     bool operator==(const QString& other) const { return Compare(iText, other) == 0; }
     bool operator==(const IniString& other) const { return Compare(iText, other.iText) == 0; }

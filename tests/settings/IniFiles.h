@@ -1,0 +1,75 @@
+#pragma once
+
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IIniFileBase.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QString>
+
+/// INI files in the scratch folder of a test.
+namespace IniFiles {
+
+/// What Read gives for a file that is not there, and NewFile makes no file of.
+inline const QByteArray kNoFile = "<no file>";
+
+/// A path that this process has not used before: the framework remembers files by their names.
+inline QString NewPath()
+{
+    static int count = 0;
+    return QDir(TestSupport::Scratch()).filePath(QStringLiteral("%1.ini").arg(++count));
+}
+
+inline QString NewFolder()
+{
+    const QString path = NewPath();
+    QDir().mkpath(path);
+    return path;
+}
+
+inline void Write(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+inline QString NewFile(const QByteArray& text)
+{
+    const QString path = NewPath();
+    if (text != kNoFile)
+        Write(path, text);
+    return path;
+}
+
+inline QByteArray Read(const QString& path)
+{
+    return QFile::exists(path) ? LogText::Read(path) : kNoFile;
+}
+
+inline void SetTime(const QString& path, const QDateTime& time)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite) || !file.setFileTime(time, QFileDevice::FileModificationTime))
+        qFatal("cannot set the time of %s", qPrintable(path));
+}
+
+inline QStringList Entries(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+}
+
+/// The value as text, "<none>" if there is none and the caller's text was left alone.
+inline QString Get(const IIniFileBase& ini, const QString& group, const QString& key)
+{
+    const QString untouched = QStringLiteral("<untouched>");
+    QString value = untouched;
+    if (ini.GetKeyValue(group, key, value))
+        return value;
+    return value == untouched ? QStringLiteral("<none>") : QStringLiteral("<none, but changed>");
+}
+
+} // namespace IniFiles

@@ -1,0 +1,612 @@
+#include "CapturedLog.h"
+#include "IniFiles.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IniFile.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSettings>
+#include <QtCore/QSize>
+#include <QtTest/QtTest>
+
+#include <memory>
+#include <type_traits>
+#include <unistd.h>
+
+NEROLT_PRIVATE(IniFile, iSettings, std::unique_ptr<QSettings>)
+
+using namespace IniFiles;
+
+namespace {
+
+using Lines = QList<QByteArray>;
+
+const QString kGroup = QStringLiteral("A");
+const QString kKey = QStringLiteral("k");
+
+static_assert(std::is_base_of_v<IIniFileBase, IniFile>);
+static_assert(!std::is_convertible_v<QString, IniFile>);
+
+using IniFiles::Get;
+
+QString Get(const IIniFileBase& ini)
+{
+    return Get(ini, kGroup, kKey);
+}
+
+// What an object reads that has never seen the file in memory.
+QString Reread(const QString& path, const QString& key = kKey)
+{
+    const QString copy = NewPath();
+    QFile::copy(path, copy);
+    return Get(IniFile(copy), kGroup, key);
+}
+
+const QSettings* SettingsOf(const IniFile& ini)
+{
+    return (ini.*IniFile_iSettings()).get();
+}
+
+QByteArray Trace(const char* func, const QByteArray& text)
+{
+    return QByteArray("|25|Trace|IniFile::") + func + "|" + text;
+}
+
+QByteArray ReturnLine(const QByteArray& text)
+{
+    return Trace("SettingValue", "the return value is " + text);
+}
+
+QByteArray KeyLine(const QByteArray& key, const QByteArray& text)
+{
+    return Trace("GetKeyValue", "The key is " + key + " value is " + text);
+}
+
+QByteArray PathLine(const QByteArray& text)
+{
+    return "|20|Debug|IniFile::SetFilePath|" + text;
+}
+
+// Takes every operation through its paths at once.
+void UseAll(IniFile& ini)
+{
+    Get(ini, kGroup, kKey);
+    Get(ini, kGroup, QStringLiteral("missing"));
+    Get(ini, QStringLiteral("missing"), kKey);
+    ini.SetKeyValue(kGroup, kKey, 1);
+    ini.RemoveKey(kGroup, kKey);
+    ini.RemoveKey(kGroup, QStringLiteral("missing"));
+}
+
+void AddMiss(const char* name, const char* group, const char* key)
+{
+    QTest::newRow(name) << QString::fromLatin1(group) << QString::fromLatin1(key);
+}
+
+// Names that are not in the file of the tests below.
+void AddMisses()
+{
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QString>("key");
+    AddMiss("no such key", "A", "x");
+    AddMiss("no such section", "B", "k");
+    AddMiss("key of other case", "A", "K");
+    AddMiss("section of other case", "a", "k");
+    AddMiss("key of the top level", "A", "top");
+    AddMiss("key of a section at the top level", "", "k");
+    AddMiss("beginning of a key", "A", "lo");
+}
+
+} // namespace
+
+class tst_IniFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // --- Without a file
+
+    void withoutAFile_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("null") << QString();
+        QTest::newRow("empty") << QString(QLatin1String(""));
+    }
+    void withoutAFile()
+    {
+        QFETCH(QString, path);
+        const QStringList before = Entries(TestSupport::Scratch());
+        CapturedLog log(CapturedLog::kAll);
+        IniFile ini(path);
+        QVERIFY(!SettingsOf(ini));
+        QCOMPARE(ini.GetFileName(), QString());
+        UseAll(ini);
+        ini.SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        QVERIFY(!SettingsOf(ini));
+        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(Entries(TestSupport::Scratch()), before);
+    }
+
+    // --- Construction, copies, assignment
+
+    void constructionTouchesNothing()
+    {
+        const QString path = NewPath();
+        CapturedLog log(CapturedLog::kAll);
+        const IniFile ini(path);
+        QCOMPARE(ini.GetFileName(), path);
+        QVERIFY(!QFile::exists(path));
+        QCOMPARE(SettingsOf(ini)->format(), QSettings::IniFormat);
+        QVERIFY(!SettingsOf(ini)->parent());
+        QCOMPARE(log.Bodies(), Lines());
+    }
+
+    void fileNameOfARelativePath()
+    {
+        QCOMPARE(IniFile(QStringLiteral("relative.ini")).GetFileName(),
+                 QDir::current().filePath(QStringLiteral("relative.ini")));
+    }
+
+    void aCopySharesTheFileAndNotTheObject()
+    {
+        const QString path = NewPath();
+        auto ini = std::make_unique<IniFile>(path);
+        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        IniFile copy(*ini);
+        QCOMPARE(log.Bodies(), Lines());
+        QVERIFY(SettingsOf(copy) && SettingsOf(copy) != SettingsOf(*ini));
+        QCOMPARE(SettingsOf(copy)->format(), QSettings::IniFormat);
+        QVERIFY(!SettingsOf(copy)->parent());
+        ini->SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(Get(copy), QStringLiteral("1"));
+        copy.SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(Get(*ini), QStringLiteral("2"));
+        ini->SetFilePath(NewPath());
+        QCOMPARE(copy.GetFileName(), path);
+        ini.reset();
+        copy.SetKeyValue(kGroup, kKey, 3);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=3\n"));
+    }
+
+    void aCopyOfNone()
+    {
+        const IniFile none{QString()};
+        IniFile copy(none);
+        QVERIFY(!SettingsOf(copy));
+        copy.SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(Get(copy), QStringLiteral("<none>"));
+    }
+
+    void assignment_data()
+    {
+        QTest::addColumn<bool>("hasOld");
+        QTest::addColumn<bool>("hasNew");
+        QTest::newRow("none to none") << false << false;
+        QTest::newRow("none to a file") << true << false;
+        QTest::newRow("file to none") << false << true;
+        QTest::newRow("file to another") << true << true;
+    }
+    void assignment()
+    {
+        QFETCH(bool, hasOld);
+        QFETCH(bool, hasNew);
+        const QString oldPath = hasOld ? NewPath() : QString();
+        const QString newPath = hasNew ? NewPath() : QString();
+        IniFile ini(oldPath);
+        ini.SetKeyValue(kGroup, kKey, 1);
+        const IniFile other(newPath);
+        CapturedLog log(CapturedLog::kAll);
+        QCOMPARE(&(ini = other), &ini);
+        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(ini.GetFileName(), newPath);
+        QCOMPARE(other.GetFileName(), newPath);
+        QVERIFY(!SettingsOf(ini) || SettingsOf(ini) != SettingsOf(other));
+        ini.SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(Get(other), QString(hasNew ? QStringLiteral("2") : QStringLiteral("<none>")));
+        if (hasOld)
+            QCOMPARE(Read(oldPath), QByteArray("[A]\nk=1\n"));
+    }
+
+    void selfAssignmentDoesNothing()
+    {
+        IniFile ini(NewPath());
+        const QSettings* const before = SettingsOf(ini);
+        const IniFile& self = ini;
+        QCOMPARE(&(ini = self), &ini);
+        QCOMPARE(SettingsOf(ini), before);
+        IniFile none{QString()};
+        const IniFile& sameNone = none;
+        none = sameNone;
+        QVERIFY(!SettingsOf(none));
+    }
+
+    // --- SetFilePath
+
+    void setFilePath()
+    {
+        const QString first = NewPath();
+        const QString second = NewPath();
+        IniFile ini{QString()};
+        CapturedLog log(CapturedLog::kAll);
+        ini.SetFilePath(first);
+        QCOMPARE(log.Bodies(), Lines{PathLine("The file is " + first.toUtf8())});
+        ini.SetKeyValue(kGroup, kKey, 1);
+        ini.SetFilePath(second);
+        QCOMPARE(log.Bodies(),
+                 (Lines{PathLine("The file is " + second.toUtf8()), PathLine("Clear the old settings first.")}));
+        QCOMPARE(ini.GetFileName(), second);
+        QCOMPARE(SettingsOf(ini)->format(), QSettings::IniFormat);
+        QVERIFY(!SettingsOf(ini)->parent());
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        QCOMPARE(Read(first), QByteArray("[A]\nk=1\n"));
+        QVERIFY(!QFile::exists(second));
+    }
+
+    void setFilePathToItsOwnFile()
+    {
+        const QString path = NewFile("[A]\nk=1\n");
+        IniFile ini(path);
+        ini.SetFilePath(ini.GetFileName());
+        QCOMPARE(ini.GetFileName(), path);
+        QCOMPARE(Get(ini), QStringLiteral("1"));
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+    }
+
+    // The path in the message is the one that was given, the name of the file the full one.
+    void setFilePathToARelativePath()
+    {
+        IniFile ini{QString()};
+        CapturedLog log(LoggerDefs::Debug);
+        ini.SetFilePath(QStringLiteral("other%1.ini"));
+        QCOMPARE(log.Bodies(), Lines{PathLine("The file is other%1.ini")});
+        QCOMPARE(ini.GetFileName(), QDir::current().filePath(QStringLiteral("other%1.ini")));
+    }
+
+    void setFilePathLogsAtDebugOnly()
+    {
+        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Debug);
+        IniFile ini(NewPath());
+        ini.SetFilePath(NewPath());
+        QCOMPARE(log.Bodies(), Lines());
+    }
+
+    void setFilePathToAnEmptyPath()
+    {
+        const QStringList before = Entries(TestSupport::Scratch());
+        IniFile ini{QString()};
+        CapturedLog log(LoggerDefs::Debug);
+        ini.SetFilePath(QString());
+        QVERIFY(SettingsOf(ini));
+        QCOMPARE(ini.GetFileName(), QString());
+        ini.SetFilePath(QString());
+        QCOMPARE(
+            log.Bodies(),
+            (Lines{PathLine("The file is "), PathLine("The file is "), PathLine("Clear the old settings first.")}));
+        QVERIFY(SettingsOf(IniFile(ini)));
+        ini.SetKeyValue(kGroup, kKey, 1);
+        ini.RemoveKey(kGroup, kKey);
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        QCOMPARE(Entries(TestSupport::Scratch()), before);
+    }
+
+    // --- GetKeyValue
+
+    void get_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<int>("typeLine");
+        const auto row = [](const char* name, const char* text, const char* result, int typeLine = 0) {
+            QTest::newRow(name) << QByteArray(text) << QString::fromUtf8(result) << typeLine;
+        };
+        row("text", "v", "v");
+        row("number", "7", "7");
+        row("number with a fraction", "3.5", "3.5");
+        row("present but empty", "", "");
+        row("quoted empty", "\"\"", "");
+        row("quotes keep blanks", "\" a \"", " a ");
+        row("list", "a, b", "a b");
+        row("list of empty items", ",", " ");
+        row("comma in quotes", "\"a, b\"", "a, b");
+        row("escapes", "\\xe4\\\"\\\\", "\xc3\xa4\"\\");
+        row("at sign", "@@at", "@at");
+        row("unknown notation", "@Other(1)", "@Other(1)");
+        row("no value at all", "@Invalid()", "");
+        row("bytes", "@ByteArray(xyz)", "");
+        row("size", "@Size(640 480)", "@Size(640 480)");
+        row("size that counts as none", "@Size(0 0)", "");
+        row("rectangle", "@Rect(1 2 3 4)", "", 19);
+        row("point", "@Point(1 2)", "", 25);
+        row("floating-point variant", "@Variant(\\0\\0\\0\\x6@\\f\\0\\0\\0\\0\\0\\0)", "", 6);
+        row("64-bit variant", "@Variant(\\0\\0\\0\\x4\\0\\0\\0\\0\\0\\0\\0\\x7)", "", 4);
+        row("template", "%1 %2", "%1 %2");
+    }
+    void get()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, result);
+        QFETCH(int, typeLine);
+        const IniFile ini(NewFile("[A]\nk=" + text + "\n"));
+        CapturedLog log(CapturedLog::kAll);
+        QString value;
+        QVERIFY(ini.GetKeyValue(kGroup, kKey, value));
+        QCOMPARE(value, result);
+        Lines lines{ReturnLine(result.toUtf8()), KeyLine("k", result.toUtf8())};
+        if (typeLine)
+            lines.prepend(Trace("SettingValue", "type is " + QByteArray::number(typeLine)));
+        QCOMPARE(log.Bodies(), lines);
+    }
+
+    void miss_data()
+    {
+        AddMisses();
+        AddMiss("a section is no key", "", "A");
+    }
+    void miss()
+    {
+        QFETCH(QString, group);
+        QFETCH(QString, key);
+        const IniFile ini(NewFile("top=0\n[A]\nk=v\nlong=w\n"));
+        CapturedLog log(CapturedLog::kAll);
+        for (const QString& before : {QStringLiteral("untouched"), QString(), QString(QLatin1String(""))}) {
+            QString value = before;
+            QVERIFY(!ini.GetKeyValue(group, key, value));
+            QCOMPARE(value, before);
+            QCOMPARE(value.isNull(), before.isNull());
+            QCOMPARE(log.Bodies(), Lines{ReturnLine("")});
+        }
+    }
+
+    void theWayToAKey_data()
+    {
+        QTest::addColumn<QString>("group");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("result");
+        const auto row = [](const char* name, const char* group, const char* key, const char* result) {
+            QTest::newRow(name) << QString::fromLatin1(group) << QString::fromLatin1(key)
+                                << QString::fromLatin1(result);
+        };
+        row("top level", "", "top", "0");
+        row("null section", nullptr, "top", "0");
+        row("section General is the top level", "", "general", "1");
+        row("section that is really called General", "General", "k", "2");
+        row("nested section", "N/M", "k", "3");
+        row("nested key", "N", "M/k", "3");
+        row("blank in both names", "S T", "a b", "4");
+        row("spelling one", "C", "Key", "5");
+        row("spelling two", "C", "key", "6");
+    }
+    void theWayToAKey()
+    {
+        QFETCH(QString, group);
+        QFETCH(QString, key);
+        QFETCH(QString, result);
+        const IniFile ini(NewFile("top=0\n[General]\ngeneral=1\n[%General]\nk=2\n[N]\nM\\k=3\n[S%20T]\na%20b=4\n[C]\n"
+                                  "Key=5\nkey=6\n"));
+        CapturedLog log(LoggerDefs::Trace);
+        QCOMPARE(Get(ini, group, key), result);
+        QCOMPARE(log.Bodies(), (Lines{ReturnLine(result.toUtf8()), KeyLine(key.toUtf8(), result.toUtf8())}));
+    }
+
+    void getLogsAtTraceOnly()
+    {
+        const IniFile ini(NewFile("[A]\nk=v\n"));
+        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        QCOMPARE(Get(ini), QStringLiteral("v"));
+        QCOMPARE(Get(ini, kGroup, QStringLiteral("x")), QStringLiteral("<none>"));
+        QCOMPARE(log.Bodies(), Lines());
+    }
+
+    void everyOperationEndsItsGroup()
+    {
+        const QString path = NewFile("top=0\n[A]\nk=v\nempty=\n");
+        IniFile ini(path);
+        const QSettings& settings = *SettingsOf(ini);
+        for (const char* key : {"k", "empty", "missing"}) {
+            Get(ini, kGroup, QLatin1String(key));
+            QCOMPARE(settings.group(), QString());
+            QCOMPARE(Get(ini, QString(), QStringLiteral("top")), QStringLiteral("0"));
+        }
+        ini.SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(settings.group(), QString());
+        ini.RemoveKey(kGroup, kKey);
+        QCOMPARE(settings.group(), QString());
+        ini.RemoveKey(kGroup, kKey);
+        QCOMPARE(settings.group(), QString());
+        ini.SetKeyValue(QStringLiteral("B"), kKey, 2);
+        QCOMPARE(Read(path), QByteArray("[General]\ntop=0\n\n[A]\nempty=\n\n[B]\nk=2\n"));
+    }
+
+    // --- SetKeyValue
+
+    void set_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QByteArray>("onDisk");
+        QTest::addColumn<QString>("now");
+        QTest::addColumn<QString>("reread");
+        const auto row = [](const char* name, const QVariant& value, const char* onDisk, const char* now,
+                            const char* reread) {
+            QTest::newRow(name) << value << QByteArray(onDisk) << QString::fromUtf8(now) << QString::fromUtf8(reread);
+        };
+        row("text", QStringLiteral("v"), "v", "v", "v");
+        row("empty text", QString(QLatin1String("")), "", "", "");
+        row("null text", QString(), "", "", "");
+        row("text with a comma", QStringLiteral("a,b"), "\"a,b\"", "a,b", "a,b");
+        row("text with an at sign", QStringLiteral("@x"), "@@x", "@x", "@x");
+        row("text beyond ASCII", QString(QChar(0xe4)), "\\xe4", "\xc3\xa4", "\xc3\xa4");
+        row("two lines", QStringLiteral("a\nb"), "a\\nb", "a\nb", "a\nb");
+        row("true", true, "true", "true", "true");
+        row("int", -7, "-7", "-7", "-7");
+        row("unsigned", 4294967295U, "4294967295", "4294967295", "4294967295");
+        row("unsigned 64 bits", ~qulonglong(0), "18446744073709551615", "18446744073709551615", "18446744073709551615");
+        row("signed 64 bits", qint64(-7), "-7", "", "-7");
+        row("floating point", 3.5, "3.5", "", "3.5");
+        row("list", QStringList{QStringLiteral("a"), QStringLiteral("b c")}, "a, b c", "a b c", "a b c");
+        row("list of one", QStringList{QStringLiteral("a")}, "a", "a", "a");
+        row("empty list", QStringList(), "@Invalid()", "", "");
+        row("bytes", QByteArray("x"), "@ByteArray(x)", "", "");
+        row("size", QSize(640, 480), "@Size(640 480)", "@Size(640 480)", "@Size(640 480)");
+        row("nothing", QVariant(), "@Invalid()", "", "");
+        row("int without a value", QVariant(QVariant::Int), "0", "", "0");
+    }
+    void set()
+    {
+        QFETCH(QVariant, value);
+        QFETCH(QByteArray, onDisk);
+        QFETCH(QString, now);
+        QFETCH(QString, reread);
+        const QString path = NewPath();
+        IniFile ini(path);
+        CapturedLog log(CapturedLog::kAll);
+        ini.SetKeyValue(kGroup, kKey, value);
+        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(Read(path), "[A]\nk=" + onDisk + "\n");
+        QCOMPARE(Get(ini), now);
+        QCOMPARE(Reread(path), reread);
+    }
+
+    // Stored as a variant, a date is text by the table at once and after it was read.
+    void setADate()
+    {
+        const QString path = NewPath();
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, kKey, QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9), Qt::UTC));
+        QVERIFY(Read(path).startsWith("[A]\nk=@DateTime("));
+        QCOMPARE(Get(ini), QStringLiteral("Tue Mar 5 14:07:09 2024 GMT"));
+        QCOMPARE(Reread(path), QStringLiteral("Tue Mar 5 14:07:09 2024 GMT"));
+    }
+
+    void setWritesThroughEachTime()
+    {
+        const QString path = NewFile(";a comment\n[A]\nk=1\n");
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, kKey, QStringList{QStringLiteral("a"), QStringLiteral("b")});
+        QCOMPARE(Read(path), QByteArray("[A]\nk=a, b\n"));
+        ini.SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=2\n"));
+        ini.SetKeyValue(kGroup, QStringLiteral("K"), 3);
+        QCOMPARE(Read(path), QByteArray("[A]\nK=3\nk=2\n"));
+        ini.SetKeyValue(QStringLiteral("a"), kKey, 4);
+        QCOMPARE(Read(path), QByteArray("[A]\nK=3\nk=2\n\n[a]\nk=4\n"));
+        ini.SetKeyValue(QString(), kKey, 5);
+        QCOMPARE(Read(path), QByteArray("[General]\nk=5\n\n[A]\nK=3\nk=2\n\n[a]\nk=4\n"));
+        ini.SetKeyValue(QStringLiteral("N/M"), kKey, 6);
+        QVERIFY(Read(path).contains("\n\n[N]\nM\\k=6\n\n"));
+    }
+
+    void setMakesTheFolder()
+    {
+        const QString path = QDir(NewPath()).filePath(QStringLiteral("sub/deep.ini"));
+        IniFile ini(path);
+        Get(ini);
+        QVERIFY(!QFileInfo::exists(QFileInfo(path).path()));
+        ini.SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+    }
+
+    void setLeavesNothingBesideTheFile()
+    {
+        const QString folder = NewFolder();
+        IniFile ini(QDir(folder).filePath(QStringLiteral("s.ini")));
+        UseAll(ini);
+        QCOMPARE(Entries(folder), QStringList{QStringLiteral("s.ini")});
+    }
+
+    void setKeepsALink()
+    {
+        const QString path = NewFile("[A]\nk=1\n");
+        const QString link = NewPath();
+        QVERIFY(QFile::link(path, link));
+        IniFile(link).SetKeyValue(kGroup, kKey, 2);
+        QVERIFY(QFileInfo(link).isSymLink());
+        QCOMPARE(Read(path), QByteArray("[A]\nk=2\n"));
+    }
+
+    // Every change makes a new file: what hangs on the old one stays behind.
+    void setReplacesTheFile()
+    {
+        const QString path = NewFile("[A]\nk=1\n");
+        const QString old = NewPath();
+        QCOMPARE(::link(QFile::encodeName(path).constData(), QFile::encodeName(old).constData()), 0);
+        IniFile(path).SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=2\n"));
+        QCOMPARE(Read(old), QByteArray("[A]\nk=1\n"));
+    }
+
+    // --- RemoveKey
+
+    void removeWritesThrough()
+    {
+        const QString path = NewFile("[A]\nk=1\nother=2\n[B]\nk=3\n");
+        IniFile ini(path);
+        CapturedLog log(CapturedLog::kAll);
+        ini.RemoveKey(kGroup, kKey);
+        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(Read(path), QByteArray("[A]\nother=2\n\n[B]\nk=3\n"));
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        ini.RemoveKey(kGroup, QStringLiteral("other"));
+        QCOMPARE(Read(path), QByteArray("[B]\nk=3\n"));
+        ini.RemoveKey(QStringLiteral("B"), kKey);
+        QCOMPARE(Read(path), QByteArray());
+    }
+
+    void removeNothing_data() { AddMisses(); }
+    void removeNothing()
+    {
+        QFETCH(QString, group);
+        QFETCH(QString, key);
+        const QByteArray text = ";kept because nothing is written\ntop=0\n[A]\nk=v\nlong=w\n";
+        const QString path = NewFile(text);
+        CapturedLog log(CapturedLog::kAll);
+        IniFile(path).RemoveKey(group, key);
+        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(Read(path), text);
+    }
+
+    // As the framework has it: a name takes along what is nested below it, and no name means the section.
+    void removeBelowAName_data()
+    {
+        QTest::addColumn<QString>("group");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QByteArray>("after");
+        const auto row = [](const char* name, const char* group, const char* key, const char* after) {
+            QTest::newRow(name) << QString::fromLatin1(group) << QString::fromLatin1(key) << QByteArray(after);
+        };
+        row("nested keys", "A", "N", "[General]\ntop=0\n\n[A]\nk=1\n\n[B]\nk=3\n");
+        row("section as a key", "", "A", "[General]\ntop=0\n\n[B]\nk=3\n");
+        row("empty key", "A", "", "[General]\ntop=0\n\n[B]\nk=3\n");
+        row("null key", "B", nullptr, "[General]\ntop=0\n\n[A]\nN\\x=2\nk=1\n");
+    }
+    void removeBelowAName()
+    {
+        QFETCH(QString, group);
+        QFETCH(QString, key);
+        QFETCH(QByteArray, after);
+        const QString path = NewFile("top=0\n[A]\nk=1\nN\\x=2\n[B]\nk=3\n");
+        IniFile(path).RemoveKey(group, key);
+        QCOMPARE(Read(path), after);
+    }
+
+    void removeMakesNoFile()
+    {
+        const QString path = NewPath();
+        IniFile(path).RemoveKey(kGroup, kKey);
+        QVERIFY(!QFile::exists(path));
+    }
+
+    void setAfterRemove()
+    {
+        const QString path = NewFile("[A]\nk=1\n");
+        IniFile ini(path);
+        ini.RemoveKey(kGroup, kKey);
+        ini.SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=2\n"));
+    }
+};
+
+NEROLT_TEST_MAIN(tst_IniFile)
+
+#include "tst_IniFile.moc"

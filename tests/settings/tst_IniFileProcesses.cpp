@@ -1,0 +1,469 @@
+#include "IniFiles.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IniFile.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLockFile>
+#include <QtCore/QProcess>
+#include <QtCore/QVariant>
+#include <QtTest/QtTest>
+
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+using namespace IniFiles;
+using TestSupport::Scenario;
+
+namespace {
+
+constexpr int kAnswerTimeoutMs = 60000;
+const QString kGroup = QStringLiteral("A");
+const QString kKey = QStringLiteral("k");
+
+QString Get(const IniFile& ini, const QString& key = kKey)
+{
+    return IniFiles::Get(ini, kGroup, key);
+}
+
+void Say(const QString& text)
+{
+    std::printf("%s\n", qPrintable(text));
+    std::fflush(stdout);
+}
+
+// Does what it is told on stdin, a line at a time, with one object, and answers each with a line.
+const Scenario obey("obey", [](const QStringList& arguments) {
+    IniFile ini(arguments.value(0));
+    for (std::string line; std::getline(std::cin, line);) {
+        const QStringList words = QString::fromStdString(line).split(QLatin1Char(' '));
+        const QString& verb = words.first();
+        if (verb == QLatin1String("set"))
+            ini.SetKeyValue(kGroup, words.value(1), words.value(2));
+        else if (verb == QLatin1String("list"))
+            ini.SetKeyValue(kGroup, words.value(1), QStringList(words.mid(2)));
+        else if (verb == QLatin1String("long"))
+            ini.SetKeyValue(kGroup, words.value(1), words.value(2).toLongLong());
+        else if (verb == QLatin1String("remove"))
+            ini.RemoveKey(kGroup, words.value(1));
+        Say(Get(ini, words.value(1)));
+    }
+    return 0;
+});
+
+// A text that shows which it is and whether it is whole.
+QString State(int number)
+{
+    return QStringLiteral("%1-").arg(number).repeated(500);
+}
+
+// The number of the state that the file is in, -1 for a file that is none.
+int StateOf(const QByteArray& text)
+{
+    const QByteArray head = "[A]\nk=";
+    const int number = text.mid(head.size(), text.indexOf('-') - head.size()).toInt();
+    return text == head + State(number).toLatin1() + "\n" ? number : -1;
+}
+
+// Writes one state after the other and says so each time.
+const Scenario writeStates("writeStates", [](const QStringList& arguments) {
+    IniFile ini(arguments.value(0));
+    for (int number = 1; number <= arguments.value(1).toInt(); ++number) {
+        ini.SetKeyValue(kGroup, kKey, State(number));
+        Say(QString::number(number));
+    }
+    return 0;
+});
+
+// Reads a text, adds a letter and writes it, over and over.
+const Scenario addLetters("addLetters", [](const QStringList& arguments) {
+    IniFile ini(arguments.value(0));
+    for (int i = 0; i < arguments.value(1).toInt(); ++i) {
+        QString letters;
+        ini.GetKeyValue(kGroup, kKey, letters);
+        ini.SetKeyValue(kGroup, kKey, letters + QLatin1Char('x'));
+    }
+    return 0;
+});
+
+// Dies while it holds the lock of the file.
+const Scenario dieWithTheLock("dieWithTheLock", [](const QStringList& arguments) {
+    QLockFile lock(arguments.value(0) + QStringLiteral(".lock"));
+    if (!lock.lock())
+        return 1;
+    ::kill(::getpid(), SIGKILL);
+    return 2;
+});
+
+// This program as another process that runs a scenario beside the test.
+class Process
+{
+public:
+    explicit Process(const char* scenario, const QStringList& arguments)
+    {
+        iProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        iProcess.start(QCoreApplication::applicationFilePath(),
+                       QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+    }
+    ~Process()
+    {
+        if (iProcess.state() != QProcess::NotRunning)
+            Kill();
+    }
+
+    void Tell(const QByteArray& command) { iProcess.write(command + '\n'); }
+    QString Answer()
+    {
+        while (!iProcess.canReadLine()) {
+            if (!iProcess.waitForReadyRead(kAnswerTimeoutMs))
+                return QStringLiteral("<no answer>");
+        }
+        return QString::fromLocal8Bit(iProcess.readLine()).chopped(1);
+    }
+    QString Do(const QByteArray& command)
+    {
+        Tell(command);
+        return Answer();
+    }
+    bool IsSilentFor(int msecs) { return !iProcess.canReadLine() && !iProcess.waitForReadyRead(msecs); }
+    bool Ends()
+    {
+        iProcess.closeWriteChannel();
+        return (iProcess.state() == QProcess::NotRunning || iProcess.waitForFinished(kAnswerTimeoutMs))
+            && iProcess.exitStatus() == QProcess::NormalExit && iProcess.exitCode() == 0;
+    }
+    bool IsRunning() { return iProcess.state() == QProcess::Running && !iProcess.waitForFinished(0); }
+    // The last line that it got out.
+    QString Kill()
+    {
+        iProcess.kill();
+        iProcess.waitForFinished(kAnswerTimeoutMs);
+        return QString::fromLocal8Bit(iProcess.readAllStandardOutput()).section(QLatin1Char('\n'), -2, -2);
+    }
+
+private:
+    QProcess iProcess;
+};
+
+QString LockOf(const QString& path)
+{
+    return path + QStringLiteral(".lock");
+}
+
+void MakeOlder(const QString& path, int secs)
+{
+    SetTime(path, QDateTime::currentDateTime().addSecs(-secs));
+}
+
+QString KeyOf(char process, int round)
+{
+    return QLatin1Char(process) + QStringLiteral("%1").arg(round);
+}
+
+} // namespace
+
+// For the thread sanitizer, which does not see the locks inside the framework's library.
+extern "C" const char* __tsan_default_suppressions()
+{
+    return "race:libQt5Core\n";
+}
+
+class tst_IniFileProcesses : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void changesOfAnotherProcessAreSeen()
+    {
+        const QString path = NewPath();
+        IniFile ini(path);
+        Process other("obey", {path});
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        QCOMPARE(other.Do("set k 1"), QStringLiteral("1"));
+        QCOMPARE(Get(ini), QStringLiteral("1"));
+        ini.SetKeyValue(kGroup, kKey, 22);
+        QCOMPARE(other.Do("get k"), QStringLiteral("22"));
+        QCOMPARE(other.Do("remove k"), QStringLiteral("<none>"));
+        QCOMPARE(Get(ini), QStringLiteral("<none>"));
+        QVERIFY(other.Ends());
+    }
+
+    // The one that stored a value has it as it was stored, the other as it stands in the file.
+    void valuesAcrossProcesses()
+    {
+        const QString path = NewPath();
+        IniFile ini(path);
+        Process other("obey", {path});
+        QCOMPARE(other.Do("list k a b"), QStringLiteral("a b"));
+        QCOMPARE(Get(ini), QStringLiteral("a b"));
+        QCOMPARE(other.Do("long number -7"), QString());
+        QCOMPARE(Get(ini, QStringLiteral("number")), QStringLiteral("-7"));
+        ini.SetKeyValue(kGroup, QStringLiteral("real"), 3.5);
+        QCOMPARE(Get(ini, QStringLiteral("real")), QString());
+        QCOMPARE(other.Do("get real"), QStringLiteral("3.5"));
+        QVERIFY(other.Ends());
+    }
+
+    // New keys of two processes, written at the same moment, are all there in the end.
+    void newKeysOfTwoProcessesAllSurvive()
+    {
+        constexpr int kRounds = 20;
+        const QString path = NewPath();
+        Process first("obey", {path});
+        Process second("obey", {path});
+        for (int round = 0; round < kRounds; ++round) {
+            first.Tell("set " + KeyOf('a', round).toLatin1() + " x");
+            second.Tell("set " + KeyOf('b', round).toLatin1() + " y");
+            QCOMPARE(first.Answer(), QStringLiteral("x"));
+            QCOMPARE(second.Answer(), QStringLiteral("y"));
+        }
+        QVERIFY(first.Ends() && second.Ends());
+        const IniFile ini(path);
+        for (int round = 0; round < kRounds; ++round) {
+            QCOMPARE(Get(ini, KeyOf('a', round)), QStringLiteral("x"));
+            QCOMPARE(Get(ini, KeyOf('b', round)), QStringLiteral("y"));
+        }
+    }
+
+    void newKeysOfTwoThreadsAllSurvive()
+    {
+        constexpr int kRounds = 25;
+        const QString path = NewPath();
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, kKey, 0);
+        const auto run = [&path](char letter) {
+            IniFile own(path);
+            for (int round = 0; round < kRounds; ++round)
+                own.SetKeyValue(kGroup, KeyOf(letter, round), round);
+        };
+        std::thread other(run, 'a');
+        run('b');
+        other.join();
+        for (int round = 0; round < kRounds; ++round) {
+            QCOMPARE(Get(ini, KeyOf('a', round)), QString::number(round));
+            QCOMPARE(Get(ini, KeyOf('b', round)), QString::number(round));
+        }
+    }
+
+    void aRemovalAndANewKeyBothSurvive()
+    {
+        const QString path = NewPath();
+        IniFile(path).SetKeyValue(kGroup, kKey, QStringLiteral("removed by the first"));
+        Process first("obey", {path});
+        Process second("obey", {path});
+        QCOMPARE(second.Do("get k"), QStringLiteral("removed by the first"));
+        first.Tell("remove k");
+        second.Tell("set x 1");
+        QCOMPARE(first.Answer(), QStringLiteral("<none>"));
+        QCOMPARE(second.Answer(), QStringLiteral("1"));
+        QVERIFY(first.Ends() && second.Ends());
+        QCOMPARE(Read(path), QByteArray("[A]\nx=1\n"));
+    }
+
+    // Reading, then writing what was read and changed, is two operations: the later one wins.
+    void readingAndWritingIsNotOneStep()
+    {
+        const QString path = NewPath();
+        Process first("obey", {path});
+        Process second("obey", {path});
+        QCOMPARE(first.Do("set k x"), QStringLiteral("x"));
+        QCOMPARE(second.Do("get k"), QStringLiteral("x"));
+        QCOMPARE(first.Do("get k"), QStringLiteral("x"));
+        QCOMPARE(first.Do("set k x-first"), QStringLiteral("x-first"));
+        QCOMPARE(second.Do("set k x-and-second"), QStringLiteral("x-and-second"));
+        QCOMPARE(first.Do("get k"), QStringLiteral("x-and-second"));
+        QVERIFY(first.Ends() && second.Ends());
+        QCOMPARE(Read(path), QByteArray("[A]\nk=x-and-second\n"));
+    }
+
+    // Without turns, additions are lost; but what is there is always something that was written.
+    void readingAndWritingWithoutTurns()
+    {
+        constexpr int kTimes = 25;
+        const QString path = NewPath();
+        const QStringList arguments{path, QString::number(kTimes)};
+        Process first("addLetters", arguments);
+        Process second("addLetters", arguments);
+        QVERIFY(first.Ends() && second.Ends());
+        const QString letters = Get(IniFile(path));
+        QVERIFY2(letters.size() >= 1 && letters.size() <= 2 * kTimes, qPrintable(letters));
+        QCOMPARE(letters, QString(letters.size(), QLatin1Char('x')));
+        QCOMPARE(Read(path), "[A]\nk=" + letters.toLatin1() + "\n");
+    }
+
+    void readingAndWritingInTurns()
+    {
+        constexpr int kTimes = 12;
+        const QString path = NewPath();
+        const QStringList arguments{path, QStringLiteral("1")};
+        IniFile ini(path);
+        for (int i = 0; i < kTimes; ++i) {
+            QVERIFY(Process("addLetters", arguments).Ends());
+            const QString letters = i ? Get(ini) : QStringLiteral("x");
+            ini.SetKeyValue(kGroup, kKey, letters + QLatin1Char('y'));
+        }
+        QCOMPARE(Get(ini), QStringLiteral("xy").repeated(kTimes));
+    }
+
+    // The framework tells a changed file by its size and its time to the millisecond.
+    void aChangeOfTheSameSizeAndTimeIsLost()
+    {
+        const QString path = NewPath();
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, kKey, QStringLiteral("1"));
+        const QDateTime time = QFileInfo(path).lastModified();
+        Process other("obey", {path});
+        QCOMPARE(other.Do("set k 2"), QStringLiteral("2"));
+        QVERIFY(other.Ends());
+        SetTime(path, time);
+        QCOMPARE(Get(ini), QStringLiteral("1"));
+        ini.SetKeyValue(kGroup, QStringLiteral("x"), 1);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\nx=1\n"));
+    }
+
+    // --- The lock beside the file
+
+    void aWriterWaitsForTheLock()
+    {
+        const QString path = NewPath();
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, kKey, 1);
+        Process other("obey", {path});
+        QCOMPARE(other.Do("get k"), QStringLiteral("1"));
+        QLockFile lock(LockOf(path));
+        QVERIFY(lock.lock());
+        other.Tell("set x 2");
+        QVERIFY(other.IsSilentFor(300));
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+        Write(path, "[A]\nk=1\nmeanwhile=3\n");
+        lock.unlock();
+        QCOMPARE(other.Answer(), QStringLiteral("2"));
+        QVERIFY(other.Ends());
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\nmeanwhile=3\nx=2\n"));
+    }
+
+    void aReaderDoesNotWait()
+    {
+        const QString path = NewPath();
+        QLockFile lock(LockOf(path));
+        IniFile(path).SetKeyValue(kGroup, kKey, 1);
+        QVERIFY(lock.lock());
+        Process other("obey", {path});
+        QCOMPARE(other.Do("get k"), QStringLiteral("1"));
+        QVERIFY(other.Ends());
+    }
+
+    // The lock belongs to the name of the file, not to the file.
+    void twoNamesOfAFileAreTwoLocks()
+    {
+        const QString path = NewPath();
+        const QString link = NewPath();
+        QVERIFY(QFile::link(path, link));
+        QLockFile lock(LockOf(path));
+        QVERIFY(lock.lock());
+        Process other("obey", {link});
+        QCOMPARE(other.Do("set k 1"), QStringLiteral("1"));
+        QVERIFY(other.Ends());
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+    }
+
+    void theLockOfADeadProcessIsBroken()
+    {
+        const QString path = NewPath();
+        const TestSupport::ScenarioResult result = TestSupport::RunScenario("dieWithTheLock", {path});
+        QVERIFY2(result.iCrashed, result.Describe());
+        QVERIFY(QFile::exists(LockOf(path)));
+        IniFile(path).SetKeyValue(kGroup, kKey, 1);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+        QVERIFY(!QFile::exists(LockOf(path)));
+    }
+
+    // A process that died before it could write its number into the lock is not known to be dead.
+    void aLockOfNobodyIsBrokenWhenItIsOld()
+    {
+        const QString path = NewPath();
+        Write(LockOf(path), "");
+        MakeOlder(LockOf(path), 20);
+        Process other("obey", {path});
+        other.Tell("set k 1");
+        QVERIFY(other.IsSilentFor(300));
+        QVERIFY(!QFile::exists(path));
+        MakeOlder(LockOf(path), 31);
+        QCOMPARE(other.Answer(), QStringLiteral("1"));
+        QVERIFY(other.Ends());
+        QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
+    }
+
+    void anOldLockOfALivingProcessIsKept()
+    {
+        const QString path = NewPath();
+        QLockFile lock(LockOf(path));
+        QVERIFY(lock.lock());
+        MakeOlder(LockOf(path), 3600);
+        Process other("obey", {path});
+        other.Tell("set k 1");
+        QVERIFY(other.IsSilentFor(300));
+        QVERIFY(!QFile::exists(path));
+        lock.unlock();
+        QCOMPARE(other.Answer(), QStringLiteral("1"));
+        QVERIFY(other.Ends());
+    }
+
+    // --- What a reader finds
+
+    void aReaderFindsWholeStates()
+    {
+        constexpr int kStates = 80;
+        const QString path = NewPath();
+        const IniFile ini(path);
+        Process writer("writeStates", {path, QString::number(kStates)});
+        QCOMPARE(writer.Answer(), QStringLiteral("1"));
+        int last = 1;
+        while (writer.IsRunning()) {
+            const int state = StateOf(Read(path));
+            QVERIFY2(state >= last, qPrintable(QStringLiteral("%1 after %2").arg(state).arg(last)));
+            last = state;
+            const QString value = Get(ini);
+            QCOMPARE(value, State(value.section(QLatin1Char('-'), 0, 0).toInt()));
+        }
+        QVERIFY(writer.Ends());
+        QCOMPARE(StateOf(Read(path)), kStates);
+        QCOMPARE(Get(ini), State(kStates));
+    }
+
+    void aKilledWriterLeavesAWholeState_data()
+    {
+        QTest::addColumn<int>("after");
+        for (int after = 1; after <= 12; ++after)
+            QTest::addRow("after %d writes", after) << after;
+    }
+    void aKilledWriterLeavesAWholeState()
+    {
+        QFETCH(int, after);
+        const QString path = NewPath();
+        Process writer("writeStates", {path, QStringLiteral("1000000")});
+        for (int i = 1; i <= after; ++i)
+            QCOMPARE(writer.Answer(), QString::number(i));
+        const QString lastWords = writer.Kill();
+        const int said = lastWords.isEmpty() ? after : lastWords.toInt();
+        const int state = StateOf(Read(path));
+        QVERIFY2(state == said || state == said + 1, qPrintable(QStringLiteral("%1, said %2").arg(state).arg(said)));
+        // Whoever comes later reads and writes as if nothing had been.
+        if (QFile::exists(LockOf(path)))
+            MakeOlder(LockOf(path), 3600);
+        IniFile ini(path);
+        ini.SetKeyValue(kGroup, QStringLiteral("x"), 1);
+        QCOMPARE(Read(path), "[A]\nk=" + State(state).toLatin1() + "\nx=1\n");
+    }
+};
+
+NEROLT_TEST_MAIN(tst_IniFileProcesses)
+
+#include "tst_IniFileProcesses.moc"
