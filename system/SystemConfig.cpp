@@ -3,8 +3,6 @@
 #include <NeroltOrvaneBase/SingletonHook.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
 
-#include <utility>
-
 namespace {
 
 const QLatin1String kClassName("SystemConfig");
@@ -32,7 +30,9 @@ SystemConfig* SystemConfig::GetInstance()
 
 void SystemConfig::Delete()
 {
-    delete std::exchange(sInstance, nullptr);
+    // The instance is still the one that its own destructor may ask for a path.
+    delete sInstance;
+    sInstance = nullptr;
 }
 
 QString SystemConfig::ApplicationShortName()

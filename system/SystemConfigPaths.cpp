@@ -18,7 +18,7 @@ bool IsLevelOn(LoggerDefs::LogValues level)
 
 QString Joined(const QString& folder, const char* name)
 {
-    return QDir(folder).filePath(QLatin1String(name));
+    return QDir(folder).filePath(QString::fromUtf8(name));
 }
 
 } // namespace
@@ -158,7 +158,9 @@ QString SystemConfig::GetUserLocalePath(const QString& locale, bool inUserDataFo
 
 bool SystemConfig::CreateFolder(const QString& path)
 {
-    if (path.isEmpty())
+    // Neither an embedded NUL nor a current folder that was removed may lead to another place.
+    const bool isNowhere = QDir::isRelativePath(path) && QDir::currentPath().isEmpty();
+    if (path.isEmpty() || path.contains(QChar(0)) || isNowhere)
         return false;
     QDir folder(path);
     folder.makeAbsolute();

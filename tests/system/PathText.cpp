@@ -1,0 +1,57 @@
+#include "PathText.h"
+
+#include "InstalledHook.h"
+#include "support/LogText.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QDirIterator>
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+
+} // namespace
+
+QString PathText::Text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+QStringList PathText::Texts(std::initializer_list<const char*> list)
+{
+    QStringList texts;
+    for (const char* const text : list)
+        texts += Text(text);
+    return texts;
+}
+
+QStringList PathText::Tree(const QString& folder)
+{
+    QStringList names;
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString name = QDir(folder).relativeFilePath(it.next());
+        names += it.fileInfo().isDir() && !it.fileInfo().isSymLink() ? name + QLatin1Char('/') : name;
+    }
+    names.sort();
+    return names;
+}
+
+int PathText::Logged(int level, const std::function<void()>& calls)
+{
+    const InstalledHook hook;
+    Logger& logger = *Logger::GetInstance();
+    logger.SetLevel(level);
+    calls(); // the lines wait in the buffer: what the log says about its own start does not come in between
+    logger.SetLevel(0);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::StopLogging();
+    return 0;
+}
+
+QList<QByteArray> PathText::BodiesOf(const TestSupport::ScenarioResult& result)
+{
+    return LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog)));
+}
