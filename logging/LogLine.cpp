@@ -186,12 +186,14 @@ public:
 
     void PutText(const QString& text)
     {
+        // Not utf16(), which may move the text behind the back of its other readers.
+        const auto* const units = reinterpret_cast<const ushort*>(text.constData());
         char* out = Room(text.size());
-        if (PutPlainText(out, text.utf16(), text.size())) {
+        if (PutPlainText(out, units, text.size())) {
             Advance(out + text.size());
         } else {
             out = Room(qint64(text.size()) * kMaxBytesPerUnit);
-            Advance(PutAnyText(out, text.utf16(), text.utf16() + text.size()));
+            Advance(PutAnyText(out, units, units + text.size()));
         }
     }
 

@@ -282,6 +282,15 @@ private Q_SLOTS:
         QCOMPARE(buffer.constData(), before);
     }
 
+    void leavesTheTextWhereItIs()
+    {
+        // Text that the string does not own, as literals in memory are.
+        const QChar memory[] = {QLatin1Char('a'), QChar(0x20ac), QLatin1Char('b')};
+        const QString text = QString::fromRawData(memory, 2);
+        QCOMPARE(Line(0, 5, "Debug", "F", text), QByteArray("1970-01-01 00:00:00.000|5|Debug|F|a\xe2\x82\xac\n"));
+        QCOMPARE(text.constData(), static_cast<const QChar*>(memory));
+    }
+
     void megabytes()
     {
         const QString plain(3000000, QLatin1Char('p'));
