@@ -18,8 +18,9 @@ constexpr int Folded(ushort asciiUnit)
 
 int IniString::Compare(const QString& left, const QString& right)
 {
-    const ushort* const leftUnits = left.utf16();
-    const ushort* const rightUnits = right.utf16();
+    // Not utf16(), which may move the text.
+    const auto* const leftUnits = reinterpret_cast<const ushort*>(left.constData());
+    const auto* const rightUnits = reinterpret_cast<const ushort*>(right.constData());
     const int common = std::min(left.size(), right.size());
     for (int i = 0; i < common; ++i) {
         if (leftUnits[i] == rightUnits[i])
