@@ -18,11 +18,6 @@ const char* const gAutoDownloadsEndTime = "AutoDownloadsEnd";
 
 namespace {
 
-bool IsLevelOn(LoggerDefs::LogValues level)
-{
-    return (Logger::GetInstance()->GetLevel() & level) != 0;
-}
-
 std::unique_ptr<QSettings> Open(const QString& filePath)
 {
     return std::make_unique<QSettings>(filePath, QSettings::IniFormat);
@@ -76,7 +71,7 @@ QString TextOf(const QVariant& value)
     case QVariant::Size:
         return TextOf(value.toSize());
     default:
-        if (IsLevelOn(LoggerDefs::Trace))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace("IniFile::SettingValue", QLatin1String("type is ") + QString::number(int(value.type())));
         return QString();
     }
@@ -84,7 +79,7 @@ QString TextOf(const QVariant& value)
 
 void LogSetting(const char* what, const QVariant& value, const QString& key, const QString& group)
 {
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug("IniFile::Merge",
                          QLatin1String(what) + IniFile::SettingValue(value, false) + QLatin1String(" for key ") + key
                              + QLatin1String(", section ") + group);
@@ -139,10 +134,10 @@ IniFile::~IniFile() = default;
 void IniFile::SetFilePath(const QString& filePath)
 {
     constexpr const char* func = "IniFile::SetFilePath";
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("The file is ") + filePath);
     if (iSettings) {
-        if (IsLevelOn(LoggerDefs::Debug))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
             Logger::LogDebug(func, QStringLiteral("Clear the old settings first."));
         iSettings.reset();
     }
@@ -165,7 +160,7 @@ bool IniFile::GetKeyValue(const QString& group, const QString& key, QString& val
     if (text.isEmpty() && !iSettings->contains(key))
         return false;
     value = text;
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace("IniFile::GetKeyValue",
                          QLatin1String("The key is ") + key + QLatin1String(" value is ") + text);
     return true;
@@ -192,12 +187,12 @@ void IniFile::RemoveKey(const QString& group, const QString& key)
 bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSection)
 {
     constexpr const char* func = "IniFile::Merge";
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("File to merge is ") + mergeFilePath);
     if (!iSettings)
         iSettings = Open(SystemConfig::GetPrefsIniPath());
     if (QFile(mergeFilePath).size() < 1) {
-        if (IsLevelOn(LoggerDefs::Warning))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
             Logger::LogWarning(func, QStringLiteral("The file to merge is empty"));
         return false;
     }
@@ -216,7 +211,7 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
 QString IniFile::SettingValue(const QVariant& value, bool)
 {
     QString text = value.isNull() ? QString() : TextOf(value);
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace("IniFile::SettingValue", QLatin1String("the return value is ") + text);
     return text;
 }

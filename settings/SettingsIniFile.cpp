@@ -7,11 +7,6 @@
 
 namespace {
 
-bool IsLevelOn(LoggerDefs::LogValues level)
-{
-    return (Logger::GetInstance()->GetLevel() & level) != 0;
-}
-
 // To the framework, removing a key without a name is removing the whole section.
 void RemoveOne(QSettings& file, const QString& key)
 {
@@ -73,14 +68,14 @@ SettingsIniFile::Section& SettingsIniFile::SectionOf(Table& table, const QString
 bool SettingsIniFile::ReadFile(const QString& path)
 {
     constexpr const char* func = "SettingsIniFile::ReadFile";
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("The file is ") + path);
     QSettings file(path, QSettings::IniFormat);
     const QStringList groups = file.childGroups();
     for (const QString& group : groups) {
         if (group.isEmpty())
             continue; // the top level, to the framework
-        if (IsLevelOn(LoggerDefs::Trace))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group);
         file.beginGroup(group);
         const QStringList keys = file.childKeys();
@@ -95,7 +90,7 @@ bool SettingsIniFile::WriteFile(const QString& path) const
 {
     QSettings file(path, QSettings::IniFormat);
     const bool isWritable = file.isWritable();
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug("SettingsIniFile::WriteFile",
                          QLatin1String("The file is ") + path + QLatin1String(" and can be written ")
                              + QString::number(int(isWritable)));
@@ -126,7 +121,7 @@ bool SettingsIniFile::GetKeyValue(const QString& group, const QString& key, QStr
     if (found == section.value()->cend())
         return false;
     value = IniFile::SettingValue(found.value(), true);
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace("SettingsIniFile::GetKeyValue",
                          QLatin1String("getting group=") + group + QLatin1String(" key=") + key
                              + QLatin1String(" value=") + value);
@@ -154,12 +149,12 @@ void SettingsIniFile::RemoveKey(const QString& group, const QString& key)
     const auto section = iSections.constFind(group);
     if (section == iSections.cend())
         return;
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("section key ") + group);
     const int removed = section.value()->remove(key);
     if (removed > 0)
         SectionOf(iRemoved, group)[key] = QString();
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func,
                          QLatin1String("number of keys removed ") + QString::number(removed)
                              + QLatin1String(" for key ") + key);

@@ -11,11 +11,6 @@ constexpr const char* kDocuments = "Documents";
 constexpr const char* kCache = "cache";
 constexpr const char* kResources = "Resources";
 
-bool IsLevelOn(LoggerDefs::LogValues level)
-{
-    return (Logger::GetInstance()->GetLevel() & level) != 0;
-}
-
 QString Joined(const QString& folder, const char* name)
 {
     return QDir(folder).filePath(QString::fromUtf8(name));
@@ -49,7 +44,7 @@ const QString& SystemConfig::GetTestPath()
 QString SystemConfig::GetPath(const QString& folder, const char* testSubfolder)
 {
     const QString& testPath = GetTestPath();
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace("SystemConfig::GetPath", QLatin1String("The test path is ") + testPath);
     if (testPath.isEmpty())
         return folder;
@@ -85,7 +80,8 @@ QString SystemConfig::GetUsersUpdatePath()
 {
     const QDir base(GetUserDataPath());
     const QDir target(base.filePath(QStringLiteral("Updates")));
-    if (!target.exists() && !base.mkdir(QStringLiteral("Updates")) && IsLevelOn(LoggerDefs::Warning))
+    if (!target.exists() && !base.mkdir(QStringLiteral("Updates"))
+        && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
         Logger::LogWarning("SystemConfig::GetUsersUpdatePath",
                            QLatin1String("failed to create folder ") + target.path());
     return target.path();
@@ -112,7 +108,7 @@ QString SystemConfig::GetApplicationPath()
 QString SystemConfig::GetResourcesPath()
 {
     const QString path = Joined(GetApplicationPath(), kResources);
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug("SystemConfig::GetResourcesPath", QLatin1String("resource path is ") + path);
     return GetPath(path, kResources);
 }

@@ -7,15 +7,6 @@
 QList<RegisteredThread*> RegisteredThread::iThreads;
 QMutex RegisteredThread::iMutex(QMutex::Recursive);
 
-namespace {
-
-bool IsLevelOn(LoggerDefs::LogValues level)
-{
-    return (Logger::GetInstance()->GetLevel() & level) != 0;
-}
-
-} // namespace
-
 RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcept
     : QThread(parent)
     , iName(name)
@@ -29,7 +20,7 @@ RegisteredThread::~RegisteredThread() noexcept
 {
     const QByteArray func = QByteArray(metaObject()->className()) + "::~RegisteredThread";
     const std::lock_guard<QMutex> lock(iMutex);
-    if (isRunning() && IsLevelOn(LoggerDefs::Warning))
+    if (isRunning() && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
         Logger::LogWarning(func.constData(),
                            QLatin1String("Thread: ") + iName + QLatin1String(" destroyed while running"));
     iThreads.removeOne(this);
@@ -45,7 +36,7 @@ void RegisteredThread::LogThreads() noexcept
     const std::lock_guard<QMutex> lock(iMutex);
     const QList<RegisteredThread*> threads = iThreads;
     for (const RegisteredThread* const thread : threads) {
-        if (IsLevelOn(LoggerDefs::Warning))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
             Logger::LogWarning("RegisteredThread::LogThreads",
                                QLatin1String("Thread: ") + thread->iName + QLatin1String(", running: ")
                                    + QString::number(int(thread->isRunning())));
@@ -54,7 +45,7 @@ void RegisteredThread::LogThreads() noexcept
 
 void RegisteredThread::SetInterrupted() noexcept
 {
-    if (IsLevelOn(LoggerDefs::Debug)) {
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug)) {
         const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";
         Logger::LogDebug(func.constData(), iName);
     }

@@ -8,17 +8,12 @@
 
 namespace {
 
-bool IsLevelOn(LoggerDefs::LogValues level)
-{
-    return (Logger::GetInstance()->GetLevel() & level) != 0;
-}
-
 // Whether there is a file that nobody holds open through the object at hand, as is always so for a fresh one.
 bool IsUsable(const QString& path, const char* func, bool logIt)
 {
     const QFile file(path);
     const bool exists = file.exists();
-    if (logIt && IsLevelOn(LoggerDefs::Trace))
+    if (logIt && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace(func, QLatin1String("The file exists: ") + QString::number(int(exists)));
     return !file.isOpen() && exists;
 }
@@ -29,10 +24,10 @@ bool FileUtilities::SetReadOnlyFlag(const QString& path, bool readOnly)
 {
     constexpr const char* func = "FileUtilities::SetReadOnlyFlag";
     const QString flag = QString::number(int(readOnly));
-    if (IsLevelOn(LoggerDefs::Debug))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("Path: ") + path + QLatin1String(", flag: ") + flag);
     const bool done = FileInfoMac(path).SetReadOnlyFlag(readOnly);
-    if (!done && IsLevelOn(LoggerDefs::Warning))
+    if (!done && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
         Logger::LogWarning(func, QLatin1String("Failed to reset readonly flag value ") + flag);
     return done;
 }
@@ -58,19 +53,19 @@ void FileUtilities::ResetReadonlyFlags(const QString& path)
     constexpr const char* func = "ResetReadonlyFlags";
     const QFileInfo info(path);
     if (!info.isWritable()) {
-        if (IsLevelOn(LoggerDefs::Trace))
+        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QStringLiteral("file is not writable 0, resetting"));
         SetReadOnlyFlag(path, false);
     }
     if (!info.isFile())
         return;
     const QFile::Permissions permissions = info.permissions();
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace(func, QLatin1String("permissions ") + QString::number(uint(permissions)));
     constexpr QFile::Permissions ownerReadWrite = QFile::ReadOwner | QFile::WriteOwner;
     if ((permissions & ownerReadWrite) == ownerReadWrite)
         return;
-    if (IsLevelOn(LoggerDefs::Trace))
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace(func, QLatin1String("Setting file ") + path + QLatin1String(" read/write "));
     // A refusal stays visible in the file itself.
     QFile(path).setPermissions(ownerReadWrite | QFile::ReadUser | QFile::ReadGroup | QFile::ReadOther);
