@@ -21,6 +21,10 @@ public:
 
     bool operator==(const QString& other) const { return Compare(iText, other) == 0; }
     bool operator==(const IniString& other) const { return Compare(iText, other.iText) == 0; }
+    bool operator!=(const QString& other) const { return !(*this == other); }
+    bool operator!=(const IniString& other) const { return !(*this == other); }
+    friend bool operator==(const QString& left, const IniString& right) { return right == left; }
+    friend bool operator!=(const QString& left, const IniString& right) { return !(right == left); }
     bool operator<(const IniString& other) const { return Compare(iText, other.iText) < 0; }
 
 private:

@@ -168,6 +168,17 @@ private Q_SLOTS:
         QCOMPARE(QString(assigned).constData(), text.constData());
     }
 
+    void textOnEitherSideComparesAlike()
+    {
+        const IniString name(QStringLiteral("KEY"));
+        const QString same = QStringLiteral("key");
+        const QString other = QStringLiteral("keys");
+        QVERIFY(name == same && same == name && name == IniString(same));
+        QVERIFY(!(name != same) && !(same != name) && !(name != IniString(same)));
+        QVERIFY(name != other && other != name && name != IniString(other));
+        QVERIFY(!(name == other) && !(other == name) && !(name == IniString(other)));
+    }
+
     void comparingLeavesTheTextWhereItIs()
     {
         static const QChar memory[] = {'K', 'e', 'y', 's'}; // the caller's own, not closed by a zero
