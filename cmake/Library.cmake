@@ -31,6 +31,7 @@ list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 add_library(NeroltOrvaneBase SHARED
   ${public_headers}
   logging/BatchPool.cpp
+  logging/FairLock.cpp
   logging/LogFile.cpp
   logging/LogLine.cpp
   logging/Logger.cpp

@@ -1,3 +1,5 @@
+#include "FairLock.h"
+
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
@@ -195,7 +197,7 @@ template <typename Call>
 void Logger::WithAgentOrDrop(const Call& call) noexcept
 {
     try {
-        const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+        const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
         LoggerAgent* const agent = lock ? iAgent.load(std::memory_order_relaxed) : nullptr;
         if (agent)
             call(*agent);

@@ -1,4 +1,5 @@
 #include "BatchPool.h"
+#include "FairLock.h"
 #include "LogLine.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -133,7 +134,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
-    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+    const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
     if (!lock)
         return;
     if (iBuffer.isEmpty())
