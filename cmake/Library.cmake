@@ -1,6 +1,7 @@
 set(public_headers
   Export.h
   # One header for each class ...
+  DiskSpace.h
   FileInfoMac.h
   FileUtilities.h
   HookedSingleton.h
@@ -18,7 +19,9 @@ set(public_headers
   RegisteredTimer.h
   SettingsIniFile.h
   SingletonHook.h
+  StackTrace.h
   SystemConfig.h
+  UrlQueryManager.h
   # ... and one for each family.
   Logging.h
   Settings.h
@@ -38,31 +41,52 @@ add_library(NeroltOrvaneBase SHARED
   logging/LoggerAgent.cpp
   logging/LoggerWorker.cpp
   logging/Rotation.cpp
+  logging/StackFrame.cpp
+  logging/StackTrace.cpp
   settings/IIniFileBase.cpp
   settings/IniFile.cpp
   settings/IniString.cpp
   settings/SettingsIniFile.cpp
+  system/HostWords.cpp
+  system/ReportText.cpp
   system/SystemConfig.cpp
+  system/SystemConfigArchitecture.cpp
+  system/SystemConfigHost.cpp
   system/SystemConfigPaths.cpp
+  system/SystemConfigReport.cpp
   threading/HookedSingleton.cpp
   threading/RTimerGarbageCollector.cpp
   threading/RegisteredThread.cpp
   threading/RegisteredTimer.cpp
   threading/SingletonHook.cpp
-  util/FileUtilities.cpp)
+  util/FileUtilities.cpp
+  util/UrlQueryManager.cpp)
 add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 
 # The platform is chosen by file, here and nowhere else.
 if(APPLE)
-  target_sources(NeroltOrvaneBase PRIVATE logging/FreeMemory_mac.cpp util/FileInfoMac_mac.mm)
-  target_link_libraries(NeroltOrvaneBase PRIVATE "-framework Foundation")
+  target_sources(NeroltOrvaneBase PRIVATE
+    logging/FrameLines_mac.cpp
+    logging/FreeMemory_mac.cpp
+    system/Host_mac.cpp
+    util/DiskSpace_mac.cpp
+    util/FileInfoMac_mac.mm)
+  target_link_libraries(NeroltOrvaneBase PRIVATE
+    "-framework CoreFoundation" "-framework CoreServices" "-framework Foundation")
+  # The File Manager and the framework's table of old versions are called old by their makers; both do what is wanted.
+  set_source_files_properties(system/Host_mac.cpp util/DiskSpace_mac.cpp
+    PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
 else()
   target_sources(NeroltOrvaneBase PRIVATE
+    logging/FrameLines_linux.cpp
     logging/FreeMemory_linux.cpp
+    system/Host_linux.cpp
+    util/DiskSpace_linux.cpp
     util/FileAttributes_linux.cpp
     util/FileInfoMac_linux.cpp
     util/FileLock_linux.cpp
     util/OsRelease.cpp)
+  target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS})
 endif()
 
 # The narrowing loops of a log line are written for the vectoriser.

@@ -6,3 +6,4 @@
 #include "LoggerAgent.h"
 #include "LoggerDefs.h"
 #include "LoggerWorker.h"
+#include "StackTrace.h"

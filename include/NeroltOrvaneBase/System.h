@@ -1,4 +1,4 @@
 #pragma once
 
-/// The application's folders: every class of the family.
+/// The application's folders and the host: every class of the family.
 #include "SystemConfig.h"

@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// Where the application's folders and files are.
+/// Where the application's folders and files are, and what the host is.
 ///
 /// The host says once where the desktop has its folders (SetDesktopFolders); a test path puts all that belongs to the
 /// user below one folder instead. Paths have "/" separators. Getters never fail: without a folder set they give what
@@ -66,6 +66,62 @@ public:
     static bool CreateFolder(const QString& path);
     /// CreateFolder for the user's data.
     static bool CreateUserProfile();
+
+    /// @name Facts about the host
+    /// On any thread, once there is an instance.
+    /// @{
+    /// Name and version of the operating system, and a word for its processor: on macOS "MacOSX", "14.2" and
+    /// "intel_" with the machine's name, whatever the processor is; on Linux "linux", the kernel's version and nothing.
+    static void GetSystemInfo(QString& osName, QString& osVersion, QString& processor);
+    /// "NeroltAgent/" with the application's version, or with "3.0" when it has none.
+    static QString UserAgent();
+    /// Runs the login-item helper of the resources folder and blocks until it exits. Silent when that fails. The texts
+    /// are for other platforms.
+    static void SetSystemStartAtBoot(bool enable, const QString& first, const QString& second);
+    /// Whether the preferences say so: "LoggedIn" in section "User" is "true", in any letter case. Logs at trace and
+    /// debug level.
+    static bool IsUserLoggedIn();
+    /// @}
+
+    /// @name For other platforms
+    /// No effect here.
+    /// @{
+    static void SetStringInCurrentUser(const QString& name, const QString& value, bool flag);
+    static void SetDWORDInCurrentUser(const QString& name, const QString& valueName, int value);
+    /// @}
+
+    /// Whether a file of this name (without a path) is one of the application's cache files.
+    static bool FileIsCacheFile(const QString& fileName);
+
+    /// @name Processors
+    /// @{
+    /// The processor that this process sees: "x86_64", "arm64", "arm" or "Unknown".
+    static QString getCPUArchitecture();
+    /// What the application was built for: "Universal", "intelx64", "arm64", or nothing when that cannot be told. Asks
+    /// the program "file" about the user interface's plug-in: blocks for up to 5 seconds.
+    static QString getApplicationBuildArch();
+    /// @}
+
+    /// @name Report for the support
+    /// Two logs in the folder Logs of the user's data, which must be there. Failures are silent. The paths of the
+    /// user's data and of the program are put into scripts for "sh" in double quotes: they must not hold a double
+    /// quote, a backquote, a dollar sign or a backslash. One caller at a time.
+    /// @{
+    /// Starts the collectors, those that have not left a log yet, and returns at once. Logs at trace and debug level.
+    static void ReportSystemDetails();
+    /// Whether both logs are there. The collectors may still be writing.
+    static bool SystemDetailsExist();
+    /// What matters of the framework's own diagnostics, lines ended by CR LF; empty if there is no log.
+    static QString GetQtDialogData();
+    /// The description of the displays; empty if there is no log.
+    static QString GetQMacSystemProfilertData();
+    /// Deletes the collectors' scripts; the logs stay.
+    static void RemoveShFiles();
+    /// Empty on this platform. Logs at trace level.
+    static QString GetLastCrashLog();
+    /// Empty on this platform.
+    static QString GetDxDialogData();
+    /// @}
 
     /// @name Strings of the standard library, in UCS-4 and UTF-8
     /// @{

@@ -1,5 +1,7 @@
 #pragma once
 
-/// Files: every class of the family.
+/// Files, disks and URLs: every class of the family.
+#include "DiskSpace.h"
 #include "FileInfoMac.h"
 #include "FileUtilities.h"
+#include "UrlQueryManager.h"

@@ -1,0 +1,50 @@
+#include "FrameLines.h"
+#include "StackFrame.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/StackTrace.h>
+
+#include <array>
+#include <execinfo.h>
+
+namespace {
+
+constexpr const char* kFunc = "StackTrace::TraceCode";
+
+bool IsDebug()
+{
+    return Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug);
+}
+
+QString Describe(const QString& line)
+{
+    TraceInfo frame = StackFrame::Parse(line);
+    if (!frame.iFunctionName.startsWith(QLatin1String("-[")) && !StackFrame::Demangle(frame.iFunctionName) && IsDebug())
+        Logger::LogDebug(kFunc, QLatin1String("demangle failed for FunctionName ") + frame.iFunctionName);
+    const QString text = StackFrame::Text(frame);
+    if (IsDebug()) {
+        Logger::LogDebug(kFunc, text);
+        Logger::LogDebug(kFunc, QLatin1String("function name ") + line);
+    }
+    return text + QLatin1String("\r\n");
+}
+
+} // namespace
+
+QString StackTrace::TraceCode()
+{
+    // Here and not in a function of its own: the frame that is left out is this one.
+    std::array<void*, 21> addresses = {};
+    const int count = ::backtrace(addresses.data(), int(addresses.size()));
+    QString result;
+    if (count > 0) {
+        const QStringList lines = FrameLines::Of(addresses.data(), count);
+        for (int i = 1; i < lines.size(); ++i)
+            result += Describe(lines.at(i));
+    } else {
+        result = QStringLiteral("Unable to obtain the stack trace");
+    }
+    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
+        Logger::LogTrace(kFunc, result);
+    return result;
+}
