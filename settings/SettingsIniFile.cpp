@@ -4,8 +4,45 @@
 
 #include <QtCore/QSettings>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+#include <algorithm>
 
 namespace {
+
+constexpr QLatin1Char kSeparator('/');
+
+/// The keys of a group are neighbours in the framework's sorted list of all keys.
+struct Group
+{
+    QString iName;
+    int iFirst = 0;
+    int iEnd = 0;
+};
+
+/// The named groups in the order of QSettings::childGroups. That function and childKeys build and sort a list for every
+/// question, which takes as long as all the rest of reading.
+QVector<Group> GroupsOf(const QStringList& keys)
+{
+    QVector<Group> groups;
+    for (int i = 0; i < keys.size(); ++i) {
+        const int length = keys.at(i).indexOf(kSeparator);
+        if (length <= 0)
+            continue; // at the top level, or in a group without a name, which is that to the framework
+        const QStringRef name = keys.at(i).leftRef(length);
+        if (groups.isEmpty() || groups.last().iName != name)
+            groups.append({name.toString(), i, i});
+        groups.last().iEnd = i + 1;
+    }
+    std::sort(groups.begin(), groups.end(), [](const Group& a, const Group& b) { return a.iName < b.iName; });
+    return groups;
+}
+
+// To the framework, a name with nothing behind its separator is another key.
+QVariant ValueOf(const QSettings& file, const QString& key)
+{
+    return key.endsWith(kSeparator) ? QVariant() : file.value(key);
+}
 
 // To the framework, removing a key without a name is removing the whole section.
 void RemoveOne(QSettings& file, const QString& key)
@@ -70,18 +107,17 @@ bool SettingsIniFile::ReadFile(const QString& path)
     constexpr const char* func = "SettingsIniFile::ReadFile";
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("The file is ") + path);
-    QSettings file(path, QSettings::IniFormat);
-    const QStringList groups = file.childGroups();
-    for (const QString& group : groups) {
-        if (group.isEmpty())
-            continue; // the top level, to the framework
+    const QSettings file(path, QSettings::IniFormat);
+    const QStringList keys = file.allKeys();
+    for (const Group& group : GroupsOf(keys)) {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-            Logger::LogTrace(func, QLatin1String("The group is ") + group);
-        file.beginGroup(group);
-        const QStringList keys = file.childKeys();
-        for (const QString& key : keys)
-            SetKeyValue(group, key, file.value(key));
-        file.endGroup();
+            Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
+        for (int i = group.iFirst; i < group.iEnd; ++i) {
+            const QString& key = keys.at(i);
+            const int start = group.iName.size() + 1;
+            if (key.indexOf(kSeparator, start) < 0)
+                SetKeyValue(group.iName, key.mid(start), ValueOf(file, key));
+        }
     }
     return true;
 }
