@@ -56,11 +56,14 @@ int Host::Run()
     if (!PrepareFolders(iOptions.iFolder))
         return RejectInput(QStringLiteral("cannot create the folders in %1").arg(iOptions.iFolder));
     iLife.iPreferences = OpenPreferences();
+    iLife.iMachine = DescribeMachine();
     StartLog();
     LogErrors();
     RunLoad();
     SilenceAndWake();
     StopLog();
+    if (iOptions.iIsReporting)
+        iLife.iReport = MakeReport();
     return Finish();
 }
 

@@ -13,6 +13,7 @@ constexpr int kMostLines = 10000000;
 
 const QString kFolder = QStringLiteral("folder");
 const QString kLines = QStringLiteral("lines");
+const QString kNoReport = QStringLiteral("no-report");
 const QString kThreads = QStringLiteral("threads");
 
 void AddOptions(QCommandLineParser& parser)
@@ -20,13 +21,16 @@ void AddOptions(QCommandLineParser& parser)
     const Options defaults;
     parser.setApplicationDescription(
         QStringLiteral("Lives a life on the library: logs from several threads, lets the log rotate, and checks that\n"
-                       "every line arrived."));
+                       "every line arrived. Ends with what there is to know about the machine, the folders, the "
+                       "settings, the log and\n"
+                       "the report for the support."));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOptions({
         {kFolder, QStringLiteral("Put everything below this folder, created when missing."), QStringLiteral("folder")},
         {kLines, QStringLiteral("Lines that each thread logs, 1 to %1 (%2).").arg(kMostLines).arg(defaults.iLines),
          QStringLiteral("n"), QString::number(defaults.iLines)},
+        {kNoReport, QStringLiteral("Make no report for the support.")},
         {kThreads, QStringLiteral("Threads that log, 1 to %1 (%2).").arg(kMostThreads).arg(defaults.iThreads),
          QStringLiteral("n"), QString::number(defaults.iThreads)},
     });
@@ -70,6 +74,7 @@ QString ReadValues(const QCommandLineParser& parser, Options& options)
     options.iThreads = Number(parser.value(kThreads), kMostThreads);
     if (options.iThreads == 0)
         return NumberError(kThreads, kMostThreads, parser.value(kThreads));
+    options.iIsReporting = !parser.isSet(kNoReport);
     options.iFolder = ReadFolder(parser);
     return options.iFolder.isEmpty() ? QStringLiteral("--folder needs a name") : QString();
 }

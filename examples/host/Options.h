@@ -10,6 +10,7 @@ struct Options
     QString iFolder; ///< where everything goes, absolute
     int iThreads = 4;
     int iLines = 250000; ///< of each thread
+    bool iIsReporting = true; ///< whether a report for the support is made
 
     qint64 AllLines() const { return qint64(iThreads) * iLines; }
 };

@@ -31,6 +31,36 @@ QString Row(const QString& label, const QString& value)
     return QLatin1String("  ") + label.leftJustified(kLabelWidth) + value + QLatin1Char('\n');
 }
 
+QString MachinePart(const Machine& machine)
+{
+    const QString build = machine.iBuild.isEmpty() ? QStringLiteral("unknown, not in a bundle") : machine.iBuild;
+    const QString free = machine.iFreeBytes < 0
+        ? QStringLiteral("unknown")
+        : QStringLiteral("%1 free").arg(QLocale(QLocale::English).formattedDataSize(machine.iFreeBytes, 1));
+    return Title(QStringLiteral("Machine")) + Row(QStringLiteral("system"), machine.iSystem)
+        + Row(QStringLiteral("processor"), machine.iProcessor) + Row(QStringLiteral("built for"), build)
+        + Row(QStringLiteral("disk"), free)
+        + Row(QStringLiteral("user"),
+              machine.iIsLoggedIn ? QStringLiteral("logged in") : QStringLiteral("not logged in"))
+        + Row(QStringLiteral("agent"), machine.iUserAgent) + Row(QStringLiteral("updates"), machine.iUpdateUrl)
+        + Row(QStringLiteral("asked by"), machine.iCallers.join(QLatin1String(", ")));
+}
+
+QString ReportPart(const Report& report)
+{
+    if (!report.iIsMade)
+        return QString();
+    const QString displays = report.iDisplays.size() == 1
+        ? report.iDisplays.constFirst()
+        : QStringLiteral("%1 lines in graphics.log").arg(report.iDisplays.size());
+    const QString framework = report.iFramework.isEmpty()
+        ? QStringLiteral("unknown, no qtdiag beside the host")
+        : QStringLiteral("%1 lines that matter of qtdiag.log").arg(report.iFramework.size());
+    const QString inTime = report.iIsComplete ? QString() : QStringLiteral(" (the tools are not done yet)");
+    return Title(QStringLiteral("Report")) + Row(QStringLiteral("displays"), displays + inTime)
+        + Row(QStringLiteral("framework"), framework);
+}
+
 QString FoldersPart()
 {
     return Title(QStringLiteral("Folders")) + Row(QStringLiteral("user data"), SystemConfig::GetUserDataPath())
@@ -111,6 +141,6 @@ QString MemoryPart(const Life& life)
 
 QString Summary(const Options& options, const LogFolder& folder, const Life& life)
 {
-    return Verdict(life) + FoldersPart() + SettingsPart(life.iPreferences) + LogPart(life) + LoadPart(options, life)
-        + FilesPart(folder, life) + MemoryPart(life);
+    return Verdict(life) + MachinePart(life.iMachine) + FoldersPart() + SettingsPart(life.iPreferences) + LogPart(life)
+        + LoadPart(options, life) + FilesPart(folder, life) + MemoryPart(life) + ReportPart(life.iReport);
 }

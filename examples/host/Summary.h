@@ -1,12 +1,16 @@
 #pragma once
 
 #include "LogCheck.h"
+#include "Machine.h"
 #include "Options.h"
 #include "Preferences.h"
+#include "Report.h"
 
 /// What there is to tell about a run.
 struct Life
 {
+    Machine iMachine;
+    Report iReport;
     Preferences iPreferences;
     QString iLogPath;
     bool iIsAged = false;

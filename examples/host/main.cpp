@@ -11,6 +11,7 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("NeroltHost"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HOST_VERSION));
     Options options;
     if (const std::optional<int> code = ReadOptions(QCoreApplication::arguments(), options))
         return *code;

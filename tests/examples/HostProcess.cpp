@@ -68,7 +68,8 @@ void HostProcess::setupChildProcess()
 void HostProcess::Start(const QStringList& arguments)
 {
     setProcessEnvironment(iEnvironment);
-    start(QStringLiteral(HOST_PROGRAM), arguments);
+    const QStringList first(iIsReporting ? QStringList() : QStringList(QStringLiteral("--no-report")));
+    start(QStringLiteral(HOST_PROGRAM), first + arguments);
     waitForStarted();
 }
 

@@ -13,6 +13,8 @@ public:
     ~HostProcess() override;
 
     void SetVariable(const char* name, const char* value);
+    /// Tests do without the report for the support, which takes its time.
+    void MakeReport() { iIsReporting = true; }
     /// Even if this process is root.
     void RunAsOrdinaryUser() { iIsOrdinaryUser = true; }
     /// On a pseudo terminal of its own instead of pipes. Call it before Start.
@@ -35,6 +37,7 @@ private:
     void ReadScreen();
 
     QProcessEnvironment iEnvironment = QProcessEnvironment::systemEnvironment();
+    bool iIsReporting = false;
     bool iIsOrdinaryUser = false;
     int iMaster = -1;
     int iSlave = -1;

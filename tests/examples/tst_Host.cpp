@@ -4,6 +4,8 @@
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
+#include <NeroltOrvaneBase/SystemConfig.h>
+
 #include <QtCore/QDateTime>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
@@ -11,6 +13,7 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace {
@@ -113,6 +116,60 @@ private Q_SLOTS:
         }
         QVERIFY2(Row(summary, "peak").endsWith("iB"), Row(summary, "peak"));
         QVERIFY2(Row(summary, "at the end").endsWith("iB"), Row(summary, "at the end"));
+    }
+
+    void machine()
+    {
+        struct utsname names = {};
+        QCOMPARE(::uname(&names), 0);
+        const QByteArray release = QByteArray(names.release).split('-').first();
+        const QByteArray version = release.split('.').value(0) + '.' + release.split('.').value(1);
+        HostProcess host;
+        QCOMPARE(host.Run({FolderOption(), kSmallLoad}), 0);
+        const QByteArray summary = host.Out();
+        QCOMPARE(Row(summary, "system"), "linux " + version);
+        QCOMPARE(Row(summary, "processor"), SystemConfig::getCPUArchitecture().toUtf8());
+        QCOMPARE(Row(summary, "built for"), QByteArray("unknown, not in a bundle"));
+        QVERIFY2(Row(summary, "disk").endsWith("iB free"), Row(summary, "disk"));
+        QCOMPARE(Row(summary, "user"), QByteArray("not logged in"));
+        QCOMPARE(Row(summary, "agent"), QByteArray("NeroltAgent/" HOST_VERSION));
+        QCOMPARE(Row(summary, "updates"),
+                 "https://updates.example.org/latest?os=linux&version=" + version + "&cpu=" + Row(summary, "processor")
+                     + "&channel=stable");
+        QCOMPARE(Row(summary, "asked by"), QByteArray("DescribeMachine, Host::Run, main"));
+
+        QSettings(QDir(Folder()).filePath(QStringLiteral("prefs.ini")), QSettings::IniFormat)
+            .setValue(QStringLiteral("User/LoggedIn"), QStringLiteral("true"));
+        HostProcess later;
+        QCOMPARE(later.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(Row(later.Out(), "user"), QByteArray("logged in"));
+    }
+
+    void report()
+    {
+        HostProcess host;
+        host.MakeReport();
+        QCOMPARE(host.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(host.Err(), QByteArray());
+        const QByteArray summary = host.Out();
+        const QByteArray displays = LogText::Read(Logs().filePath(QStringLiteral("graphics.log")));
+        QByteArrayList lines = displays.split('\n');
+        lines.removeAll(QByteArray());
+        QVERIFY(!lines.isEmpty());
+        QCOMPARE(Row(summary, "displays"),
+                 lines.size() == 1 ? lines.first() : QByteArray::number(lines.size()) + " lines in graphics.log");
+        const QByteArray framework = LogText::Read(Logs().filePath(QStringLiteral("qtdiag.log")));
+        QVERIFY2(framework.contains("Architecture:"), framework); // the real tool's
+        const QRegularExpression some(QStringLiteral("^[1-9]\\d* lines that matter of qtdiag\\.log$"));
+        QVERIFY2(some.match(QString::fromUtf8(Row(summary, "framework"))).hasMatch(), Row(summary, "framework"));
+        QCOMPARE(Logs().entryList({QStringLiteral("*.sh")}), QStringList());
+
+        // Anew each time.
+        Write(Logs().filePath(QStringLiteral("graphics.log")), "of another day\n");
+        HostProcess later;
+        later.MakeReport();
+        QCOMPARE(later.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(Row(later.Out(), "displays"), Row(summary, "displays"));
     }
 
     void foldersAndSettings()

@@ -1,0 +1,100 @@
+#include "Report.h"
+
+#include "Wait.h"
+
+#include <NeroltOrvaneBase/SystemConfig.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+namespace {
+
+constexpr int kPatienceMs = 60000; // four display tools may take ten seconds each
+constexpr int kQuietMs = 300;
+
+bool HasTool()
+{
+    return QFileInfo(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("qtdiag"))).isExecutable();
+}
+
+void SetUnlessSet(const char* name, const char* value)
+{
+    if (!qEnvironmentVariableIsSet(name))
+        qputenv(name, value);
+}
+
+// The framework's tool shares the host's terminal, and wants to be told when there is no display.
+void PrepareEnvironment()
+{
+    SetUnlessSet("QT_LOGGING_RULES", "*=false");
+#ifndef Q_OS_MACOS
+    if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
+        SetUnlessSet("QT_QPA_PLATFORM", "offscreen");
+#endif
+}
+
+/// The two logs, while others write them.
+class Collection
+{
+public:
+    Collection()
+    {
+        const QDir logs(QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("Logs")));
+        iFramework.setFile(logs.filePath(QStringLiteral("qtdiag.log")));
+        iDisplays.setFile(logs.filePath(QStringLiteral("graphics.log")));
+    }
+
+    // A report is made once: what is there is in the way of a new one.
+    void Start()
+    {
+        for (const QFileInfo& log : {iFramework, iDisplays})
+            QFile::remove(log.filePath());
+        if (HasTool())
+            PrepareEnvironment();
+        else
+            QFile(iFramework.filePath()).open(QIODevice::WriteOnly); // spares the shell the search for it
+        SystemConfig::ReportSystemDetails();
+    }
+
+    // Nothing tells when the collectors are done but that the logs do not grow any more.
+    bool IsComplete()
+    {
+        const qint64 size = Size();
+        if (size != iSize)
+            iQuiet.start();
+        iSize = size;
+        return SystemConfig::SystemDetailsExist() && iDisplays.size() > 0 && (!HasTool() || iFramework.size() > 0)
+            && iQuiet.hasExpired(kQuietMs);
+    }
+
+private:
+    qint64 Size()
+    {
+        iFramework.refresh();
+        iDisplays.refresh();
+        return iFramework.size() + iDisplays.size();
+    }
+
+    QFileInfo iFramework;
+    QFileInfo iDisplays;
+    qint64 iSize = -1;
+    QElapsedTimer iQuiet;
+};
+
+} // namespace
+
+Report MakeReport()
+{
+    Collection collection;
+    collection.Start();
+    Report report;
+    report.iIsMade = true;
+    report.iIsComplete = Wait::Until([&] { return collection.IsComplete(); }, QDeadlineTimer(kPatienceMs));
+    report.iDisplays = SystemConfig::GetQMacSystemProfilertData().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    report.iFramework = SystemConfig::GetQtDialogData().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    SystemConfig::RemoveShFiles();
+    return report;
+}
