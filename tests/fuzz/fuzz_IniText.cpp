@@ -1,0 +1,75 @@
+#include "Fuzz.h"
+
+#include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/SettingsIniFile.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+
+namespace {
+
+using Values = QMap<QPair<QString, QString>, QString>;
+
+void Write(const QString& path, const std::uint8_t* bytes, std::size_t size)
+{
+    QFile file(path);
+    FUZZ_CHECK(file.open(QIODevice::WriteOnly));
+    FUZZ_CHECK(file.write(reinterpret_cast<const char*>(bytes), qint64(size)) == qint64(size));
+}
+
+// Values by folded names. Where names differ only in case the last one counts, and is none for the other store.
+Values Read(const QString& path, const IniFile& store)
+{
+    Values values;
+    QSettings file(path, QSettings::IniFormat);
+    for (const QString& group : file.childGroups()) {
+        if (group.isEmpty())
+            continue;
+        file.beginGroup(group);
+        for (const QString& key : file.childKeys()) {
+            QString text = QStringLiteral("untouched");
+            if (!key.isEmpty())
+                FUZZ_CHECK(store.GetKeyValue(group, key, text));
+            values[{group.toCaseFolded(), key.toCaseFolded()}] = key.isEmpty() ? QString() : text;
+        }
+        file.endGroup();
+    }
+    return values;
+}
+
+void Check(const Values& values, const SettingsIniFile& store)
+{
+    for (auto value = values.cbegin(); value != values.cend(); ++value) {
+        QString text = QStringLiteral("untouched");
+        FUZZ_CHECK(store.GetKeyValue(value.key().first, value.key().second, text));
+        FUZZ_CHECK(text == value.value());
+    }
+}
+
+} // namespace
+
+// Both stores find in any file what the framework finds in it, and it survives being written to another one.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    // In memory where there is such a folder: the framework has each file written to the disk before it goes on.
+    static const QString memory = QStringLiteral("/dev/shm");
+    static const QTemporaryDir folder((QDir(memory).exists() ? memory : QDir::tempPath())
+                                      + QStringLiteral("/fuzz-XXXXXX"));
+    FUZZ_CHECK(folder.isValid());
+    const QString path = folder.filePath(QStringLiteral("any.ini"));
+    const QString copy = folder.filePath(QStringLiteral("copy.ini"));
+    Write(path, bytes, size);
+    QFile::remove(copy);
+    const Values values = Read(path, IniFile(path));
+    SettingsIniFile store;
+    FUZZ_CHECK(store.ReadFile(path));
+    Check(values, store);
+
+    FUZZ_CHECK(store.WriteFile(copy));
+    SettingsIniFile again;
+    FUZZ_CHECK(again.ReadFile(copy));
+    return 0;
+}

@@ -1,0 +1,46 @@
+#include "Fuzz.h"
+
+#include <NeroltOrvaneBase/UrlQueryManager.h>
+
+#include <QtCore/QUrl>
+#include <QtCore/QUrlQuery>
+
+#include <algorithm>
+
+namespace {
+
+// What the framework encodes or drops on the way is its own affair.
+bool IsPlain(const QString& key)
+{
+    return !key.isEmpty()
+        && std::all_of(key.cbegin(), key.cend(), [](QChar c) { return c.isLetterOrNumber() && c.unicode() < 128; });
+}
+
+int Count(const QUrl& url, const QString& key)
+{
+    return QUrlQuery(url.query()).allQueryItemValues(key).size();
+}
+
+} // namespace
+
+// No parameter is doubled, and nothing but the query changes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    FuzzedDataProvider data(bytes, size);
+    QUrl url(Fuzz::Text(data));
+    const QUrl original = url;
+    const QString key = Fuzz::Text(data);
+    const QString value = Fuzz::Text(data);
+    const bool isPlain = IsPlain(key);
+    const int before = Count(original, key);
+
+    UrlQueryManager::AddQueryParametersIfExists(url, {{key, value}});
+    FUZZ_CHECK(!isPlain || Count(url, key) == before);
+    UrlQueryManager::AddQueryParameters(url, {{key, value}});
+    FUZZ_CHECK(!isPlain || Count(url, key) == (value.isEmpty() ? qMax(0, before - 1) : qMax(1, before)));
+    UrlQueryManager::AddQueryParameter(url, key, value);
+    UrlQueryManager::AddQueryParameters(url, {{key, QString()}, {value, key}, {key, value}});
+    // An invalid one becomes what can be made of it.
+    FUZZ_CHECK(!original.isValid() || url.adjusted(QUrl::RemoveQuery) == original.adjusted(QUrl::RemoveQuery));
+    return 0;
+}

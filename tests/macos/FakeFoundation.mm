@@ -1,0 +1,323 @@
+#include "FakeFoundation.h"
+
+#import <Foundation/Foundation.h>
+
+#include <objc/runtime.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace {
+
+FakeFoundation::Answers gAnswers;
+QStringList gMessages;
+std::vector<NSObject*> gObjects; // the dead ones too, until the next start, so that late messages to them are seen
+std::vector<NSObject*>* gPool = nullptr;
+NSFileManager* gManager = nil;
+NSProcessInfo* gProcess = nil;
+
+// The library sees these as constants, so they are static; they get their class when that is loaded.
+struct Constant
+{
+    Class iClass;
+    long iOwners;
+    const void* iText;
+    const char* iName;
+};
+
+Constant gCreationDate = {Nil, 1, nullptr, "NSFileCreationDate"};
+Constant gModificationDate = {Nil, 1, nullptr, "NSFileModificationDate"};
+Constant gImmutable = {Nil, 1, nullptr, "NSFileImmutable"};
+
+bool IsA(id object, const char* className)
+{
+    return object_getClass(object) == objc_getClass(className);
+}
+
+template <typename Object>
+Object* Create(const char* className)
+{
+    Object* const object = class_createInstance(objc_getClass(className), 0);
+    [object retain];
+    gObjects.push_back(object);
+    return object;
+}
+
+NSDate* Date(const std::optional<double>& seconds)
+{
+    if (!seconds)
+        return nil;
+    NSDate* const date = Create<NSDate>("NSDate");
+    date->iSeconds = *seconds;
+    return [date autorelease];
+}
+
+NSString* String(const QString& text)
+{
+    NSString* const string = Create<NSString>("NSString");
+    string->iText = new QString(text);
+    return [string autorelease];
+}
+
+QString DateText(NSDate* date)
+{
+    return QStringLiteral("date %1").arg(std::llround(date->iSeconds * 1000));
+}
+
+QString StringText(NSString* string)
+{
+    if (string->iConstant)
+        return QString::fromLatin1(string->iConstant);
+    return QLatin1Char('"') + *static_cast<const QString*>(string->iText) + QLatin1Char('"');
+}
+
+QString Text(id object)
+{
+    if (!object)
+        return QStringLiteral("nil");
+    if ([object owners] < 1)
+        return QStringLiteral("a dead object");
+    if (IsA(object, "NSString"))
+        return StringText(object);
+    if (IsA(object, "NSDate"))
+        return DateText(object);
+    if (IsA(object, "NSNumber"))
+        return QStringLiteral("number %1").arg(static_cast<NSNumber*>(object)->iValue);
+    return QString::fromLatin1(object_getClassName(object));
+}
+
+QString ListText(const id* objects, NSUInteger count)
+{
+    QStringList texts;
+    for (NSUInteger i = 0; i < count; ++i)
+        texts.append(Text(objects[i]));
+    return texts.join(QLatin1String(", "));
+}
+
+QString ErrorText(NSError** error)
+{
+    return error ? QStringLiteral("&error") : QStringLiteral("nil");
+}
+
+// A '%' stands for the next argument.
+void Record(const char* pattern, QStringList arguments = {})
+{
+    QString message;
+    for (const QChar c : QString::fromLatin1(pattern))
+        message += c == QLatin1Char('%') ? arguments.takeFirst() : QString(c);
+    gMessages.append(message);
+}
+
+void Forget(NSObject* object)
+{
+    if (IsA(object, "NSString"))
+        delete static_cast<const QString*>(static_cast<NSString*>(object)->iText);
+    object_dispose(object);
+}
+
+} // namespace
+
+NSFileAttributeKey const NSFileCreationDate = reinterpret_cast<NSString*>(&gCreationDate);
+NSFileAttributeKey const NSFileModificationDate = reinterpret_cast<NSString*>(&gModificationDate);
+NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutable);
+
+@implementation NSObject
+
+- (id)retain
+{
+    ++iOwners;
+    return self;
+}
+
+- (void)release
+{
+    if (--iOwners < 0)
+        Record("% released once too often", {QString::fromLatin1(object_getClassName(self))});
+    if (iOwners == 0)
+        [self releaseContents];
+}
+
+- (void)releaseContents
+{
+}
+
+- (id)autorelease
+{
+    if (gPool)
+        gPool->push_back(self);
+    else
+        Record("% autoreleased without a pool", {QString::fromLatin1(object_getClassName(self))});
+    return self;
+}
+
+- (long)owners
+{
+    return iOwners;
+}
+
+@end
+
+@implementation NSString
+
++ (void)load
+{
+    for (Constant* const constant : {&gCreationDate, &gModificationDate, &gImmutable})
+        constant->iClass = objc_getClass("NSString");
+}
+
+@end
+
+@implementation NSDate
+@end
+
+@implementation NSNumber
+
++ (NSNumber*)numberWithBool:(BOOL)value
+{
+    Record("+[NSNumber numberWithBool:%]", {QString::number(value)});
+    NSNumber* const number = Create<NSNumber>("NSNumber");
+    number->iValue = value;
+    return [number autorelease];
+}
+
+@end
+
+// Holds one pair at most, or stands for the attributes of a file.
+@implementation NSDictionary
+
++ (instancetype)dictionaryWithObjects:(const id[])objects forKeys:(const id<NSCopying>[])keys count:(NSUInteger)count
+{
+    Record("+[NSDictionary dictionaryWithObjects:{%} forKeys:{%} count:%]",
+           {ListText(objects, count), ListText(keys, count), QString::number(count)});
+    NSDictionary* const dictionary = Create<NSDictionary>("NSDictionary");
+    dictionary->iKey = [keys[0] retain];
+    dictionary->iObject = [objects[0] retain];
+    return [dictionary autorelease];
+}
+
+- (void)releaseContents
+{
+    [iKey release];
+    [iObject release];
+}
+
+- (id)objectForKeyedSubscript:(id)key
+{
+    Record("-[% objectForKeyedSubscript:%]", {Text(self), Text(key)});
+    if (key == NSFileCreationDate)
+        return Date(gAnswers.iCreationDate);
+    return key == NSFileModificationDate ? Date(gAnswers.iModificationDate) : nil;
+}
+
+@end
+
+@implementation NSFileManager
+
++ (NSFileManager*)defaultManager
+{
+    Record("+[NSFileManager defaultManager]");
+    return gAnswers.iHasManager ? gManager : nil;
+}
+
+- (BOOL)fileExistsAtPath:(NSString*)path
+{
+    Record("-[NSFileManager fileExistsAtPath:%]", {Text(path)});
+    return gAnswers.iFileExists;
+}
+
+- (NSDictionary*)attributesOfItemAtPath:(NSString*)path error:(NSError**)error
+{
+    Record("-[NSFileManager attributesOfItemAtPath:% error:%]", {Text(path), ErrorText(error)});
+    return gAnswers.iHasAttributes ? [Create<NSDictionary>("NSDictionary") autorelease] : nil;
+}
+
+- (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error
+{
+    Record("-[NSFileManager setAttributes:{% = %} ofItemAtPath:% error:%]",
+           {Text(attributes->iKey), Text(attributes->iObject), Text(path), ErrorText(error)});
+    return gAnswers.iSetAttributes;
+}
+
+@end
+
+@implementation NSProcessInfo
+
++ (NSProcessInfo*)processInfo
+{
+    Record("+[NSProcessInfo processInfo]");
+    return gAnswers.iHasProcessInfo ? gProcess : nil;
+}
+
+- (NSOperatingSystemVersion)operatingSystemVersion
+{
+    Record("-[NSProcessInfo operatingSystemVersion]");
+    return {gAnswers.iMajor, gAnswers.iMinor, gAnswers.iPatch};
+}
+
+@end
+
+NSString* QString::toNSString() const
+{
+    return String(*this);
+}
+
+NSDate* QDateTime::toNSDate() const
+{
+    return Date(double(toMSecsSinceEpoch()) / 1000);
+}
+
+QDateTime QDateTime::fromNSDate(const NSDate* date)
+{
+    if (!date)
+        return QDateTime();
+    if ([const_cast<NSDate*>(date) owners] < 1)
+        Record("QDateTime::fromNSDate(a dead object)");
+    return fromMSecsSinceEpoch(std::llround(date->iSeconds * 1000));
+}
+
+QMacAutoReleasePool::QMacAutoReleasePool()
+    : iOuter(std::exchange(gPool, new std::vector<NSObject*>))
+{
+}
+
+QMacAutoReleasePool::~QMacAutoReleasePool()
+{
+    for (NSObject* const object : *gPool)
+        [object release];
+    delete std::exchange(gPool, static_cast<std::vector<NSObject*>*>(iOuter));
+}
+
+void FakeFoundation::Start(const Answers& answers)
+{
+    std::for_each(gObjects.begin(), gObjects.end(), Forget);
+    gObjects.clear();
+    gMessages.clear();
+    gAnswers = answers;
+    if (!gManager) {
+        gManager = [class_createInstance(objc_getClass("NSFileManager"), 0) retain];
+        gProcess = [class_createInstance(objc_getClass("NSProcessInfo"), 0) retain];
+    }
+}
+
+QStringList FakeFoundation::Messages()
+{
+    return gMessages;
+}
+
+int FakeFoundation::CreatedObjects()
+{
+    return int(gObjects.size());
+}
+
+int FakeFoundation::LiveObjects()
+{
+    return int(std::count_if(gObjects.begin(), gObjects.end(), [](NSObject* object) { return [object owners] > 0; }));
+}
+
+bool FakeFoundation::AreSystemObjectsKept()
+{
+    return [gManager owners] == 1 && [gProcess owners] == 1 && [NSFileCreationDate owners] == 1 &&
+        [NSFileModificationDate owners] == 1 && [NSFileImmutable owners] == 1;
+}

@@ -1,0 +1,451 @@
+#include "FakeFoundation.h"
+
+#include <NeroltOrvaneBase/FileInfoMac.h>
+
+#include <QtCore/QDateTime>
+#include <QtTest/QTest>
+
+#include <climits>
+#include <cmath>
+#include <optional>
+
+// The runtime keeps its tables to the end; the objects are counted by the fake.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libobjc.so";
+}
+
+Q_DECLARE_METATYPE(FakeFoundation::Answers)
+Q_DECLARE_METATYPE(FileTimeType)
+Q_DECLARE_METATYPE(std::optional<qint64>)
+
+namespace {
+
+using FakeFoundation::Answers;
+
+constexpr double kCreated = 1500000000.125;
+constexpr double kModified = 1700000000.875;
+constexpr qint64 kCreatedMs = 1500000000125;
+constexpr qint64 kModifiedMs = 1700000000875;
+
+const QString kManager = QStringLiteral("+[NSFileManager defaultManager]");
+
+QString Quoted(const QString& path)
+{
+    return QLatin1Char('"') + path + QLatin1Char('"');
+}
+
+QString Exists(const QString& path)
+{
+    return QLatin1String("-[NSFileManager fileExistsAtPath:") + Quoted(path) + QLatin1Char(']');
+}
+
+QString Attributes(const QString& path)
+{
+    return QLatin1String("-[NSFileManager attributesOfItemAtPath:") + Quoted(path) + QLatin1String(" error:nil]");
+}
+
+QString Attribute(const char* name)
+{
+    return QLatin1String("-[NSDictionary objectForKeyedSubscript:") + QLatin1String(name) + QLatin1Char(']');
+}
+
+QString Pair(const QString& name, const QString& value)
+{
+    return QLatin1String("+[NSDictionary dictionaryWithObjects:{") + value + QLatin1String("} forKeys:{") + name
+        + QLatin1String("} count:1]");
+}
+
+QString Set(const QString& name, const QString& value, const QString& path)
+{
+    return QLatin1String("-[NSFileManager setAttributes:{") + name + QLatin1String(" = ") + value
+        + QLatin1String("} ofItemAtPath:") + Quoted(path) + QLatin1String(" error:nil]");
+}
+
+QString Date(qint64 msecs)
+{
+    return QStringLiteral("date %1").arg(msecs);
+}
+
+QString Number(bool value)
+{
+    return QStringLiteral("number %1").arg(int(value));
+}
+
+QStringList SetMessages(const char* name, const QString& value, const QString& path)
+{
+    const QString attribute = QLatin1String(name);
+    return {Pair(attribute, value), kManager, Set(attribute, value, path)};
+}
+
+QStringList LockMessages(const QString& path, bool readOnly)
+{
+    return QStringList{kManager, Exists(path), QStringLiteral("+[NSNumber numberWithBool:%1]").arg(int(readOnly))}
+    + SetMessages("NSFileImmutable", Number(readOnly), path);
+}
+
+// Both dates are there, and all goes well.
+Answers Willing()
+{
+    Answers answers;
+    answers.iCreationDate = kCreated;
+    answers.iModificationDate = kModified;
+    return answers;
+}
+
+void AddPaths()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("plain") << QStringLiteral("/Users/user/Library/Logs/host.log");
+    QTest::newRow("blanks and quotes") << QStringLiteral("/a b/\"c\" 'd'");
+    QTest::newRow("percent") << QStringLiteral("/%1/%@/%");
+    QTest::newRow("umlauts, composed") << QString::fromUtf8("/\xC3\xA4\xC3\xB6\xC3\xBC");
+    QTest::newRow("umlaut, decomposed") << QString::fromUtf8("/a\xCC\x88");
+    QTest::newRow("beyond the basic plane") << QString::fromUtf8("/\xF0\x9F\x98\x80");
+    QTest::newRow("Hebrew, from the right") << QString::fromUtf8("/\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D");
+    QTest::newRow("half a character") << QString(QLatin1Char('/')) + QChar(0xD83D);
+    QTest::newRow("NUL within") << QStringLiteral("/a") + QChar(0) + QLatin1Char('b');
+    QTest::newRow("NUL alone") << QString(QChar(0));
+    QTest::newRow("a folder, with its slash") << QStringLiteral("/tmp/");
+    QTest::newRow("relative") << QStringLiteral("file");
+    QTest::newRow("long") << QString(5000, QLatin1Char('x'));
+}
+
+void AddStrangeTypes()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("3") << 3;
+    QTest::newRow("7") << 7;
+    QTest::newRow("-1") << -1;
+    QTest::newRow("256") << 256;
+    QTest::newRow("least") << INT_MIN;
+    QTest::newRow("greatest") << INT_MAX;
+}
+
+void AddInstants()
+{
+    QTest::addColumn<qint64>("msecs");
+    QTest::newRow("1970") << qint64(0);
+    QTest::newRow("a millisecond after 1970") << qint64(1);
+    QTest::newRow("a millisecond before 1970") << qint64(-1);
+    QTest::newRow("a second and one before 1970") << qint64(-1001);
+    QTest::newRow("1960") << qint64(-315619200001);
+    QTest::newRow("1904") << qint64(-2082844800000);
+    QTest::newRow("1601") << qint64(-11644473599999);
+    QTest::newRow("2001, where Foundation counts from") << qint64(978307200000);
+    QTest::newRow("some milliseconds") << qint64(1700000000123);
+    QTest::newRow("the last millisecond of a second") << qint64(1700000000999);
+    QTest::newRow("2038") << qint64(2147483648001);
+    QTest::newRow("9999") << qint64(253402300799999);
+}
+
+} // namespace
+
+class tst_FileInfoMacMessages : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { FakeFoundation::Start(Willing()); }
+    void cleanup()
+    {
+        QCOMPARE(FakeFoundation::LiveObjects(), 0);
+        QVERIFY(FakeFoundation::AreSystemObjectsKept());
+    }
+
+    void nothingIsAskedBeforehand()
+    {
+        const FileInfoMac info(QStringLiteral("/a"));
+        QCOMPARE(FakeFoundation::Messages(), QStringList());
+        QCOMPARE(FakeFoundation::CreatedObjects(), 0);
+    }
+
+    void emptyPath_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("null") << QString();
+        QTest::newRow("empty") << QStringLiteral("");
+    }
+    void emptyPath()
+    {
+        QFETCH(QString, path);
+        FileInfoMac info(path);
+        QVERIFY(!info.GetTime(FileTimeCreation).isValid());
+        QVERIFY(!info.GetMSecs(FileTimeModification));
+        QVERIFY(!info.SetTime(QDateTime::currentDateTime(), FileTimeWrite));
+        QVERIFY(!info.SetReadOnlyFlag(true));
+        QVERIFY(!info.SetReadOnlyFlag(false));
+        QCOMPARE(FakeFoundation::Messages(), QStringList());
+        QCOMPARE(FakeFoundation::CreatedObjects(), 0);
+    }
+
+    void getTime_data() { AddPaths(); }
+    void getTime()
+    {
+        QFETCH(QString, path);
+        QCOMPARE(FileInfoMac(path).GetTime(FileTimeCreation).toMSecsSinceEpoch(), kCreatedMs);
+        const QStringList expected{kManager, Exists(path), Attributes(path), Attribute("NSFileCreationDate")};
+        QCOMPARE(FakeFoundation::Messages(), expected);
+    }
+
+    void getTimeByType_data()
+    {
+        QTest::addColumn<FileTimeType>("type");
+        QTest::addColumn<QString>("attribute");
+        QTest::addColumn<qint64>("msecs");
+        QTest::newRow("creation") << FileTimeCreation << Attribute("NSFileCreationDate") << kCreatedMs;
+        QTest::newRow("modification") << FileTimeModification << Attribute("NSFileModificationDate") << kModifiedMs;
+        QTest::newRow("write") << FileTimeWrite << Attribute("NSFileModificationDate") << kModifiedMs;
+    }
+    void getTimeByType()
+    {
+        QFETCH(FileTimeType, type);
+        QFETCH(QString, attribute);
+        QFETCH(qint64, msecs);
+        const QString path = QStringLiteral("/a");
+        QCOMPARE(FileInfoMac(path).GetTime(type), QDateTime::fromMSecsSinceEpoch(msecs));
+        const QStringList expected{kManager, Exists(path), Attributes(path), attribute};
+        QCOMPARE(FakeFoundation::Messages(), expected);
+    }
+
+    void getTimeOfStrangeType_data() { AddStrangeTypes(); }
+    void getTimeOfStrangeType()
+    {
+        QFETCH(int, type);
+        const QString path = QStringLiteral("/a");
+        QVERIFY(!FileInfoMac(path).GetTime(FileTimeType(type)).isValid());
+        const QStringList expected{kManager, Exists(path)};
+        QCOMPARE(FakeFoundation::Messages(), expected);
+    }
+
+    void getInstant_data() { AddInstants(); }
+    void getInstant()
+    {
+        QFETCH(qint64, msecs);
+        Answers answers;
+        answers.iCreationDate = double(msecs) / 1000;
+        FakeFoundation::Start(answers);
+        const QDateTime time = FileInfoMac(QStringLiteral("/a")).GetTime(FileTimeCreation);
+        QVERIFY(time.isValid());
+        QCOMPARE(time.toMSecsSinceEpoch(), msecs);
+        QCOMPARE(FileInfoMac(QStringLiteral("/a")).GetMSecs(FileTimeCreation), std::optional<qint64>(msecs));
+    }
+
+    void getTimeFails_data()
+    {
+        QTest::addColumn<Answers>("answers");
+        QTest::addColumn<QStringList>("messages");
+        const QString path = QStringLiteral("/a");
+        Answers answers = Willing();
+        answers.iHasManager = false;
+        QTest::newRow("no file manager") << answers << QStringList{kManager};
+        answers = Willing();
+        answers.iFileExists = 0;
+        QTest::newRow("no file") << answers << QStringList{kManager, Exists(path)};
+        answers = Willing();
+        answers.iHasAttributes = false;
+        QTest::newRow("no attributes") << answers << QStringList{kManager, Exists(path), Attributes(path)};
+        answers = Willing();
+        answers.iModificationDate.reset();
+        QTest::newRow("no date among the attributes")
+            << answers << QStringList{kManager, Exists(path), Attributes(path), Attribute("NSFileModificationDate")};
+    }
+    void getTimeFails()
+    {
+        QFETCH(Answers, answers);
+        QFETCH(QStringList, messages);
+        FakeFoundation::Start(answers);
+        FileInfoMac info(QStringLiteral("/a"));
+        QCOMPARE(info.GetTime(FileTimeModification), QDateTime());
+        QCOMPARE(FakeFoundation::Messages(), messages);
+        QVERIFY(!info.GetMSecs(FileTimeModification));
+        QCOMPARE(FakeFoundation::Messages(), messages + messages);
+    }
+
+    void setTime_data() { AddPaths(); }
+    void setTime()
+    {
+        QFETCH(QString, path);
+        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(kCreatedMs), FileTimeModification));
+        QCOMPARE(FakeFoundation::Messages(), SetMessages("NSFileModificationDate", Date(kCreatedMs), path));
+    }
+
+    void setTimeByType_data()
+    {
+        QTest::addColumn<FileTimeType>("type");
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("creation") << FileTimeCreation << QByteArray("NSFileCreationDate");
+        QTest::newRow("modification") << FileTimeModification << QByteArray("NSFileModificationDate");
+        QTest::newRow("write") << FileTimeWrite << QByteArray("NSFileModificationDate");
+    }
+    void setTimeByType()
+    {
+        QFETCH(FileTimeType, type);
+        QFETCH(QByteArray, name);
+        const QString path = QStringLiteral("/a");
+        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(kModifiedMs), type));
+        QCOMPARE(FakeFoundation::Messages(), SetMessages(name, Date(kModifiedMs), path));
+    }
+
+    void setTimeOfStrangeType_data() { AddStrangeTypes(); }
+    void setTimeOfStrangeType()
+    {
+        QFETCH(int, type);
+        QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetTime(QDateTime::currentDateTime(), FileTimeType(type)));
+        QCOMPARE(FakeFoundation::Messages(), QStringList());
+    }
+
+    void setInstant_data() { AddInstants(); }
+    void setInstant()
+    {
+        QFETCH(qint64, msecs);
+        const QString path = QStringLiteral("/a");
+        const QDateTime time = QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
+        QVERIFY(FileInfoMac(path).SetTime(time, FileTimeCreation));
+        QVERIFY(FileInfoMac(path).SetTime(time.toOffsetFromUtc(-12600), FileTimeCreation));
+        const QStringList once = SetMessages("NSFileCreationDate", Date(msecs), path);
+        QCOMPARE(FakeFoundation::Messages(), once + once);
+    }
+
+    void setInvalidTime()
+    {
+        QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetTime(QDateTime(), FileTimeModification));
+        QCOMPARE(FakeFoundation::Messages(), QStringList());
+    }
+
+    // Whether the file exists is for the system to say.
+    void setTimeOfMissingFile()
+    {
+        Answers answers;
+        answers.iFileExists = 0;
+        FakeFoundation::Start(answers);
+        const QString path = QStringLiteral("/a");
+        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(0), FileTimeCreation));
+        QCOMPARE(FakeFoundation::Messages(), SetMessages("NSFileCreationDate", Date(0), path));
+    }
+
+    void setTimeFails_data()
+    {
+        QTest::addColumn<FileTimeType>("type");
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("creation") << FileTimeCreation << QByteArray("NSFileCreationDate");
+        QTest::newRow("write") << FileTimeWrite << QByteArray("NSFileModificationDate");
+    }
+    void setTimeFails()
+    {
+        QFETCH(FileTimeType, type);
+        QFETCH(QByteArray, name);
+        Answers answers;
+        answers.iSetAttributes = 0;
+        FakeFoundation::Start(answers);
+        const QString path = QStringLiteral("/a");
+        QVERIFY(!FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(0), type));
+        QCOMPARE(FakeFoundation::Messages(), SetMessages(name, Date(0), path));
+    }
+
+    void lock_data() { AddPaths(); }
+    void lock()
+    {
+        QFETCH(QString, path);
+        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(true));
+        QCOMPARE(FakeFoundation::Messages(), LockMessages(path, true));
+    }
+
+    void unlock_data() { AddPaths(); }
+    void unlock()
+    {
+        QFETCH(QString, path);
+        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(false));
+        QCOMPARE(FakeFoundation::Messages(), LockMessages(path, false));
+    }
+
+    void lockFails_data()
+    {
+        QTest::addColumn<Answers>("answers");
+        QTest::addColumn<bool>("readOnly");
+        QTest::addColumn<QStringList>("messages");
+        const QString path = QStringLiteral("/a");
+        for (const bool readOnly : {true, false}) {
+            const char* const word = readOnly ? "locking" : "unlocking";
+            Answers answers;
+            answers.iFileExists = 0;
+            QTest::addRow("%s, no file", word) << answers << readOnly << QStringList{kManager, Exists(path)};
+            answers = Answers();
+            answers.iSetAttributes = 0;
+            QTest::addRow("%s, refused", word) << answers << readOnly << LockMessages(path, readOnly);
+            answers = Answers();
+            answers.iHasManager = false;
+            QTest::addRow("%s, no file manager", word) << answers << readOnly << QStringList{kManager};
+        }
+    }
+    void lockFails()
+    {
+        QFETCH(Answers, answers);
+        QFETCH(bool, readOnly);
+        QFETCH(QStringList, messages);
+        FakeFoundation::Start(answers);
+        QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetReadOnlyFlag(readOnly));
+        QCOMPARE(FakeFoundation::Messages(), messages);
+    }
+
+    // Any answer but NO is a yes.
+    void otherYes()
+    {
+        Answers answers = Willing();
+        answers.iFileExists = 2;
+        answers.iSetAttributes = 0x80;
+        FakeFoundation::Start(answers);
+        FileInfoMac info(QStringLiteral("/a"));
+        QVERIFY(info.GetTime(FileTimeCreation).isValid());
+        QCOMPARE(int(info.SetReadOnlyFlag(true)), 1);
+        QCOMPARE(int(info.SetTime(QDateTime::fromMSecsSinceEpoch(0), FileTimeWrite)), 1);
+    }
+
+    void version_data()
+    {
+        QTest::addColumn<int>("major");
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<int>("patch");
+        QTest::newRow("10.15.7") << 10 << 15 << 7;
+        QTest::newRow("11.0") << 11 << 0 << 0;
+        QTest::newRow("14.2.1") << 14 << 2 << 1;
+        QTest::newRow("10.10") << 10 << 10 << 0;
+        QTest::newRow("greatest") << INT_MAX << INT_MAX << INT_MAX;
+        QTest::newRow("zero") << 0 << 0 << 3;
+    }
+    void version()
+    {
+        QFETCH(int, major);
+        QFETCH(int, minor);
+        QFETCH(int, patch);
+        Answers answers;
+        answers.iMajor = major;
+        answers.iMinor = minor;
+        answers.iPatch = patch;
+        FakeFoundation::Start(answers);
+        const OSVersion version = FileInfoMac::GetOSVersion();
+        QCOMPARE(version.iMajor, major);
+        QCOMPARE(version.iMinor, minor);
+        const QStringList expected{QStringLiteral("+[NSProcessInfo processInfo]"),
+                                   QStringLiteral("-[NSProcessInfo operatingSystemVersion]")};
+        QCOMPARE(FakeFoundation::Messages(), expected);
+    }
+
+    void versionWithoutProcessInfo()
+    {
+        Answers answers;
+        answers.iHasProcessInfo = false;
+        answers.iMajor = 14;
+        answers.iMinor = 2;
+        FakeFoundation::Start(answers);
+        const OSVersion version = FileInfoMac::GetOSVersion();
+        QCOMPARE(version.iMajor, 0);
+        QCOMPARE(version.iMinor, 0);
+        QCOMPARE(FakeFoundation::Messages(), QStringList{QStringLiteral("+[NSProcessInfo processInfo]")});
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_FileInfoMacMessages)
+
+#include "tst_FileInfoMacMessages.moc"
