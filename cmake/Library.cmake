@@ -73,9 +73,8 @@ if(APPLE)
     util/FileInfoMac_mac.mm)
   target_link_libraries(NeroltOrvaneBase PRIVATE
     "-framework CoreFoundation" "-framework CoreServices" "-framework Foundation")
-  # The File Manager and the framework's table of old versions are called old by their makers; both do what is wanted.
-  set_source_files_properties(system/Host_mac.cpp util/DiskSpace_mac.cpp
-    PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
+  # Its makers call the File Manager old; it does what is wanted.
+  set_source_files_properties(util/DiskSpace_mac.cpp PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
 else()
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_linux.cpp
@@ -103,6 +102,7 @@ target_link_libraries(NeroltOrvaneBase PUBLIC Qt5::Core)
 set_target_properties(NeroltOrvaneBase PROPERTIES
   CXX_EXTENSIONS OFF
   CXX_VISIBILITY_PRESET hidden
+  OBJCXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR})

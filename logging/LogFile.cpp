@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -50,10 +49,11 @@ public:
         }
     }
 
+    // Half the price of fstat. A pipe has no size.
     qint64 Size() const
     {
-        struct stat status = {};
-        return ::fstat(iDescriptor, &status) == 0 ? qint64(status.st_size) : 0;
+        const off_t end = ::lseek(iDescriptor, 0, SEEK_END);
+        return end < 0 ? 0 : qint64(end);
     }
 
 private:

@@ -1,0 +1,18 @@
+# For CMake: a Mac with the stand-in for its SDK. The caller says where that lies, by CMAKE_OSX_SYSROOT.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_VERSION 20.0.0) # of macOS 11, the first for both architectures
+set(CMAKE_OSX_DEPLOYMENT_TARGET 11.0 CACHE STRING "")
+
+find_program(clang clang++ REQUIRED)
+set(CMAKE_CXX_COMPILER ${clang})
+set(CMAKE_CXX_COMPILER_TARGET arm64-apple-macos)
+set(CMAKE_OBJCXX_COMPILER ${clang})
+set(CMAKE_OBJCXX_COMPILER_TARGET arm64-apple-macos)
+set(CMAKE_CXX_FLAGS_INIT -stdlib=libc++)
+set(CMAKE_OBJCXX_FLAGS_INIT -stdlib=libc++)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -fuse-ld=lld)
+set(CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld)
+
+get_filename_component(analyse ${CMAKE_CURRENT_LIST_DIR}/analyse ABSOLUTE)
+set(CMAKE_CXX_COMPILER_LAUNCHER ${analyse} CACHE STRING "")
+set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${analyse} CACHE STRING "")

@@ -1,0 +1,110 @@
+// The thread sanitizer does not see how the framework orders threads, for the framework is not built with it. These
+// definitions stand before the framework's own and say it: what one thread does before it unlocks a mutex, emits or
+// posts comes before what another does after it has locked, received or waited. Events count as one order for all
+// objects, so that a race which an event hides by chance goes unseen.
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QMutex>
+#include <QtCore/QThread>
+
+#include <dlfcn.h>
+
+extern "C" {
+void __tsan_acquire(void* address);
+void __tsan_release(void* address);
+}
+
+namespace {
+
+char gEvents;
+
+template <typename Function>
+Function Original(const char* symbol)
+{
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, symbol));
+}
+
+} // namespace
+
+void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto original = Original<void (*)(QMutex*)>("_ZN6QMutex4lockEv");
+    original(this);
+    __tsan_acquire(this);
+}
+
+bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto original = Original<bool (*)(QMutex*, int)>("_ZN6QMutex7tryLockEi");
+    const bool locked = original(this, timeout);
+    if (locked)
+        __tsan_acquire(this);
+    return locked;
+}
+
+void QMutex::unlock() noexcept
+{
+    static const auto original = Original<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
+    __tsan_release(this);
+    original(this);
+}
+
+void QMetaObject::activate(QObject* sender, const QMetaObject* type, int signal, void** arguments)
+{
+    static const auto original
+        = Original<void (*)(QObject*, const QMetaObject*, int, void**)>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+    __tsan_release(&gEvents);
+    original(sender, type, signal, arguments);
+    __tsan_acquire(&gEvents);
+}
+
+bool QMetaObject::invokeMethodImpl(QObject* object, QtPrivate::QSlotObjectBase* slot, Qt::ConnectionType type,
+                                   void* result)
+{
+    static const auto original = Original<bool (*)(QObject*, QtPrivate::QSlotObjectBase*, Qt::ConnectionType, void*)>(
+        "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    __tsan_release(&gEvents);
+    const bool invoked = original(object, slot, type, result);
+    __tsan_acquire(&gEvents);
+    return invoked;
+}
+
+void QObject::deleteLater()
+{
+    static const auto original = Original<void (*)(QObject*)>("_ZN7QObject11deleteLaterEv");
+    __tsan_release(&gEvents);
+    original(this);
+}
+
+bool QObject::event(QEvent* event)
+{
+    static const auto original = Original<bool (*)(QObject*, QEvent*)>("_ZN7QObject5eventEP6QEvent");
+    __tsan_acquire(&gEvents);
+    const bool done = original(this, event);
+    __tsan_release(&gEvents);
+    return done;
+}
+
+void QThread::start(Priority priority)
+{
+    static const auto original = Original<void (*)(QThread*, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    connect(
+        this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+    original(this, priority);
+}
+
+bool QThread::isFinished() const
+{
+    static const auto original = Original<bool (*)(const QThread*)>("_ZNK7QThread10isFinishedEv");
+    const bool ended = original(this);
+    __tsan_acquire(const_cast<QThread*>(this));
+    return ended;
+}
+
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto original = Original<bool (*)(QThread*, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = original(this, deadline);
+    __tsan_acquire(this);
+    return ended;
+}
