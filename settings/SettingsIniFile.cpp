@@ -27,8 +27,8 @@ QVector<Group> GroupsOf(const QStringList& keys)
     QVector<Group> groups;
     for (int i = 0; i < keys.size(); ++i) {
         const int length = keys.at(i).indexOf(kSeparator);
-        if (length <= 0)
-            continue; // at the top level, or in a group without a name, which is that to the framework
+        if (length < 0)
+            continue; // at the top level
         const QStringRef name = keys.at(i).leftRef(length);
         if (groups.isEmpty() || groups.last().iName != name)
             groups.append({name.toString(), i, i});
@@ -44,10 +44,11 @@ QVariant ValueOf(const QSettings& file, const QString& key)
     return key.endsWith(kSeparator) ? QVariant() : file.value(key);
 }
 
-// To the framework, removing a key without a name is removing the whole section.
+// To the framework, removing a key without a name, and separators are none, is removing the whole section.
 void RemoveOne(QSettings& file, const QString& key)
 {
-    if (!key.isEmpty())
+    const bool hasName = std::any_of(key.cbegin(), key.cend(), [](QChar c) { return c != kSeparator; });
+    if (hasName)
         file.remove(key);
 }
 
@@ -112,6 +113,8 @@ bool SettingsIniFile::ReadFile(const QString& path)
     for (const Group& group : GroupsOf(keys)) {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
+        if (group.iName.isEmpty())
+            continue; // the top level once more, to the framework
         for (int i = group.iFirst; i < group.iEnd; ++i) {
             const QString& key = keys.at(i);
             const int start = group.iName.size() + 1;

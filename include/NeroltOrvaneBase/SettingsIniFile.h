@@ -29,7 +29,8 @@ public:
     bool ReadFile(const QString& path);
 
     /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
-    /// removed and even if it was set again. Other keys of the file stay; comments do not. False when the file cannot
+    /// removed and even if it was set again, together with what is nested below it ("x/y" below "x"). Other keys of the
+    /// file stay; comments do not. False when the file cannot
     /// be written; errors in the midst of writing go unnoticed. Blocks for the disk. Logs at debug level.
     bool WriteFile(const QString& path) const;
 

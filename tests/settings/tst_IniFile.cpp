@@ -27,6 +27,7 @@ const QString kKey = QStringLiteral("k");
 
 static_assert(std::is_base_of_v<IIniFileBase, IniFile>);
 static_assert(!std::is_convertible_v<QString, IniFile>);
+static_assert(sizeof(IniFile) == sizeof(IIniFileBase) + sizeof(QSettings*), "the open file and nothing else");
 
 using IniFiles::Get;
 

@@ -58,10 +58,11 @@ const Scenario obey("obey", [](const QStringList& arguments) {
     return 0;
 });
 
-// A text that shows which it is and whether it is whole.
+// A text that shows which it is and whether it is whole. No two have the same size: the framework may take two states
+// of one size and one millisecond for the same.
 QString State(int number)
 {
-    return QStringLiteral("%1-").arg(number).repeated(500);
+    return QStringLiteral("%1-").arg(number).repeated(500 + number);
 }
 
 // The number of the state that the file is in, -1 for a file that is none.

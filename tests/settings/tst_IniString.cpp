@@ -282,6 +282,30 @@ private Q_SLOTS:
         }
     }
 
+    // Wherever the texts differ, for the first, second and third time, and however long they are.
+    void everyPlaceInEveryLength()
+    {
+        const QString letters = QStringLiteral("abcdefghijklmnopqrs");
+        const QChar differences[] = {QLatin1Char('A'), QLatin1Char('_'), QLatin1Char('~'), QChar(0xe4), QChar(0x212a)};
+        for (int size = 0; size <= letters.size(); ++size) {
+            const QString text = letters.left(size);
+            for (int place = 0; place < size; ++place) {
+                for (const QChar& difference : differences) {
+                    QString other = text;
+                    other[place] = difference;
+                    other[size / 2] = other.at(size / 2).toUpper();
+                    other[size - 1] = other.at(size - 1).toUpper();
+                    const int expected = Sign(text.compare(other, Qt::CaseInsensitive));
+                    QCOMPARE(OrderOf(text, other), expected);
+                    QCOMPARE(Equality(text, other), Expected(expected));
+                    QCOMPARE(OrderOf(text, other + QLatin1Char('x')), expected == 0 ? -1 : expected);
+                }
+            }
+            QCOMPARE(OrderOf(text.toUpper(), text), 0);
+            QCOMPARE(OrderOf(text.toUpper(), letters), size < letters.size() ? -1 : 0);
+        }
+    }
+
     void strictWeakOrder()
     {
         const QStringList strings = TroublesomeStrings();

@@ -130,6 +130,7 @@ void AddBadFiles()
 {
     AddRow("malformed source", "[A\nno sense\nx=1\n", "[A]\ny=9\n", "", "[A]\nx=1\ny=9\n", {Gap("1", "x")});
     AddRow("source of bytes", QByteArray("\x01\xff\x02\x00\x03", 5), "[A]\nx=9\n", "A", "[A]\nx=9\n", {});
+    AddRow("source of one byte", "\n", "[A]\nx=9\n", "A", "[A]\nx=9\n", {});
     AddRow("section without a name", "x=1\n[]\ny=2\n", "[A]\nx=9\n", "", "[A]\nx=9\n", {});
     AddRow("section without a name over the top level", "x=1\n[]\ny=2\n", "[General]\nx=9\n", "", "[General]\nx=9\n",
            {});
@@ -444,6 +445,31 @@ private Q_SLOTS:
         QCOMPARE(Read(target), kNoFile);
         step(ini);
         QCOMPARE(Read(target), after);
+    }
+
+    // The new object finds in the file what the old one still had in hand, even by another name of the file.
+    void theOldFileIsWrittenBeforeTheNewIsOpened_data()
+    {
+        QTest::addColumn<bool>("isAssigned");
+        QTest::newRow("another path") << false;
+        QTest::newRow("assignment") << true;
+    }
+    void theOldFileIsWrittenBeforeTheNewIsOpened()
+    {
+        QFETCH(bool, isAssigned);
+        const QString target = NewFile("[A]\ny=2\n");
+        const QString link = NewPath();
+        QVERIFY(QFile::link(target, link));
+        IniFile ini(target);
+        const IniFile other(link);
+        QVERIFY(ini.Merge(NewFile("[A]\nx=1\n"), kNoSection));
+        if (isAssigned)
+            ini = other;
+        else
+            ini.SetFilePath(link);
+        QCOMPARE(ini.GetFileName(), link);
+        QVERIFY(!ini.Merge(NewFile("[A]\nx=5\n"), kNoSection));
+        QCOMPARE(Get(ini, "A", "x"), QStringLiteral("1"));
     }
 
     void anObjectOnTheSameFileSeesItAtOnce()

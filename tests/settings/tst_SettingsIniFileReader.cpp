@@ -1,8 +1,10 @@
+#include "settings/CapturedLog.h"
 #include "settings/StoreContents.h"
 #include "support/LogText.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
+#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
 
 #include <QtCore/QDir>
@@ -151,6 +153,8 @@ void AddMalformed()
     AddFile("line without an equals sign", "[A]\nk=v\nnothing\nj=w\n",
             {Line("A", "j", Text("w")), Line("A", "k", Text("v"))});
     AddFile("line without a key", "[A]\n=v\nk=v\n", {Line("A", "", QVariant()), Line("A", "k", Text("v"))});
+    AddFile("line without a key in a section called like a key", "A=top\n[A]\n=v\nk=w\n",
+            {Line("A", "", QVariant()), Line("A", "k", Text("w"))});
     AddFile("quote not closed", "[A]\nk=\"open\nj=w\n", {Line("A", "k", Text("open\nj=w\n"))});
     AddFile("bracket in front", "]x\n[A]\nk=v\n", {Line("A", "k", Text("v"))});
     AddFile("all bytes", AllBytes(), {});
@@ -206,6 +210,16 @@ public:
     }
 
     QStringList iHeard;
+};
+
+// Says in the log what is stored through the interface.
+class Reporter : public SettingsIniFile
+{
+public:
+    void SetKeyValue(const QString& group, const QString& key, const QVariant&) override
+    {
+        Logger::LogInformation("Reporter", group + QLatin1Char('/') + key);
+    }
 };
 
 } // namespace
@@ -289,6 +303,33 @@ private Q_SLOTS:
         QCOMPARE(ini.iHeard,
                  (QStringList{Line("A", "k", QStringList{"1", "2"}), Line("NET", "proxy", Text("b")),
                               Line("Net", "Port", Text("1")), Line("Net", "Proxy", Text("a"))}));
+    }
+
+    void groupIsLoggedBeforeItsKeys()
+    {
+        const QString path = NewFile("[Net-2]\nk=1\n[Net]\nProxy=a\nPort=1\n[A]\nk=1\n[N]\nx\\y=1\n");
+        Reporter ini;
+        CapturedLog log(CapturedLog::kAll);
+        QVERIFY(ini.ReadFile(path));
+        const QByteArray group = "|25|Trace|SettingsIniFile::ReadFile|The group is ";
+        const QByteArray key = "|10|Information|Reporter|";
+        // By their names, not by the whole text of their keys, in which a hyphen comes before the separator.
+        QCOMPARE(log.Bodies(),
+                 (QList<QByteArray>{"|20|Debug|SettingsIniFile::ReadFile|The file is " + path.toUtf8(), group + "A",
+                                    key + "A/k", group + "N", group + "Net", key + "Net/Port", key + "Net/Proxy",
+                                    group + "Net-2", key + "Net-2/k"}));
+    }
+
+    // It is listed, but it is the top level, which is not read.
+    void groupWithoutAName()
+    {
+        const QString path = NewFile("top=1\n[]\nk=1\n[A]\nk=1\n");
+        SettingsIniFile ini;
+        CapturedLog log(LoggerDefs::Trace);
+        QVERIFY(ini.ReadFile(path));
+        const QByteArray group = "|25|Trace|SettingsIniFile::ReadFile|The group is ";
+        QCOMPARE(log.Bodies(), (QList<QByteArray>{group, group + "A"}));
+        QCOMPARE(Sections(ini), QStringList(Line("A", "k", Text("1"))));
     }
 
     void secondFileMerges()

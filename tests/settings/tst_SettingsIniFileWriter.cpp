@@ -123,6 +123,9 @@ void AddNames()
     AddWrite("slash in a key", none, {Set("a", "b/k", 1)}, "[a]\nb\\k=1\n");
     AddWrite("section without a name", none, {Set("", "k", 1)}, "[General]\nk=1\n");
     AddWrite("section called General", none, {Set("General", "k", 1)}, "[%General]\nk=1\n");
+    // Two names for one key of the file: the one that comes later in the order of names has the last word.
+    AddWrite("sections in their order", none, {Set("a/b", "k", 2), Set("a", "b/k", 1)}, "[a]\nb\\k=2\n");
+    AddWrite("keys in their order", none, {Set("S", "k", 1), Set("S", "/k", 2)}, "[S]\nk=1\n");
     AddWrite("first spelling of section and key", none,
              {Set("Net", "Proxy", Text("a")), Set("NET", "PROXY", Text("b")), Set("net", "port", 1)},
              "[Net]\nProxy=b\nport=1\n");
@@ -159,6 +162,9 @@ void AddRemovals()
              "[Display]\nWidth=800\n\n[Paths]\nCache=cachedir\n");
     AddWrite("last key of a section removed", kDisplay, {Read(), Remove("Paths", "Cache")},
              "[Display]\nWidth=800\nheight=600\n");
+    // As the framework has it, a name takes along what is nested below it.
+    AddWrite("removed with what is nested below", "[A]\nx=1\nx\\y=2\nxy=3\n[A/x]\nz=4\n", {Read(), Remove("A", "x")},
+             "[A]\nxy=3\n");
     AddWrite("everything removed", "[A]\nk=1\n", {Read(), Remove("A", "k")}, "");
     AddWrite("removed key in another spelling", kDisplay, {Read(), Remove("Display", "HEIGHT")}, kDisplay);
     AddWrite("removed section in another spelling", kDisplay, {Read(), Remove("display", "height")}, kDisplay);
