@@ -86,6 +86,9 @@ else()
     util/FileLock_linux.cpp
     util/OsRelease.cpp)
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS})
+  # Calls within the library stay there, as with the framework's own libraries.
+  target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+  target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions)
 endif()
 
 # The narrowing loops of a log line are written for the vectoriser.

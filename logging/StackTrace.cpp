@@ -6,6 +6,7 @@
 
 #include <array>
 #include <execinfo.h>
+#include <new>
 
 namespace {
 
@@ -29,6 +30,18 @@ QString Describe(const QString& line)
     return text + QLatin1String("\r\n");
 }
 
+// Whoever asks may be in trouble already: when memory ends, the frames so far must do.
+void Describe(void* const* addresses, int count, QString& result) noexcept
+{
+    try {
+        const QStringList lines = FrameLines::Of(addresses, count);
+        for (int i = 1; i < lines.size(); ++i)
+            result += Describe(lines.at(i));
+    } catch (const std::bad_alloc&) {
+        return;
+    }
+}
+
 } // namespace
 
 QString StackTrace::TraceCode()
@@ -37,13 +50,10 @@ QString StackTrace::TraceCode()
     std::array<void*, 21> addresses = {};
     const int count = ::backtrace(addresses.data(), int(addresses.size()));
     QString result;
-    if (count > 0) {
-        const QStringList lines = FrameLines::Of(addresses.data(), count);
-        for (int i = 1; i < lines.size(); ++i)
-            result += Describe(lines.at(i));
-    } else {
+    if (count > 0)
+        Describe(addresses.data(), count, result);
+    else
         result = QStringLiteral("Unable to obtain the stack trace");
-    }
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace(kFunc, result);
     return result;

@@ -7,6 +7,7 @@
 #include <QtCore/QVector>
 
 #include <algorithm>
+#include <typeinfo>
 
 namespace {
 
@@ -109,20 +110,37 @@ bool SettingsIniFile::ReadFile(const QString& path)
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("The file is ") + path);
     const QSettings file(path, QSettings::IniFormat);
-    const QStringList keys = file.allKeys();
+    QStringList keys = file.allKeys();
     for (const Group& group : GroupsOf(keys)) {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
         if (group.iName.isEmpty())
             continue; // the top level once more, to the framework
-        for (int i = group.iFirst; i < group.iEnd; ++i) {
-            const QString& key = keys.at(i);
-            const int start = group.iName.size() + 1;
-            if (key.indexOf(kSeparator, start) < 0)
-                SetKeyValue(group.iName, key.mid(start), ValueOf(file, key));
-        }
+        ReadGroup(file, group.iName, keys.begin() + group.iFirst, keys.begin() + group.iEnd);
     }
     return true;
+}
+
+void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
+                                QStringList::iterator end)
+{
+    const bool isWatched = typeid(*this) != typeid(SettingsIniFile); // by a class that hears of each value
+    const int start = group.size() + 1;
+    Section* section = nullptr;
+    for (; key != end; ++key) {
+        if (key->indexOf(kSeparator, start) >= 0)
+            continue; // in a group of its own
+        const QVariant value = ValueOf(file, *key);
+        const QString name = key->mid(start);
+        key->clear(); // its memory serves for the next ones
+        if (isWatched) {
+            SetKeyValue(group, name, value);
+            continue;
+        }
+        if (!section)
+            section = &SectionOf(iSections, group);
+        section->insert(section->cend(), name, value);
+    }
 }
 
 bool SettingsIniFile::WriteFile(const QString& path) const

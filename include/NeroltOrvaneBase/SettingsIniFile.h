@@ -5,7 +5,10 @@
 #include "IniString.h"
 
 #include <QtCore/QMap>
+#include <QtCore/QStringList>
 #include <QtCore/QVariant>
+
+class QSettings;
 
 /// The settings of a whole INI file in memory, read from a file and written back on request.
 ///
@@ -45,6 +48,7 @@ private:
     using Section = QMap<IniString, QVariant>;
     using Table = QMap<IniString, Section*>;
 
+    void ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key, QStringList::iterator end);
     void CopyValuesOf(const SettingsIniFile& other);
     static Section& SectionOf(Table& table, const QString& group);
 
