@@ -13,11 +13,11 @@ struct Free
 
 } // namespace
 
-QStringList FrameLines::Of(void* const* addresses, int count)
+QStringList FrameLines::Of(void* const* addresses, int count, int skipped)
 {
     QStringList lines;
     if (const std::unique_ptr<char*, Free> names{::backtrace_symbols(addresses, count)}) {
-        for (int i = 0; i < count; ++i)
+        for (int i = skipped; i < count; ++i)
             lines.append(QString::fromUtf8(names.get()[i]));
     }
     return lines;

@@ -1,7 +1,9 @@
 #include "StackFrame.h"
 
-#include <QtCore/QStringList>
+#include <QtCore/QStringBuilder>
+#include <QtCore/QVector>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cxxabi.h>
 #include <memory>
@@ -12,24 +14,24 @@ namespace {
 class Walk
 {
 public:
-    void Take(const QString& word)
+    void Take(const QStringRef& word)
     {
         const int next = iPosition + 1;
         if (word.startsWith(QLatin1String("Ner"))) {
-            iFrame.iModule = word;
+            iFrame.iModule = word.toString();
             iPosition = next;
         } else if (word.startsWith(QLatin1String("Ka"))) {
-            iFrame.iModule += QLatin1Char(' ') + word;
+            iFrame.iModule += QLatin1Char(' ') % word;
             iPosition = next;
         } else if (word.startsWith(QLatin1String("Vesp"))) {
-            iFrame.iModule += QLatin1Char(' ') + word;
+            iFrame.iModule += QLatin1Char(' ') % word;
             iPosition = 1;
         } else if (word.startsWith(QLatin1String("-["))) {
-            iFrame.iFunctionName = word;
+            iFrame.iFunctionName = word.toString();
             iIsInMethodName = true;
             iPosition = next;
         } else if (iIsInMethodName) {
-            iFrame.iFunctionName += QLatin1Char(' ') + word;
+            iFrame.iFunctionName += QLatin1Char(' ') % word;
             iIsInMethodName = false;
             iPosition = 3;
         } else {
@@ -41,20 +43,20 @@ public:
     const TraceInfo& Frame() const { return iFrame; }
 
 private:
-    void TakeField(const QString& word)
+    void TakeField(const QStringRef& word)
     {
         switch (iPosition) {
         case 0:
             iFrame.iModule += word;
             break;
         case 1:
-            iFrame.iMemory = word;
+            iFrame.iMemory = word.toString();
             break;
         case 2:
             iFrame.iFunctionName += word;
             break;
         case 4:
-            iFrame.iOffset = word;
+            iFrame.iOffset = word.toString();
             break;
         default: // the index and the plus sign
             break;
@@ -75,11 +77,13 @@ struct Free
 
 TraceInfo StackFrame::Parse(const QString& line)
 {
-    QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    words.removeDuplicates(); // an offset that equals the index is lost with it: readers know it so
+    const QVector<QStringRef> words = line.splitRef(QLatin1Char(' '), Qt::SkipEmptyParts);
     Walk walk;
-    for (const QString& word : qAsConst(words))
-        walk.Take(word);
+    for (auto word = words.begin(); word != words.end(); ++word) {
+        // A word that comes again counts once. An offset that equals the index is lost with it: readers know it so.
+        if (std::find(words.begin(), word, *word) == word)
+            walk.Take(*word);
+    }
     return walk.Frame();
 }
 
@@ -95,6 +99,6 @@ bool StackFrame::Demangle(QString& name)
 
 QString StackFrame::Text(const TraceInfo& frame)
 {
-    return QLatin1String("Module ") + frame.iModule + QLatin1String(" Memory ") + frame.iMemory
-        + QLatin1String(" FunctionName ") + frame.iFunctionName + QLatin1String(" Offset ") + frame.iOffset;
+    return QLatin1String("Module ") % frame.iModule % QLatin1String(" Memory ") % frame.iMemory
+        % QLatin1String(" FunctionName ") % frame.iFunctionName % QLatin1String(" Offset ") % frame.iOffset;
 }

@@ -4,6 +4,8 @@
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/StackTrace.h>
 
+#include <QtCore/QStringBuilder>
+
 #include <array>
 #include <execinfo.h>
 #include <new>
@@ -27,16 +29,17 @@ QString Describe(const QString& line)
         Logger::LogDebug(kFunc, text);
         Logger::LogDebug(kFunc, QLatin1String("function name ") + line);
     }
-    return text + QLatin1String("\r\n");
+    return text;
 }
 
-// Whoever asks may be in trouble already: when memory ends, the frames so far must do.
+// All but the first, which is TraceCode itself. Whoever asks may be in trouble already: when memory ends, the frames so
+// far must do.
 void Describe(void* const* addresses, int count, QString& result) noexcept
 {
     try {
-        const QStringList lines = FrameLines::Of(addresses, count);
-        for (int i = 1; i < lines.size(); ++i)
-            result += Describe(lines.at(i));
+        const QStringList lines = FrameLines::Of(addresses, count, 1);
+        for (const QString& line : lines)
+            result += Describe(line) % QLatin1String("\r\n");
     } catch (const std::bad_alloc&) {
         return;
     }

@@ -15,7 +15,8 @@ public:
     /// name and the decimal offset into the function. "Unable to obtain the stack trace" if there is none. Logs the
     /// text at trace level, and each frame at debug level.
     ///
-    /// On any thread; takes microseconds and allocates, so not in a signal handler. Executables show the names of their
-    /// functions when they are linked with -rdynamic (ENABLE_EXPORTS in CMake).
+    /// On any thread; takes a few microseconds for what was traced before, more for new places, and allocates, so not
+    /// in a signal handler. Without memory the text ends early. Executables show the names of their functions when they
+    /// are linked with -rdynamic (ENABLE_EXPORTS in CMake).
     static QString TraceCode();
 };

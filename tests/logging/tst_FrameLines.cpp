@@ -1,0 +1,346 @@
+#include "FrameText.h"
+#include "logging/FrameLines.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtTest/QtTest>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <dlfcn.h>
+#include <limits>
+#include <link.h>
+#include <spawn.h>
+#include <sys/auxv.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+// A body of a few bytes, another at each place, or the compiler may make one function of two.
+template <int Place>
+void FewBytes()
+{
+    asm volatile("nop\n nop\n nop\n nop" : : "i"(Place) : "memory");
+}
+
+} // namespace
+
+extern "C" {
+extern const char __executable_start;
+
+Q_DECL_EXPORT void frame_function()
+{
+    FewBytes<__LINE__>();
+}
+
+Q_DECL_EXPORT void frame_f\u00e4hre()
+{
+    FewBytes<__LINE__>();
+}
+
+Q_DECL_EXPORT int frame_variable = 1;
+}
+
+namespace Frame {
+
+Q_DECL_EXPORT void Function(const QString&, int)
+{
+    FewBytes<__LINE__>();
+}
+
+} // namespace Frame
+
+namespace {
+
+constexpr char kMangled[] = "_ZN5Frame8FunctionERK7QStringi";
+
+void Nameless()
+{
+    FewBytes<__LINE__>();
+}
+
+const char* Bytes(const void* address)
+{
+    return static_cast<const char*>(address);
+}
+
+template <typename Function>
+const char* CodeOf(Function* function)
+{
+    return reinterpret_cast<const char*>(function);
+}
+
+QStringList Lines(const std::vector<const void*>& addresses)
+{
+    std::vector<void*> plain;
+    for (const void* const address : addresses)
+        plain.push_back(const_cast<void*>(address));
+    return FrameLines::Of(plain.data(), int(plain.size()));
+}
+
+QByteArray Program()
+{
+    return QFileInfo(QCoreApplication::applicationFilePath()).fileName().toUtf8();
+}
+
+// A shared library in memory while this lives.
+class Image
+{
+public:
+    explicit Image(const QByteArray& path)
+        : iPath(path)
+        , iHandle(::dlopen(iPath.constData(), RTLD_NOW | RTLD_LOCAL))
+    {
+        if (!iHandle)
+            qFatal("%s", ::dlerror());
+    }
+    ~Image() { Unload(); }
+    Q_DISABLE_COPY(Image)
+
+    void Unload()
+    {
+        if (iHandle)
+            ::dlclose(iHandle);
+        iHandle = nullptr;
+    }
+    bool IsInMemory() const
+    {
+        void* const handle = ::dlopen(iPath.constData(), RTLD_NOLOAD | RTLD_NOW);
+        if (handle)
+            ::dlclose(handle);
+        return handle;
+    }
+    const char* Base() const
+    {
+        const struct link_map* map = nullptr;
+        ::dlinfo(iHandle, RTLD_DI_LINKMAP, &map);
+        return Bytes(reinterpret_cast<const void*>(map->l_addr));
+    }
+    const char* Symbol(const char* name) const { return Bytes(::dlsym(iHandle, name)); }
+    const char* Nameless() const
+    {
+        return Bytes(reinterpret_cast<const void* (*)()>(::dlsym(iHandle, "module_nameless"))());
+    }
+
+private:
+    const QByteArray iPath;
+    void* iHandle;
+};
+
+// The same library under another name.
+QByteArray CopyOfModule(const char* name)
+{
+    const QString path = QDir(TestSupport::Scratch()).filePath(QString::fromLatin1(name));
+    if (!QFile::copy(QString::fromLocal8Bit(FRAME_MODULE), path))
+        qFatal("cannot copy to %s", qPrintable(path));
+    return QFile::encodeName(path);
+}
+
+const TestSupport::Scenario ownFrame("ownFrame", [](const QStringList&) {
+    const QByteArray line = Lines({CodeOf(&frame_function)}).value(0).toUtf8();
+    const QByteArray expected = FrameText(0, "other name", CodeOf(&frame_function), "frame_function", 0).toUtf8();
+    std::printf("line     %s\nexpected %s\n", line.constData(), expected.constData());
+    return line == expected ? 0 : 1;
+});
+
+} // namespace
+
+class tst_FrameLines : public QObject
+{
+    Q_OBJECT
+
+private:
+    static void CompareOwn(const char* address, const QByteArray& symbol, const char* start)
+    {
+        QCOMPARE(Lines({address}), QStringList{FrameText(0, Program(), address, symbol, quintptr(address - start))});
+    }
+
+    static void CompareModule(const QByteArray& path, const QByteArray& name)
+    {
+        const Image image(path);
+        const char* const function = image.Symbol("module_call");
+        const char* const hidden = image.Nameless();
+        QVERIFY(function && hidden);
+        QCOMPARE(Lines({function + 3, hidden}),
+                 (QStringList{FrameText(0, name, function + 3, "module_call", 3),
+                              FrameText(1, name, hidden, BaseText(image.Base()), quintptr(hidden - image.Base()))}));
+    }
+
+private Q_SLOTS:
+    void noFrames() { QCOMPARE(FrameLines::Of(nullptr, 0), QStringList()); }
+
+    void beginningOfAFunction() { CompareOwn(CodeOf(&frame_function), "frame_function", CodeOf(&frame_function)); }
+
+    void insideAFunction() { CompareOwn(CodeOf(&frame_function) + 3, "frame_function", CodeOf(&frame_function)); }
+
+    void namesStayMangled() { CompareOwn(CodeOf(&Frame::Function) + 1, kMangled, CodeOf(&Frame::Function)); }
+
+    void functionWithLettersBeyondAscii()
+    {
+        CompareOwn(CodeOf(&frame_f\u00e4hre) + 2, "frame_f\xc3\xa4hre", CodeOf(&frame_f\u00e4hre));
+    }
+
+    void variable() { CompareOwn(Bytes(&frame_variable) + 2, "frame_variable", Bytes(&frame_variable)); }
+
+    void functionWithoutAName()
+    {
+        CompareOwn(CodeOf(&Nameless) + 1, BaseText(&__executable_start), &__executable_start);
+    }
+
+    void beginningOfAnImage()
+    {
+        const Image image(FRAME_MODULE);
+        const char* const base = image.Base();
+        QCOMPARE(Lines({base}), QStringList{FrameText(0, "two words.so", base, BaseText(base), 0)});
+    }
+
+    void inNoImage_data()
+    {
+        QTest::addColumn<quintptr>("address");
+        QTest::newRow("null") << quintptr(0);
+        QTest::newRow("least") << quintptr(1);
+        QTest::newRow("greatest") << std::numeric_limits<quintptr>::max();
+    }
+    void inNoImage()
+    {
+        QFETCH(quintptr, address);
+        const void* const pointer = reinterpret_cast<const void*>(address);
+        QCOMPARE(Lines({pointer}), QStringList{FrameText(0, "???", pointer, "0x0", address)});
+    }
+
+    void inMemoryOfNoImage()
+    {
+        void* const page = ::mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        QVERIFY(page != MAP_FAILED);
+        const char* const address = Bytes(page) + 16;
+        const QStringList lines = Lines({address});
+        ::munmap(page, 4096);
+        QCOMPARE(lines, QStringList{FrameText(0, "???", address, "0x0", quintptr(address))});
+    }
+
+    void imageWithoutAPath()
+    {
+        const char* const base = Bytes(reinterpret_cast<const void*>(::getauxval(AT_SYSINFO_EHDR)));
+        const QByteArray name = base ? "linux-vdso.so.1" : "???";
+        QCOMPARE(Lines({base}), QStringList{FrameText(0, name, base, BaseText(base), 0)});
+    }
+
+    void eachFrameHasItsIndex()
+    {
+        const char* const function = CodeOf(&frame_function);
+        QStringList expected;
+        for (int i = 0; i < 21; ++i)
+            expected += FrameText(i, Program(), function + 1, "frame_function", 1);
+        QCOMPARE(Lines(std::vector<const void*>(21, function + 1)), expected);
+    }
+
+    void framesOfSeveralImagesStayInOrder()
+    {
+        const Image image(FRAME_MODULE);
+        const char* const function = CodeOf(&frame_function);
+        const char* const hidden = CodeOf(&Nameless);
+        const char* const module = image.Symbol("module_call");
+        const QByteArray base = BaseText(&__executable_start);
+        const quintptr hiddenOffset = quintptr(hidden - &__executable_start);
+        QCOMPARE(Lines({module + 1, function + 2, nullptr, function + 3, hidden, module, function + 2}),
+                 (QStringList{FrameText(0, "two words.so", module + 1, "module_call", 1),
+                              FrameText(1, Program(), function + 2, "frame_function", 2),
+                              FrameText(2, "???", nullptr, "0x0", 0),
+                              FrameText(3, Program(), function + 3, "frame_function", 3),
+                              FrameText(4, Program(), hidden, base, hiddenOffset),
+                              FrameText(5, "two words.so", module, "module_call", 0),
+                              FrameText(6, Program(), function + 2, "frame_function", 2)}));
+    }
+
+    void imageWithABlankInItsName() { CompareModule(FRAME_MODULE, "two words.so"); }
+
+    void imageCalledLikeTheBundle() { CompareModule(BUNDLE_MODULE, "Nerolt Kadett Vespa"); }
+
+    void imageName_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("one letter") << QByteArray("m");
+        QTest::newRow("a letter less than the column") << QByteArray(34, 'm');
+        QTest::newRow("as wide as the column") << QByteArray(35, 'm');
+        QTest::newRow("wider than the column") << QByteArray(36, 'm');
+        QTest::newRow("as long as a name can be") << QByteArray(255, 'm');
+        QTest::newRow("blanks around") << QByteArray(" m ");
+        QTest::newRow("percent signs") << QByteArray("%s%n%d%1");
+        QTest::newRow("backslash") << QByteArray("a\\b");
+        QTest::newRow("dots") << QByteArray("a.so.1.2");
+    }
+    void imageName()
+    {
+        QFETCH(QByteArray, name);
+        CompareModule(CopyOfModule(name.constData()), name);
+    }
+
+    void imageWithLettersBeyondAscii()
+    {
+        const QByteArray name("gr\xc3\xb6\xc3\x9f"
+                              "e.so");
+        const QByteArray path = CopyOfModule("plain.so");
+        const QByteArray other = path.left(path.lastIndexOf('/') + 1) + name;
+        QCOMPARE(std::rename(path.constData(), other.constData()), 0);
+        const Image image(other);
+        const char* const function = image.Symbol("module_call");
+        const QStringList lines = Lines({function});
+        QCOMPARE(lines.size(), 1);
+        // The width of the column is counted in bytes there and in letters here.
+        QCOMPARE(lines[0].simplified(), FrameText(0, name, function, "module_call", 0).simplified());
+    }
+
+    void folderOfTheImageIsLeftOut()
+    {
+        QVERIFY(QDir(TestSupport::Scratch()).mkpath(QStringLiteral("a b/Nerolt.app")));
+        CompareModule(CopyOfModule("a b/Nerolt.app/m.so"), "m.so");
+    }
+
+    void variableOfAnImage()
+    {
+        const Image image(FRAME_MODULE);
+        const char* const variable = image.Symbol("module_variable");
+        QCOMPARE(Lines({variable}), QStringList{FrameText(0, "two words.so", variable, "module_variable", 0)});
+    }
+
+    void imageThatHasGone()
+    {
+        Image image(CopyOfModule("gone.so"));
+        const char* const function = image.Symbol("module_call");
+        QCOMPARE(Lines({function}), QStringList{FrameText(0, "gone.so", function, "module_call", 0)});
+        image.Unload();
+        QVERIFY(!image.IsInMemory());
+        QCOMPARE(Lines({function}), QStringList{FrameText(0, "???", function, "0x0", quintptr(function))});
+    }
+
+    void imageInTheOldOnesPlace()
+    {
+        Image first(CopyOfModule("first.so"));
+        Lines({first.Symbol("module_call"), first.Nameless()});
+        first.Unload();
+        QVERIFY(!first.IsInMemory());
+        CompareModule(CopyOfModule("second.so"), "second.so");
+    }
+
+    void programUnderAnotherName()
+    {
+        const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
+        char name[] = "other name";
+        char option[] = "--scenario";
+        char scenario[] = "ownFrame";
+        std::array<char*, 4> arguments = {name, option, scenario, nullptr};
+        pid_t process = 0;
+        QCOMPARE(::posix_spawn(&process, program.constData(), nullptr, nullptr, arguments.data(), environ), 0);
+        int status = -1;
+        while (::waitpid(process, &status, 0) < 0 && errno == EINTR) { }
+        QCOMPARE(status, 0);
+    }
+};
+
+NEROLT_TEST_MAIN(tst_FrameLines)
+
+#include "tst_FrameLines.moc"

@@ -1,0 +1,346 @@
+#include "logging/StackFrame.h"
+#include "support/TestMain.h"
+
+#include <QtTest/QtTest>
+
+namespace {
+
+// Columns: what is read from a line.
+void Row(const char* name, const QString& line, const char* module, const char* memory, const char* function,
+         const char* offset)
+{
+    QTest::newRow(name) << line << QString::fromUtf8(module) << QString::fromUtf8(memory) << QString::fromUtf8(function)
+                        << QString::fromUtf8(offset);
+}
+
+void Row(const char* name, const char* line, const char* module, const char* memory, const char* function,
+         const char* offset)
+{
+    Row(name, QString::fromUtf8(line), module, memory, function, offset);
+}
+
+void AddColumns()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QString>("memory");
+    QTest::addColumn<QString>("function");
+    QTest::addColumn<QString>("offset");
+}
+
+void CompareFields()
+{
+    QFETCH(QString, line);
+    const TraceInfo frame = StackFrame::Parse(line);
+    QTEST(frame.iModule, "module");
+    QTEST(frame.iMemory, "memory");
+    QTEST(frame.iFunctionName, "function");
+    QTEST(frame.iOffset, "offset");
+}
+
+} // namespace
+
+class tst_StackFrame : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fields_data()
+    {
+        AddColumns();
+        Row("line as the system prints it",
+            "3   libfoo.dylib                        0x00000000000abcde _ZN3Foo3barEv + 52", "libfoo.dylib",
+            "0x00000000000abcde", "_ZN3Foo3barEv", "52");
+        Row("two digits in the index", "12  libfoo.dylib                        0x00000000000abcde main + 1",
+            "libfoo.dylib", "0x00000000000abcde", "main", "1");
+        Row("single blanks", "3 img 0x1 sym + 52", "img", "0x1", "sym", "52");
+        Row("runs of blanks everywhere", "   3     img   0x1    sym   +     52   ", "img", "0x1", "sym", "52");
+        Row("frame without a name", "3 img 0x1 0x7f0000000000 + 52", "img", "0x1", "0x7f0000000000", "52");
+        Row("address in no image", "3 ??? 0x1 0x0 + 1", "???", "0x1", "0x0", "1");
+        Row("null line", QString(), "", "", "", "");
+        Row("empty line", "", "", "", "", "");
+        Row("only blanks", "     ", "", "", "", "");
+        Row("only the index", "3", "", "", "", "");
+        Row("up to the image", "3 img", "img", "", "", "");
+        Row("up to the address", "3 img 0x1", "img", "0x1", "", "");
+        Row("up to the symbol", "3 img 0x1 sym", "img", "0x1", "sym", "");
+        Row("up to the plus sign", "3 img 0x1 sym +", "img", "0x1", "sym", "");
+        Row("plus sign missing", "3 img 0x1 sym 52", "img", "0x1", "sym", "");
+        Row("more than the offset", "3 img 0x1 sym + 52 (file.c:7) rest", "img", "0x1", "sym", "52");
+        Row("any word in the index's place", "index img 0x1 sym + 52", "img", "0x1", "sym", "52");
+        Row("any word in the plus sign's place", "3 img 0x1 sym minus 52", "img", "0x1", "sym", "52");
+        Row("words are not looked into", "+ 52 sym img 0x1 3", "52", "sym", "img", "3");
+        Row("tabulators do not part", "3\timg 0x1 sym + 52", "0x1", "sym", "+", "");
+        Row("line ends do not part", "3 img\n0x1 sym + 52", "img\n0x1", "sym", "+", "");
+        Row("other spaces do not part", "3 my\xc2\xa0img 0x1 my\xe3\x80\x80sym + 52", "my\xc2\xa0img", "0x1",
+            "my\xe3\x80\x80sym", "52");
+        Row("letters beyond ASCII",
+            "3 gr\xc3\xb6\xc3\x9f"
+            "e.so 0x1 _Z4f\xc3\xa4hrv + 52",
+            "gr\xc3\xb6\xc3\x9f"
+            "e.so",
+            "0x1", "_Z4f\xc3\xa4hrv", "52");
+        Row("letters beyond 16 bits", "3 \xf0\x9f\x98\x80 0x1 \xf0\x9f\x98\x81 + 52", "\xf0\x9f\x98\x80", "0x1",
+            "\xf0\x9f\x98\x81", "52");
+        Row("template marks", "3 %1 %2 %3 + %4", "%1", "%2", "%3", "%4");
+    }
+    void fields() { CompareFields(); }
+
+    void duplicates_data()
+    {
+        AddColumns();
+        Row("offset equal to the index", "3 img 0x1 sym + 3", "img", "0x1", "sym", "");
+        Row("offset that begins like the index", "3 img 0x1 sym + 33", "img", "0x1", "sym", "33");
+        Row("image equal to the index", "3 3 0x1 sym + 52", "0x1", "sym", "+", "");
+        Row("symbol equal to the image", "3 main 0x1 main + 52", "main", "0x1", "+", "");
+        Row("symbol equal to the address", "3 img 0x1 0x1 + 52", "img", "0x1", "+", "");
+        Row("symbol equal to the plus sign", "3 img 0x1 + + 52", "img", "0x1", "+", "");
+        Row("offset equal to the symbol", "3 img 0x1 52 + 52", "img", "0x1", "52", "");
+        Row("symbol and offset equal to the index", "7 img 0x1 7 + 7 9", "img", "0x1", "+", "");
+        Row("equal but for the case", "3 img 0x1 IMG + 52", "img", "0x1", "IMG", "52");
+        Row("bundle word that comes again", "3 Nerolt Vespa 0x1 Nerolt + 52", "Nerolt Vespa", "0x1", "+", "");
+        Row("selector equal to the image", "3 run] 0x1 -[A run] + 52", "run]", "0x1", "-[A +", "");
+    }
+    void duplicates() { CompareFields(); }
+
+    void bundleName_data()
+    {
+        AddColumns();
+        Row("one word", "3 Nerolt 0x1 sym + 52", "Nerolt", "0x1", "sym", "52");
+        Row("two words", "3 Nerolt Vespa 0x1 sym + 52", "Nerolt Vespa", "0x1", "sym", "52");
+        Row("three words", "3 Nerolt Kadett Vespa 0x1 sym + 52", "Nerolt Kadett Vespa", "0x1", "sym", "52");
+        Row("four words", "3 Nerolt Kadett Kauz Vespa 0x1 sym + 52", "Nerolt Kadett Kauz Vespa", "0x1", "sym", "52");
+        Row("bare prefixes", "3 Ner Ka Vesp 0x1 sym + 52", "Ner Ka Vesp", "0x1", "sym", "52");
+        Row("runs of blanks between the words", "3   Nerolt   Kadett   Vespa 0x1 sym + 52", "Nerolt Kadett Vespa",
+            "0x1", "sym", "52");
+        Row("last word missing", "3 Nerolt Kadett 0x1 sym + 52", "Nerolt Kadett", "", "0x1", "+");
+        Row("last word missing after three", "3 Nerolt Kadett Kauz 0x1 sym + 52", "Nerolt Kadett Kauz", "", "", "sym");
+        Row("first word twice", "3 Nerolt Nerz 0x1 sym + 52", "Nerz", "", "0x1", "+");
+        Row("first word twice, last word", "3 Nerolt Nerz Vespa 0x1 sym + 52", "Nerz Vespa", "0x1", "sym", "52");
+        Row("last word twice", "3 Nerolt Vespa Vesper 0x1 sym + 52", "Nerolt Vespa Vesper", "0x1", "sym", "52");
+        Row("middle word alone", "3 Kadett 0x1 sym + 52", " Kadett", "0x1", "sym", "52");
+        Row("middle word before the first", "3 Kadett Nerolt Vespa 0x1 sym + 52", "Nerolt Vespa", "0x1", "sym", "52");
+        Row("middle word behind the last", "3 Vespa Kadett 0x1 sym + 52", " Vespa Kadett", "", "0x1", "+");
+        Row("last word alone", "3 Vespa 0x1 sym + 52", " Vespa", "0x1", "sym", "52");
+        Row("other word before the first", "3 My Nerolt 0x1 sym + 52", "Nerolt", "", "0x1", "+");
+        Row("other word before the middle", "3 My Kadett 0x1 sym + 52", "My Kadett", "", "0x1", "+");
+        Row("other word before the last", "3 My Vespa 0x1 sym + 52", "My Vespa", "0x1", "sym", "52");
+        Row("other word between", "3 Nerolt My Vespa 0x1 sym + 52", "Nerolt Vespa", "0x1", "sym", "52");
+        Row("small letters", "3 nerolt 0x1 kadett + vespa", "nerolt", "0x1", "kadett", "vespa");
+        Row("capital letters", "3 NEROLT 0x1 KADETT + VESPA", "NEROLT", "0x1", "KADETT", "VESPA");
+        Row("a letter short", "3 Ne 0x1 K + Ves", "Ne", "0x1", "K", "Ves");
+        Row("not at the beginning", "3 xNerolt 0x1 xKadett + xVespa", "xNerolt", "0x1", "xKadett", "xVespa");
+    }
+    void bundleName() { CompareFields(); }
+
+    void bundleWordsInOddPlaces_data()
+    {
+        AddColumns();
+        Row("first word as the index", "Nerolt img 0x1 sym + 52", "Neroltimg", "0x1", "sym", "52");
+        Row("middle word as the index", "Kadett img 0x1 sym + 52", " Kadettimg", "0x1", "sym", "52");
+        Row("last word as the index", "Vespa img 0x1 sym + 52", " Vespa", "img", "0x1", "+");
+        Row("first word as the address", "3 img Nerolt sym + 52", "Nerolt", "", "sym", "52");
+        Row("middle word as the address", "3 img Kadett sym + 52", "img Kadett", "", "sym", "52");
+        Row("last word as the address", "3 img Vespa sym + 52", "img Vespa", "sym", "+", "");
+        Row("function called like the first word", "3 img 0x1 Nerolt + 52", "Nerolt", "0x1", "", "52");
+        Row("function called like the middle word", "3 img 0x1 Kadett + 52", "img Kadett", "0x1", "", "52");
+        Row("function called like the last word", "3 img 0x1 Vespa + 52", "img Vespa", "+", "52", "");
+        Row("first word as the plus sign", "3 img 0x1 sym Nerolt 52", "Nerolt", "0x1", "sym", "52");
+        Row("middle word as the plus sign", "3 img 0x1 sym Kadett 52", "img Kadett", "0x1", "sym", "52");
+        Row("last word as the plus sign", "3 img 0x1 sym Vespa 0x2 two + 52", "img Vespa", "0x2", "symtwo", "52");
+        Row("first word as the offset", "3 img 0x1 sym + Nerolt 52", "Nerolt", "0x1", "sym", "");
+        Row("middle word as the offset", "3 img 0x1 sym + Kadett 52", "img Kadett", "0x1", "sym", "");
+        Row("last word as the offset", "3 img 0x1 sym + Vespa 52", "img Vespa", "52", "sym", "");
+        Row("first word behind the offset", "3 img 0x1 sym + 52 Nerolt", "Nerolt", "0x1", "sym", "52");
+        Row("middle word behind the offset", "3 img 0x1 sym + 52 Kadett", "img Kadett", "0x1", "sym", "52");
+        Row("last word behind the offset", "3 img 0x1 sym + 52 Vespa 0x2 two plus 53", "img Vespa", "0x2", "symtwo",
+            "53");
+    }
+    void bundleWordsInOddPlaces() { CompareFields(); }
+
+    void objectiveC_data()
+    {
+        AddColumns();
+        Row("method", "3 AppKit 0x1 -[NSApplication run] + 52", "AppKit", "0x1", "-[NSApplication run]", "52");
+        Row("arguments", "3 AppKit 0x1 -[NSView a:b:] + 52", "AppKit", "0x1", "-[NSView a:b:]", "52");
+        Row("category", "3 AppKit 0x1 -[NSView(Extra) a:] + 52", "AppKit", "0x1", "-[NSView(Extra) a:]", "52");
+        Row("runs of blanks", "3  AppKit   0x1   -[NSApplication    run]   +   52", "AppKit", "0x1",
+            "-[NSApplication run]", "52");
+        Row("in the bundle", "3 Nerolt Kadett Vespa 0x1 -[A run] + 52", "Nerolt Kadett Vespa", "0x1", "-[A run]", "52");
+        Row("no blank in the name", "3 AppKit 0x1 -[run] + 52", "AppKit", "0x1", "-[run] +", "");
+        Row("two blanks in the name", "3 AppKit 0x1 -[A run fast] + 52", "AppKit", "0x1", "-[A run", "+");
+        Row("no closing bracket", "3 AppKit 0x1 -[A run + 52", "AppKit", "0x1", "-[A run", "52");
+        Row("bare opening", "3 AppKit 0x1 -[ run] + 52", "AppKit", "0x1", "-[ run]", "52");
+        Row("line ends within the name", "3 AppKit 0x1 -[A", "AppKit", "0x1", "-[A", "");
+        Row("class method", "3 AppKit 0x1 +[A run] + 52", "AppKit", "0x1", "+[A", "+");
+        Row("class method without a blank", "3 AppKit 0x1 +[run] + 52", "AppKit", "0x1", "+[run]", "52");
+        Row("bracket without a sign", "3 AppKit 0x1 [A run] + 52", "AppKit", "0x1", "[A", "+");
+        Row("sign without a bracket", "3 AppKit 0x1 -A + 52", "AppKit", "0x1", "-A", "52");
+        Row("not at the beginning", "3 AppKit 0x1 x-[A + 52", "AppKit", "0x1", "x-[A", "52");
+        Row("as the index", "-[A run] img 0x1 sym + 52", "", "", "-[A run]", "0x1");
+        Row("as the image", "3 -[A run] 0x1 sym + 52", "", "", "-[A run]", "sym");
+        Row("as the address", "3 img -[A run] sym + 52", "img", "", "-[A run]", "+");
+        Row("as the plus sign", "3 img 0x1 sym -[A run] plus 52", "img", "0x1", "-[A run]", "52");
+        Row("as the offset", "3 img 0x1 sym + -[A run] plus 52", "img", "0x1", "-[A run]", "52");
+        Row("behind the offset", "3 img 0x1 sym + 52 -[A run] plus 53", "img", "0x1", "-[A run]", "53");
+        Row("twice in a row", "3 img 0x1 -[A -[B run] + 52", "img", "0x1", "-[B run]", "52");
+        Row("two whole names", "3 img 0x1 -[A run] -[B walk] + 52", "img", "0x1", "-[B walk]", "52");
+        Row("selector like the first bundle word", "3 img 0x1 -[A Nerolt] + 52", "Nerolt]", "0x1", "-[A +", "");
+        Row("selector like the middle bundle word", "3 img 0x1 -[A Kadett] + 52", "img Kadett]", "0x1", "-[A +", "");
+        Row("selector like the last bundle word", "3 img 0x1 -[A Vespa] + 52", "img Vespa]", "0x1", "-[A +", "");
+        Row("address anew behind the name", "3 img 0x1 -[A run] Vespa 0x2 two + 52", "img Vespa", "0x2", "-[A run]two",
+            "52");
+    }
+    void objectiveC() { CompareFields(); }
+
+    void longWords()
+    {
+        const QString word(100000, QLatin1Char('w'));
+        const TraceInfo frame = StackFrame::Parse(QStringLiteral("3 %1a 0x1 %1b + 52").arg(word));
+        QCOMPARE(frame.iModule, word + QLatin1Char('a'));
+        QCOMPARE(frame.iMemory, QStringLiteral("0x1"));
+        QCOMPARE(frame.iFunctionName, word + QLatin1Char('b'));
+        QCOMPARE(frame.iOffset, QStringLiteral("52"));
+    }
+
+    void fieldsOutliveTheLine()
+    {
+        QString line = QStringLiteral("3 img 0x1 sym + 52");
+        const TraceInfo frame = StackFrame::Parse(line);
+        line.fill(QLatin1Char('#'));
+        line = QString();
+        QCOMPARE(frame.iModule, QStringLiteral("img"));
+        QCOMPARE(frame.iMemory, QStringLiteral("0x1"));
+        QCOMPARE(frame.iFunctionName, QStringLiteral("sym"));
+        QCOMPARE(frame.iOffset, QStringLiteral("52"));
+    }
+
+    void demangled_data()
+    {
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QString>("name");
+        const auto row = [](const char* name, const char* symbol, const char* demangled) {
+            QTest::newRow(name) << QString::fromUtf8(symbol) << QString::fromUtf8(demangled);
+        };
+        row("member", "_ZN3Foo3barEv", "Foo::bar()");
+        row("free function", "_Z3fooi", "foo(int)");
+        row("constant member", "_ZNK3Foo3barEPKc", "Foo::bar(char const*) const");
+        row("constructor", "_ZN3FooC1Ev", "Foo::Foo()");
+        row("destructor", "_ZN3FooD2Ev", "Foo::~Foo()");
+        row("operator", "_ZN3FooplERKS_", "Foo::operator+(Foo const&)");
+        row("template", "_Z3maxIiET_S0_S0_", "int max<int>(int, int)");
+        row("unnamed namespace", "_ZN12_GLOBAL__N_13fooEv", "(anonymous namespace)::foo()");
+        row("variable", "_ZN3Foo3barE", "Foo::bar");
+        row("typeinfo", "_ZTI3Foo", "typeinfo for Foo");
+        row("letters beyond ASCII", "_Z5f\xc3\xa4hrv", "f\xc3\xa4hr()");
+        row("letters beyond 16 bits", "_Z4\xf0\x9f\x98\x80v", "\xf0\x9f\x98\x80()");
+        // The runtime takes whatever is no function for a type.
+        row("letter of a type", "f", "float");
+        row("another letter of a type", "i", "int");
+        row("letters of a type", "Pc", "char*");
+        row("name of a type", "3Foo", "Foo");
+    }
+    void demangled()
+    {
+        QFETCH(QString, symbol);
+        const QString before = symbol;
+        QString name = symbol;
+        QVERIFY(StackFrame::Demangle(name));
+        QTEST(name, "name");
+        QCOMPARE(symbol, before);
+    }
+
+    void notDemangled_data()
+    {
+        QTest::addColumn<QString>("symbol");
+        const auto row = [](const char* name, const char* symbol) { QTest::newRow(name) << QString::fromUtf8(symbol); };
+        row("empty", "");
+        row("name of a C function", "main");
+        row("C name that begins like a type", "float_to_text");
+        row("C name with underscores", "__libc_start_call_main");
+        row("only the prefix", "_Z");
+        row("name cut short", "_ZN3Foo3ba");
+        row("end missing", "_ZN3Foo3bar");
+        row("rest behind the end", "_ZN3Foo3barEv rest");
+        row("blank before", " _ZN3Foo3barEv");
+        row("prefix in small letters", "_zN3Foo3barEv");
+        row("demangled already", "Foo::bar()");
+        row("address of an image", "0x7f0000000000");
+        row("class method", "+[A");
+        row("letters beyond ASCII", "f\xc3\xa4hr");
+        row("template marks", "%1");
+        QTest::newRow("null") << QString();
+        QTest::newRow("half of a pair") << QString(QChar(0xd83d));
+    }
+    void notDemangled()
+    {
+        QFETCH(QString, symbol);
+        QString name = symbol;
+        QVERIFY(!StackFrame::Demangle(name));
+        QCOMPARE(name, symbol);
+    }
+
+    void longNameIsDemangled()
+    {
+        const int length = 1000;
+        const QString word(length, QLatin1Char('w'));
+        QString name = QStringLiteral("_Z%1%2v").arg(length).arg(word);
+        QVERIFY(StackFrame::Demangle(name));
+        QCOMPARE(name, word + QStringLiteral("()"));
+    }
+
+    void text_data()
+    {
+        QTest::addColumn<QStringList>("fields");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char* name, const QStringList& fields, const char* text) {
+            QTest::newRow(name) << fields << QString::fromUtf8(text);
+        };
+        const QString empty;
+        const QString a = QStringLiteral("a");
+        const QString b = QStringLiteral("b");
+        const QString c = QStringLiteral("c");
+        const QString d = QStringLiteral("d");
+        row("order of the fields", {a, b, c, d}, "Module a Memory b FunctionName c Offset d");
+        row("all empty", {empty, empty, empty, empty}, "Module  Memory  FunctionName  Offset ");
+        row("module empty", {empty, b, c, d}, "Module  Memory b FunctionName c Offset d");
+        row("memory empty", {a, empty, c, d}, "Module a Memory  FunctionName c Offset d");
+        row("function empty", {a, b, empty, d}, "Module a Memory b FunctionName  Offset d");
+        row("offset empty", {a, b, c, empty}, "Module a Memory b FunctionName c Offset ");
+        const QString one = QStringLiteral("%1");
+        const QString two = QStringLiteral("%2");
+        const QString three = QStringLiteral("%3");
+        const QString four = QStringLiteral("%4");
+        row("template marks", {two, three, four, one}, "Module %2 Memory %3 FunctionName %4 Offset %1");
+        row("template mark in the module", {four, b, c, d}, "Module %4 Memory b FunctionName c Offset d");
+        row("other template marks",
+            {QStringLiteral("%5"), QStringLiteral("%L1"), QStringLiteral("%%"), QStringLiteral("%")},
+            "Module %5 Memory %L1 FunctionName %% Offset %");
+        row("words of the text itself",
+            {QStringLiteral("Memory"), QStringLiteral("FunctionName"), QStringLiteral("Offset"),
+             QStringLiteral("Module")},
+            "Module Memory Memory FunctionName FunctionName Offset Offset Module");
+        row("blanks and line ends stay", {QStringLiteral(" a "), QStringLiteral("b\r\n"), QStringLiteral("c\t"), d},
+            "Module  a  Memory b\r\n FunctionName c\t Offset d");
+        row("letters beyond ASCII", {QStringLiteral("\u00f6"), b, QStringLiteral("f\u00e4hr()"), d},
+            "Module \xc3\xb6 Memory b FunctionName f\xc3\xa4hr() Offset d");
+    }
+    void text()
+    {
+        QFETCH(QStringList, fields);
+        QTEST(StackFrame::Text({fields[0], fields[1], fields[2], fields[3]}), "text");
+    }
+
+    void fromLineToText()
+    {
+        TraceInfo frame = StackFrame::Parse(
+            QStringLiteral("3   libfoo.dylib                        0x00000000000abcde _ZN3Foo3barEv + 52"));
+        QVERIFY(StackFrame::Demangle(frame.iFunctionName));
+        QCOMPARE(StackFrame::Text(frame),
+                 QStringLiteral("Module libfoo.dylib Memory 0x00000000000abcde FunctionName Foo::bar() Offset 52"));
+    }
+};
+
+NEROLT_TEST_MAIN(tst_StackFrame)
+
+#include "tst_StackFrame.moc"

@@ -1,0 +1,357 @@
+#include "ForgedStack.h"
+#include "FrameText.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/StackTrace.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtTest/QtTest>
+
+#include <atomic>
+#include <cstdio>
+#include <dlfcn.h>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+volatile int gDepth = 1; // a constant would invite the compiler to make another function for it
+const QString kNone = QStringLiteral("Unable to obtain the stack trace");
+
+// Behind a call, or the call may become a jump and the caller be gone from the stack. Each place is another, or the
+// compiler may make one function of two.
+template <int Place>
+void Stay()
+{
+    asm volatile("" : : "i"(Place) : "memory");
+}
+
+} // namespace
+
+// The functions of the stack. They have external linkage, or they would have no names.
+namespace Calls {
+
+Q_NEVER_INLINE QString Inner()
+{
+    QString text = StackTrace::TraceCode();
+    Stay<__LINE__>();
+    return text;
+}
+
+Q_NEVER_INLINE QString Middle(const QString& text, int depth)
+{
+    QString result = Inner();
+    Stay<__LINE__>();
+    return text.isNull() && depth > 0 ? result : QString();
+}
+
+struct Object
+{
+    QString Member(const char*) const;
+};
+
+Q_NEVER_INLINE QString Object::Member(const char*) const
+{
+    QString text = Middle(QString(), gDepth);
+    Stay<__LINE__>();
+    return text;
+}
+
+Q_NEVER_INLINE QString Recursive(int depth)
+{
+    QString text = depth > 1 ? Recursive(depth - 1) : StackTrace::TraceCode();
+    Stay<__LINE__>();
+    return text;
+}
+
+Q_NEVER_INLINE QString Other()
+{
+    QString text = Inner();
+    Stay<__LINE__>();
+    return text;
+}
+
+} // namespace Calls
+
+extern "C" {
+extern const char __executable_start;
+
+Q_DECL_EXPORT Q_NEVER_INLINE void stack_plain(void* text)
+{
+    *static_cast<QString*>(text) = Calls::Object().Member("");
+    Stay<__LINE__>();
+}
+
+Q_DECL_EXPORT Q_NEVER_INLINE void stack_fold(void* text)
+{
+    *static_cast<QString*>(text) = Calls::Inner();
+    Stay<__LINE__>();
+}
+}
+
+namespace {
+
+Q_NEVER_INLINE QString TraceFromNameless()
+{
+    QString text = StackTrace::TraceCode();
+    Stay<__LINE__>();
+    return text;
+}
+
+template <typename Function>
+const char* CodeOf(Function* function)
+{
+    return reinterpret_cast<const char*>(function);
+}
+
+QString Program()
+{
+    return QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+}
+
+struct Line
+{
+    QString iModule;
+    quintptr iMemory = 0;
+    QString iFunctionName;
+    QString iOffset;
+};
+
+// Takes a text apart; one line with the text itself when its shape is wrong.
+QList<Line> LinesOf(const QString& text)
+{
+    static const QRegularExpression shape(QRegularExpression::anchoredPattern(
+        QStringLiteral("Module ([^\r\n]*) Memory 0x([0-9a-f]{16}) FunctionName ([^\r\n]*) Offset ([0-9]*)")));
+    QStringList parts = text.split(QStringLiteral("\r\n"));
+    if (!parts.takeLast().isEmpty())
+        return {{text, 0, {}, {}}};
+    QList<Line> lines;
+    for (const QString& part : qAsConst(parts)) {
+        const QRegularExpressionMatch match = shape.match(part);
+        if (!match.hasMatch())
+            return {{text, 0, {}, {}}};
+        lines += {match.captured(1), match.captured(2).toULongLong(nullptr, 16), match.captured(3), match.captured(4)};
+    }
+    return lines;
+}
+
+QStringList Names(const QString& text)
+{
+    QStringList names;
+    for (const Line& line : LinesOf(text))
+        names += line.iFunctionName;
+    return names;
+}
+
+// What the log has of the trace, apart from what its own thread and timers say.
+QList<QByteArray> BodiesOfTrace()
+{
+    QList<QByteArray> bodies;
+    for (const QByteArray& body : LogText::Bodies(LogText::Read(kLog))) {
+        if (body.contains("StackTrace") || body.contains("Module") || body.startsWith("<no stamp>"))
+            bodies += body;
+    }
+    return bodies;
+}
+
+constexpr int kThreads = 8;
+constexpr int kTraces = 50;
+
+// Each thread has a stack of its own: true when every trace begins as it should.
+bool TraceOnManyThreads()
+{
+    std::atomic<int> wrong{0};
+    std::atomic<bool> go{false};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            while (!go)
+                std::this_thread::yield();
+            const QString caller = t % 2 == 0 ? QStringLiteral("Calls::Other()") : QStringLiteral("stack_fold");
+            for (int i = 0; i < kTraces; ++i) {
+                QString text;
+                if (t % 2 == 0)
+                    text = Calls::Other();
+                else
+                    stack_fold(&text);
+                const QStringList expected{QStringLiteral("Calls::Inner()"), caller};
+                wrong += Names(text).mid(0, 2) == expected ? 0 : 1;
+            }
+        });
+    }
+    go = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    return wrong == 0;
+}
+
+const Scenario manyThreads("manyThreads", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(LoggerDefs::Trace);
+    Logger::SetLoggerFileName(kLog, false);
+    const bool isRight = TraceOnManyThreads();
+    Logger::StopLogging();
+    int count = 0;
+    for (const QByteArray& body : BodiesOfTrace())
+        count += body.startsWith("|25|Trace|StackTrace::TraceCode|Module tst_StackTrace Memory 0x")
+                && body.contains(" FunctionName Calls::Inner() Offset ")
+            ? 1
+            : 0;
+    // While others log, a line may wait for the lock at most a second; here nobody waits that long.
+    return isRight && count == kThreads * kTraces ? 0 : 1;
+});
+
+} // namespace
+
+class tst_StackTrace : public QObject
+{
+    Q_OBJECT
+
+private:
+    struct Caller
+    {
+        const char* iName;
+        const char* iCode;
+    };
+
+    // Where in the functions the calls are is the compiler's choice; the address and the offset must fit each other.
+    static void CompareLines(const QString& text, const QList<Caller>& callers)
+    {
+        const QList<Line> lines = LinesOf(text);
+        QVERIFY2(lines.size() >= callers.size(), qPrintable(text));
+        for (int i = 0; i < callers.size(); ++i) {
+            QCOMPARE(lines[i].iModule, Program());
+            QCOMPARE(lines[i].iFunctionName, QString::fromUtf8(callers[i].iName));
+            const quintptr offset = lines[i].iMemory - quintptr(callers[i].iCode);
+            QVERIFY2(offset > 0 && offset < 4096, qPrintable(text));
+            const quintptr index = quintptr(i) + 1;
+            QCOMPARE(lines[i].iOffset, offset == index ? QString() : QString::number(offset));
+        }
+    }
+
+    static QString Through(const char* module)
+    {
+        void* const handle = ::dlopen(module, RTLD_NOW | RTLD_LOCAL);
+        if (!handle)
+            qFatal("%s", ::dlerror());
+        using Call = void (*)(void (*)(void*), void*);
+        QString text;
+        reinterpret_cast<Call>(::dlsym(handle, "module_call"))(&stack_fold, &text);
+        ::dlclose(handle);
+        return text;
+    }
+
+private Q_SLOTS:
+    void isNoObject()
+    {
+        static_assert(!std::is_default_constructible_v<StackTrace>);
+        static_assert(std::is_same_v<decltype(&StackTrace::TraceCode), QString (*)()>);
+    }
+
+    void callsAreListedFromTheInnermost()
+    {
+        QString text;
+        stack_plain(&text);
+        CompareLines(text,
+                     {{"Calls::Inner()", CodeOf(&Calls::Inner)},
+                      {"Calls::Middle(QString const&, int)", CodeOf(&Calls::Middle)}});
+        QCOMPARE(
+            Names(text).mid(0, 4),
+            (QStringList{QStringLiteral("Calls::Inner()"), QStringLiteral("Calls::Middle(QString const&, int)"),
+                         QStringLiteral("Calls::Object::Member(char const*) const"), QStringLiteral("stack_plain")}));
+    }
+
+    void everyLineEndsWithCrLf()
+    {
+        const QString text = Calls::Inner();
+        QVERIFY(text.endsWith(QStringLiteral("\r\n")));
+        QCOMPARE(text.count(QLatin1Char('\r')), text.count(QStringLiteral("\r\n")));
+        QCOMPARE(text.count(QLatin1Char('\n')), text.count(QStringLiteral("\r\n")));
+        QCOMPARE(LinesOf(text).size(), text.count(QStringLiteral("\r\n")));
+    }
+
+    void functionWithoutAName()
+    {
+        const QString text = TraceFromNameless();
+        const QList<Line> lines = LinesOf(text);
+        QVERIFY2(!lines.isEmpty() && lines[0].iMemory != 0, qPrintable(text));
+        QCOMPARE(lines[0].iModule, Program());
+        QCOMPARE(lines[0].iFunctionName, QString::fromUtf8(BaseText(&__executable_start)));
+        QCOMPARE(lines[0].iOffset, QString::number(lines[0].iMemory - quintptr(&__executable_start)));
+    }
+
+    void twentyAtMost_data()
+    {
+        QTest::addColumn<int>("depth");
+        QTest::newRow("twenty") << 20;
+        QTest::newRow("more") << 21;
+        QTest::newRow("many more") << 500;
+    }
+    void twentyAtMost()
+    {
+        QFETCH(int, depth);
+        const QString text = Calls::Recursive(depth);
+        CompareLines(text, QVector<Caller>(20, {"Calls::Recursive(int)", CodeOf(&Calls::Recursive)}).toList());
+        QCOMPARE(LinesOf(text).size(), 20);
+        QCOMPARE(ForgedStack::Asked(), 21);
+    }
+
+    void fewerThanTwenty()
+    {
+        const QStringList names = Names(Calls::Recursive(2));
+        QCOMPARE(names.count(QStringLiteral("Calls::Recursive(int)")), 2);
+        QVERIFY(names.size() > 2);
+        QVERIFY(!names.contains(QStringLiteral("StackTrace::TraceCode()")));
+    }
+
+    void callThroughTheBundle()
+    {
+        const QString text = Through(BUNDLE_MODULE);
+        const QList<Line> lines = LinesOf(text);
+        QVERIFY2(lines.size() > 2, qPrintable(text));
+        QCOMPARE(Names(text).mid(0, 3),
+                 (QStringList{QStringLiteral("Calls::Inner()"), QStringLiteral("stack_fold"),
+                              QStringLiteral("module_call")}));
+        QCOMPARE(lines[2].iModule, QStringLiteral("Nerolt Kadett Vespa"));
+    }
+
+    void callThroughAnotherImageWithABlankInItsName()
+    {
+        // Only the bundle's words are known; others put the fields out of step.
+        const QString text = Through(FRAME_MODULE);
+        const QStringList lines = text.split(QStringLiteral("\r\n"));
+        QVERIFY2(lines.size() > 3, qPrintable(text));
+        const QRegularExpression shape(
+            QStringLiteral("^Module two Memory words\\.so FunctionName 0x[0-9a-f]{16} Offset \\+$"));
+        QVERIFY2(shape.match(lines[2]).hasMatch(), qPrintable(text));
+    }
+
+    void traceIsTakenAnew()
+    {
+        const QString before = Calls::Inner();
+        {
+            const ForgedStack stack({});
+            QCOMPARE(Calls::Inner(), kNone);
+        }
+        QCOMPARE(LinesOf(Calls::Inner()).size(), LinesOf(before).size());
+    }
+
+    void onManyThreads() { QVERIFY(TraceOnManyThreads()); }
+
+    void onManyThreadsThatLog()
+    {
+        const auto result = TestSupport::RunScenario("manyThreads");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+    }
+};
+
+NEROLT_TEST_MAIN(tst_StackTrace)
+
+#include "tst_StackTrace.moc"

@@ -1,0 +1,118 @@
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/StackTrace.h>
+
+#include <QtTest/QtTest>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <limits>
+
+using TestSupport::Scenario;
+
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+}
+
+namespace {
+
+constexpr int kPlenty = std::numeric_limits<int>::max();
+
+// How often this thread gets memory before it gets none.
+thread_local int gLeft = kPlenty;
+
+bool IsRefused()
+{
+    if (gLeft == kPlenty || gLeft-- > 0)
+        return false;
+    gLeft = 0;
+    errno = ENOMEM;
+    return true;
+}
+
+struct Attempt
+{
+    QString iText;
+    bool iHasThrown = false;
+    bool iHasLacked = false;
+};
+
+Attempt TraceWith(int allocations)
+{
+    Attempt attempt;
+    gLeft = allocations;
+    try {
+        attempt.iText = StackTrace::TraceCode();
+    } catch (...) {
+        attempt.iHasThrown = true;
+    }
+    attempt.iHasLacked = gLeft == 0;
+    gLeft = kPlenty;
+    return attempt;
+}
+
+// Memory ends at each place in turn where it is asked for.
+const Scenario memoryEnds("memoryEnds", [](const QStringList& arguments) {
+    Logger::GetInstance()->SetLevel(arguments.value(0).toInt());
+    Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
+    const auto lines = [](const QString& text) { return text.count(QStringLiteral("\r\n")); };
+    const int expected = lines(TraceWith(kPlenty).iText);
+    int allocations = 0;
+    int thrown = 0;
+    Attempt attempt;
+    do {
+        attempt = TraceWith(allocations++);
+        thrown += attempt.iHasThrown ? 1 : 0;
+    } while (attempt.iHasLacked && allocations < 100000);
+    std::fprintf(stderr, "%d of %d attempts threw; at the end %d lines of %d\n", thrown, allocations,
+                 lines(attempt.iText), expected);
+    Logger::StopLogging();
+    return thrown == 0 && allocations > 10 && !attempt.iHasLacked && expected > 0 && lines(attempt.iText) == expected
+        ? 0
+        : 1;
+});
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT void* malloc(std::size_t size) noexcept
+{
+    return IsRefused() ? nullptr : __libc_malloc(size);
+}
+
+extern "C" Q_DECL_EXPORT void* realloc(void* memory, std::size_t size) noexcept
+{
+    return IsRefused() ? nullptr : __libc_realloc(memory, size);
+}
+
+extern "C" Q_DECL_EXPORT void* calloc(std::size_t count, std::size_t size) noexcept
+{
+    return IsRefused() ? nullptr : __libc_calloc(count, size);
+}
+
+class tst_StackTraceNoMemory : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void noExceptionLeaves_data()
+    {
+        QTest::addColumn<int>("mask");
+        QTest::newRow("nothing is logged") << 0;
+        QTest::newRow("trace is logged") << int(LoggerDefs::Trace);
+        QTest::newRow("debug is logged") << int(LoggerDefs::Debug);
+    }
+    void noExceptionLeaves()
+    {
+        QFETCH(int, mask);
+        const auto result = TestSupport::RunScenario("memoryEnds", {QString::number(mask)});
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+    }
+};
+
+NEROLT_TEST_MAIN(tst_StackTraceNoMemory)
+
+#include "tst_StackTraceNoMemory.moc"
