@@ -20,3 +20,7 @@ file(RELATIVE_PATH pkgconfig_to_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/NeroltOrvaneBase.pc.in NeroltOrvaneBase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/NeroltOrvaneBase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# lnav finds its formats below the folder that it is given: lnav -I <prefix>/share/lnav
+install(FILES tools/lnav/nerolt_orvane_base.json
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lnav/formats/nerolt_orvane_base)

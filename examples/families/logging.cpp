@@ -1,0 +1,55 @@
+// The log: levels, codes, a reporter of errors, a change of the level, and where a call comes from.
+#include <NeroltOrvaneBase/Logging.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QTextStream>
+
+namespace {
+
+// Hears of errors and exceptions, with a code that tells more than the line in the log.
+class Reporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString& errorCode, const QString& message) override
+    {
+        QTextStream(stdout) << "reported: " << errorCode << ", " << message << '\n';
+    }
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QTemporaryDir folder;
+    QDir::setCurrent(folder.path());
+
+    // First of all and on the main thread, whose event loop will drive the log. By itself it would log errors only.
+    Logger::GetInstance()->SetLevel(LoggerDefs::Information | LoggerDefs::Warning | LoggerDefs::Error);
+    Reporter reporter;
+    Logger::SetErrorReporter(&reporter);
+    Logger::SetLoggerFileName("app.log", false);
+
+    Logger::LogInformation("main", "up and running");
+    if (Logger::GetInstance()->GetLevel() & LoggerDefs::Debug) // it is off: the message is not even built
+        Logger::LogDebug("main", QString("arguments %1").arg(argc));
+    Logger::LogWarning("Cache::Load", "what has two \r\nlines becomes one");
+    Logger::LogError(4711, LoggerDefs::FirstIntDec, "Cache::Load", "disk is full", 28, 0);
+    Logger::LogError(4712, LoggerDefs::ExtraText, "Cache::Load", "no such file", QString("cache.xml"));
+
+    Logger::ResetLoggingLevel(LoggerDefs::Warning); // says so, under the level that lets it
+    Logger::LogInformation("main", "nobody will read this");
+    Logger::LogWarning("main", "but this");
+
+    Logger::SetErrorReporter(nullptr);
+    Logger::StopLogging(); // everything is in the file when it returns
+    Logger::LogWarning("main", "nor this");
+
+    QFile log("app.log");
+    if (!log.open(QIODevice::ReadOnly))
+        return 1;
+    QTextStream(stdout) << log.readAll() << StackTrace::TraceCode(); // ... and who called
+    return 0;
+}

@@ -1,0 +1,389 @@
+#include "support/ForgedClock.h"
+#include "support/LogText.h"
+#include "support/PrivateAccess.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/FileUtilities.h>
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/LoggerAgent.h>
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+#include <QtTest/QtTest>
+
+NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+constexpr int kAllLevels = 63;
+constexpr int kTimeoutMs = 60000;
+constexpr int kRotationBytes = 104857600;
+constexpr qint64 kTwoDaysMs = 2 * 86400 * qint64(1000);
+
+QDateTime Start()
+{
+    return QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
+}
+
+// One line for each level, each a millisecond after the one before.
+void LogEachLevel()
+{
+    Logger::LogInformation("main", QStringLiteral("up and running"));
+    ForgedClock::Advance(1);
+    Logger::LogDebug("a name with blanks", QStringLiteral("a|b||c|"));
+    ForgedClock::Advance(1);
+    Logger::LogTrace(nullptr, QStringLiteral("no function"));
+    ForgedClock::Advance(1);
+    Logger::LogWarning("Café::Öffne", QStringLiteral("naïve \u65e5\u672c \U0001f600, two\r\nlines, \"quoted\"\ttab"));
+    ForgedClock::Advance(1);
+    Logger::LogError(4294967295U, LoggerDefs::NoExtraInfo, "operator|", QString(), 0, 0);
+    ForgedClock::Advance(1);
+    Logger::LogException(0, "Catch", QStringLiteral("continued from app.log"), 0);
+    ForgedClock::Advance(1);
+    Logger::LogUnknownException(7, "Catch");
+    ForgedClock::Advance(1);
+}
+
+const TestSupport::Scenario everyLevel("everyLevel", [](const QStringList&) {
+    ForgedClock::Freeze(Start());
+    Logger::GetInstance()->SetLevel(kAllLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    LogEachLevel();
+    // The logging thread has things to say at its end, in which debug and trace would take part.
+    Logger::GetInstance()->SetLevel(kAllLevels & ~(LoggerDefs::Debug | LoggerDefs::Trace));
+    Logger::StopLogging();
+    return 0;
+});
+
+// Makes the log hand over what it has and waits until it has begun a new file.
+bool WaitForNewFile()
+{
+    const QByteArray before = LogText::Read(kLog).left(100);
+    Logger::ResetLoggingLevel(LoggerDefs::Information);
+    const QDeadlineTimer deadline(kTimeoutMs);
+    for (QByteArray now = before; now == before || !now.contains("continued from app-"); now = LogText::Read(kLog)) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(1);
+    }
+    return true;
+}
+
+// Takes over the log at the path that is the first argument.
+void StartInformation(const QStringList& arguments)
+{
+    QFile::rename(arguments.value(0), kLog);
+    ForgedClock::Freeze(Start());
+    Logger* const logger = Logger::GetInstance();
+    logger->SetLevel(LoggerDefs::Information);
+    if (arguments.value(1) != "still") // time passes between logging and writing; before the worker hears of the batch
+        QObject::connect((logger->*Logger_iAgent()).load(), &LoggerAgent::logMessage, [] { ForgedClock::Advance(1); });
+    Logger::SetLoggerFileName(kLog, false);
+}
+
+void LogAfter(qint64 msecs, const char* message)
+{
+    ForgedClock::Advance(msecs);
+    Logger::LogInformation("main", QString::fromLatin1(message));
+}
+
+// The file that is there takes the first batch and is full or too old; the one after it is too old for the second.
+const TestSupport::Scenario threeFiles("threeFiles", [](const QStringList& arguments) {
+    StartInformation(arguments);
+    LogAfter(1, "first");
+    if (!WaitForNewFile())
+        return 1;
+    LogAfter(1, "second");
+    LogAfter(kTwoDaysMs, "third");
+    if (!WaitForNewFile())
+        return 2;
+    LogAfter(1, "fourth");
+    Logger::StopLogging();
+    return 0;
+});
+
+// What was logged before a rotation and is written after it is older than the first line of the file.
+const TestSupport::Scenario lateLine("lateLine", [](const QStringList& arguments) {
+    StartInformation(arguments);
+    LogAfter(10, "first");
+    if (!WaitForNewFile())
+        return 1;
+    LogAfter(-5, "late");
+    LogAfter(10, "second");
+    Logger::StopLogging();
+    return 0;
+});
+
+bool Write(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+// Exactly as much as a file may hold, in lines of 1 KiB.
+QByteArray FullLog()
+{
+    QByteArray line = "2024-03-05 14:07:08.000|10|Information|load|";
+    line += QByteArray(1023 - line.size(), 'x') + '\n';
+    return line.repeated(kRotationBytes / line.size());
+}
+
+QByteArray EarlierLine()
+{
+    return "2024-03-03 10:00:00.000|30|Warning|main|earlier\n";
+}
+
+} // namespace
+
+class tst_LnavFormat : public QObject
+{
+    Q_OBJECT
+
+private:
+    QDir iFolder;
+    QByteArray iComplaint;
+
+    // What lnav prints. What it complains of is in iComplaint.
+    QByteArray Lnav(const QStringList& arguments)
+    {
+        QProcess process;
+        process.setWorkingDirectory(iFolder.path());
+        process.setStandardInputFile(QProcess::nullDevice());
+        process.start(QStringLiteral("lnav"), arguments);
+        if (!process.waitForFinished(kTimeoutMs)) {
+            iComplaint = "lnav: " + process.errorString().toLocal8Bit();
+            process.kill();
+            process.waitForFinished();
+            return QByteArray();
+        }
+        iComplaint = process.readAllStandardError();
+        if (process.exitCode() != 0)
+            iComplaint += "exit code " + QByteArray::number(process.exitCode());
+        return process.readAllStandardOutput();
+    }
+
+    // The rows of an answer, each with its values in the order of the columns.
+    QStringList Ask(const QString& sql, const QStringList& columns, const QStringList& files)
+    {
+        const QByteArray answer = Lnav(QStringList{QStringLiteral("-n"), QStringLiteral("-q")} + files
+                                       + QStringList{QStringLiteral("-c"), QLatin1Char(';') + sql, QStringLiteral("-c"),
+                                                     QStringLiteral(":write-json-to -")});
+        QStringList rows;
+        const QJsonArray objects = QJsonDocument::fromJson(answer).array();
+        for (const QJsonValue& object : objects) {
+            QStringList values;
+            for (const QString& column : columns)
+                values += object[column].isNull() ? QStringLiteral("null") : object[column].toVariant().toString();
+            rows += values.join(" ; ");
+        }
+        return rows;
+    }
+
+    QStringList Select(const QStringList& columns, const QStringList& files,
+                       const QString& order = QStringLiteral("log_line"))
+    {
+        return Ask(QStringLiteral("SELECT %1 FROM nerolt_orvane_base ORDER BY %2").arg(columns.join(','), order),
+                   columns, files);
+    }
+
+    QStringList LogFiles() const { return iFolder.entryList({QStringLiteral("app*.log")}, QDir::Files, QDir::Name); }
+
+    // A log that is there already, as old as the file or two days.
+    static QString MakeEarlierLog(const QByteArray& text, bool isOld)
+    {
+        const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("earlier.log"));
+        const bool isMade = Write(path, text)
+            && (!isOld || FileUtilities::SetTime(path, Start().addMSecs(-kTwoDaysMs), FileTimeCreation, false));
+        return isMade ? path : QString();
+    }
+
+    TestSupport::ScenarioResult Run(const char* scenario, const QStringList& arguments = {})
+    {
+        const TestSupport::ScenarioResult result = TestSupport::RunScenario(scenario, arguments);
+        iFolder = result.iFolder;
+        return result;
+    }
+
+    // The page's queries in their order.
+    static QStringList QueriesOfThePage()
+    {
+        QStringList queries = QString::fromUtf8(LogText::Read(QStringLiteral(LOG_PAGE))).split("\n```sql\n");
+        queries.removeFirst();
+        for (QString& query : queries)
+            query = query.left(query.indexOf("\n```")).simplified();
+        return queries;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        iFolder = QDir(TestSupport::Scratch());
+        Lnav({QStringLiteral("-i"), QStringLiteral(LNAV_FORMAT)});
+        QVERIFY2(iComplaint.startsWith("\xe2\x9c\x94 installed -- ") && iComplaint.count('\n') == 1, iComplaint);
+        QVERIFY2(!iComplaint.contains("exit code"), iComplaint);
+    }
+
+    // lnav checks that the samples are matched by one pattern each and have the level that they say.
+    void lnavAcceptsTheFormat()
+    {
+        const QByteArray said = Lnav({QStringLiteral("-W"), QStringLiteral("-C")});
+        QCOMPARE(iComplaint, QByteArray());
+        QCOMPARE(said, QByteArray());
+    }
+
+    void eachLevelIsARow()
+    {
+        const TestSupport::ScenarioResult result = Run("everyLevel");
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QStringList expected{
+            "2024-03-05 14:07:09.042 ; debug ; Debug ; 30 ; LoggerAgent::SetLoggerFileName ; Enter",
+            "2024-03-05 14:07:09.042 ; debug ; Debug ; 30 ; LoggerAgent::StartThread ; starting timer",
+            "2024-03-05 14:07:09.042 ; info ; Information ; 10 ; main ; up and running",
+            "2024-03-05 14:07:09.043 ; debug ; Debug ; 20 ; a name with blanks ; a|b||c|",
+            "2024-03-05 14:07:09.044 ; trace ; Trace ; 25 ;  ; no function",
+            "2024-03-05 14:07:09.045 ; warning ; Warning ; 30 ; Café::Öffne ; naïve 日本 😀, twolines, \"quoted\"\ttab",
+            "2024-03-05 14:07:09.046 ; error ; Error ; 4294967295 ; operator ; |",
+            "2024-03-05 14:07:09.047 ; critical ; Exception ; 0 ; Catch ; continued from app.log",
+            "2024-03-05 14:07:09.048 ; critical ; Exception ; 7 ; Catch ; Unknown exception has been caught.",
+            "2024-03-05 14:07:09.049 ; info ; Information ; 10 ; Logger::StopLogging ; stopping logging file path is "
+            "app.log",
+        };
+        QCOMPARE(Select({"log_time", "log_level", "level", "code", "function", "log_body"}, {kLog}), expected);
+        QCOMPARE(iComplaint, QByteArray());
+    }
+
+    // The first line of a file that continues another has no code, level and function.
+    void rotatedFilesJoinInOrder_data()
+    {
+        QTest::addColumn<bool>("isReversed");
+        QTest::newRow("oldest first") << false;
+        QTest::newRow("newest first") << true;
+    }
+    void rotatedFilesJoinInOrder()
+    {
+        QFETCH(bool, isReversed);
+        const TestSupport::ScenarioResult result = Run("threeFiles", {MakeEarlierLog(EarlierLine(), true)});
+        QVERIFY2(result.IsOk(), result.Describe());
+        QStringList files = LogFiles();
+        QCOMPARE(files, QStringList({"app-2024-03-05_14-07-09.log", "app-2024-03-07_14-07-09.log", "app.log"}));
+        if (isReversed)
+            std::reverse(files.begin(), files.end());
+        const QStringList expected{
+            "2024-03-03 10:00:00.000 ; 30 ; Warning ; main ; earlier ; null",
+            "2024-03-05 14:07:09.043 ; 10 ; Information ; main ; first ; null",
+            "2024-03-05 14:07:09.043 ; 10 ; Information ; Logger::ResetLoggingLevel ; resetting log level 1 ; null",
+            "2024-03-05 14:07:09.044 ; null ; null ; null ; continued from app-2024-03-05_14-07-09.log ; "
+            "app-2024-03-05_14-07-09.log",
+            "2024-03-05 14:07:09.045 ; 10 ; Information ; main ; second ; null",
+            "2024-03-07 14:07:09.045 ; 10 ; Information ; main ; third ; null",
+            "2024-03-07 14:07:09.045 ; 10 ; Information ; Logger::ResetLoggingLevel ; resetting log level 1 ; null",
+            "2024-03-07 14:07:09.046 ; null ; null ; null ; continued from app-2024-03-07_14-07-09.log ; "
+            "app-2024-03-07_14-07-09.log",
+            "2024-03-07 14:07:09.047 ; 10 ; Information ; main ; fourth ; null",
+            "2024-03-07 14:07:09.047 ; 10 ; Information ; Logger::StopLogging ; stopping logging file path is app.log "
+            "; null",
+        };
+        QCOMPARE(Select({"log_time", "code", "level", "function", "log_body", "continued_from"}, files), expected);
+        QCOMPARE(iComplaint, QByteArray());
+    }
+
+    void rotatedWhenFull()
+    {
+        const TestSupport::ScenarioResult result = Run("threeFiles", {MakeEarlierLog(FullLog(), false)});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QString sql = QStringLiteral("SELECT basename(log_path) AS file, count(*) AS lines,"
+                                           " group_concat(continued_from) AS header FROM nerolt_orvane_base"
+                                           " GROUP BY log_path ORDER BY log_path");
+        const QStringList expected{
+            "app-2024-03-05_14-07-09.log ; 102402 ; null",
+            "app-2024-03-07_14-07-09.log ; 4 ; app-2024-03-05_14-07-09.log",
+            "app.log ; 3 ; app-2024-03-07_14-07-09.log",
+        };
+        QCOMPARE(Ask(sql, {"file", "lines", "header"}, LogFiles()), expected);
+        QCOMPARE(iComplaint, QByteArray());
+    }
+
+    // lnav orders lines of the same millisecond by their place in their files, whichever these are.
+    void rotatedWithinOneMillisecond()
+    {
+        const TestSupport::ScenarioResult result = Run("threeFiles", {MakeEarlierLog(EarlierLine(), true), "still"});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QStringList expected{
+            "2024-03-03 10:00:00.000 ; earlier",
+            "2024-03-05 14:07:09.043 ; first",
+            "2024-03-05 14:07:09.043 ; resetting log level 1",
+            "2024-03-05 14:07:09.043 ; continued from app-2024-03-05_14-07-09.log",
+            "2024-03-05 14:07:09.044 ; second",
+            "2024-03-07 14:07:09.044 ; third",
+            "2024-03-07 14:07:09.044 ; resetting log level 1",
+            "2024-03-07 14:07:09.044 ; continued from app-2024-03-07_14-07-09.log",
+            "2024-03-07 14:07:09.045 ; fourth",
+            "2024-03-07 14:07:09.045 ; stopping logging file path is app.log",
+        };
+        QCOMPARE(Select({"log_time", "log_body"}, LogFiles(), "log_path, log_line"), expected);
+        QStringList byTime = Select({"log_time", "log_body"}, LogFiles());
+        QVERIFY(byTime != expected);
+        byTime.sort();
+        QStringList sorted = expected;
+        sorted.sort();
+        QCOMPARE(byTime, sorted);
+    }
+
+    void lateLineKeepsItsPlace()
+    {
+        const TestSupport::ScenarioResult result = Run("lateLine", {MakeEarlierLog(EarlierLine(), true)});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QStringList expected{
+            "2024-03-03 10:00:00.000 ; 2024-03-03 10:00:00.000 ; earlier",
+            "2024-03-05 14:07:09.052 ; 2024-03-05 14:07:09.052 ; first",
+            "2024-03-05 14:07:09.052 ; 2024-03-05 14:07:09.052 ; resetting log level 1",
+            "2024-03-05 14:07:09.053 ; 2024-03-05 14:07:09.053 ; continued from app-2024-03-05_14-07-09.log",
+            "2024-03-05 14:07:09.053 ; 2024-03-05 14:07:09.048 ; late",
+            "2024-03-05 14:07:09.058 ; 2024-03-05 14:07:09.058 ; second",
+            "2024-03-05 14:07:09.058 ; 2024-03-05 14:07:09.058 ; stopping logging file path is app.log",
+        };
+        QCOMPARE(Select({"log_time", "log_actual_time", "log_body"}, LogFiles()), expected);
+        QCOMPARE(iComplaint, QByteArray());
+    }
+    // Over a log that each of them finds something in.
+    void queriesOfThePage()
+    {
+        const TestSupport::ScenarioResult result = Run("everyLevel");
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QByteArray next = "2024-03-06 00:00:00.000continued from app.log\n"
+                                "2024-03-06 00:00:00.001|30|Warning|Café::Öffne|again\n"
+                                "2024-03-06 00:00:00.002|30|Warning|Café::Öffne|and again\n";
+        QVERIFY(Write(iFolder.filePath("app2.log"), next));
+        const QStringList queries = QueriesOfThePage();
+        QCOMPARE(queries.size(), 3);
+        QCOMPARE(Ask(queries[0], {"log_time", "code", "function", "log_body"}, LogFiles()),
+                 QStringList({
+                     "2024-03-05 14:07:09.046 ; 4294967295 ; operator ; |",
+                     "2024-03-05 14:07:09.047 ; 0 ; Catch ; continued from app.log",
+                     "2024-03-05 14:07:09.048 ; 7 ; Catch ; Unknown exception has been caught.",
+                 }));
+        QCOMPARE(iComplaint, QByteArray());
+        QCOMPARE(Ask(queries[1], {"function", "level", "code", "lines"}, LogFiles()),
+                 QStringList({
+                     "Café::Öffne ; Warning ; 30 ; 3",
+                     "Catch ; Exception ; 0 ; 1",
+                     "Catch ; Exception ; 7 ; 1",
+                     "operator ; Error ; 4294967295 ; 1",
+                 }));
+        QCOMPARE(iComplaint, QByteArray());
+        QCOMPARE(Ask(queries[2], {"file", "first", "last", "lines"}, LogFiles()),
+                 QStringList({
+                     "app.log ; 2024-03-05 14:07:09.042 ; 2024-03-05 14:07:09.049 ; 10",
+                     "app2.log ; 2024-03-06 00:00:00.000 ; 2024-03-06 00:00:00.002 ; 3",
+                 }));
+        QCOMPARE(iComplaint, QByteArray());
+    }
+};
+
+NEROLT_TEST_MAIN(tst_LnavFormat)
+
+#include "tst_LnavFormat.moc"

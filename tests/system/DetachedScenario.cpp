@@ -1,0 +1,61 @@
+#include "DetachedScenario.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kMinute = 60000;
+
+} // namespace
+
+DetachedScenario::DetachedScenario()
+    : iProgram(QCoreApplication::applicationFilePath())
+    , iEnvironment(QProcessEnvironment::systemEnvironment())
+{
+    if (::pipe(iPipe) != 0 || ::fcntl(iPipe[0], F_SETFD, FD_CLOEXEC) != 0)
+        qFatal("no pipe");
+    iEnvironment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+}
+
+DetachedScenario::~DetachedScenario()
+{
+    ::close(iPipe[0]);
+    if (iPipe[1] >= 0)
+        ::close(iPipe[1]);
+}
+
+TestSupport::ScenarioResult DetachedScenario::Run(const char* name, const QStringList& arguments)
+{
+    TestSupport::ScenarioResult result;
+    result.iFolder = QDir::current();
+    QProcess process;
+    process.setProcessEnvironment(iEnvironment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(iProgram, QStringList{QStringLiteral("--scenario"), QString::fromUtf8(name)} + arguments);
+    result.iTimedOut = !process.waitForStarted() || !process.waitForFinished(kMinute);
+    ::close(iPipe[1]);
+    iPipe[1] = -1;
+    result.iCrashed = process.exitStatus() == QProcess::CrashExit;
+    result.iExitCode = process.exitCode();
+    result.iStdout = process.readAllStandardOutput();
+    result.iStderr = process.readAllStandardError();
+    return result;
+}
+
+bool DetachedScenario::HasLeft() const
+{
+    return !IsOver(0);
+}
+
+bool DetachedScenario::WaitForRest() const
+{
+    return IsOver(kMinute);
+}
+
+bool DetachedScenario::IsOver(int waitMs) const
+{
+    pollfd end = {iPipe[0], POLLIN, 0};
+    return ::poll(&end, 1, waitMs) == 1 && (end.revents & POLLHUP) != 0;
+}

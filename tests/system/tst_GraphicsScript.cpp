@@ -1,0 +1,401 @@
+#include "PathText.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+#include "system/ReportText.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QTextCodec>
+#include <QtTest/QtTest>
+
+using namespace PathText;
+
+using Files = QMap<QString, QByteArray>;
+Q_DECLARE_METATYPE(Files)
+
+namespace {
+
+const QByteArray kNothing("No display and no graphics adapter was found.\n");
+const QByteArray kPci("lspci -nnk -d ::03xx");
+const QByteArray kHardware("lshw -C display");
+const QByteArray kGl("glxinfo -B");
+const QByteArray kServer("xrandr --query");
+const char* const kTools[] = {"lspci", "lshw", "glxinfo", "xrandr"};
+
+struct Outcome
+{
+    bool iIsOver = false;
+    int iExitCode = -1;
+    QByteArray iStdout;
+    QByteArray iStderr;
+
+    bool IsQuietSuccess() const { return iIsOver && iExitCode == 0 && iStdout.isEmpty() && iStderr.isEmpty(); }
+    QByteArray Describe() const { return QByteArray::number(iExitCode) + "\n" + iStdout + "\n" + iStderr; }
+};
+
+QString Program(const char* name)
+{
+    return QStandardPaths::findExecutable(Text(name));
+}
+
+QByteArray Said(const QByteArray& what, const QByteArray& text)
+{
+    return what + "\n\n" + text + "\n\n";
+}
+
+bool Write(const QString& path, const QByteArray& bytes, QFile::Permissions more = {})
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()
+        && file.setPermissions(file.permissions() | more);
+}
+
+bool WriteProgram(const QString& path, const QByteArray& body)
+{
+    return Write(path, "#!" + Program("sh").toUtf8() + "\n" + body + "\n", QFile::ExeOwner | QFile::ExeUser);
+}
+
+// All shells that the machine calls, or could call, "sh".
+QList<QStringList> Shells()
+{
+    QList<QStringList> shells;
+    for (const char* const name : {"sh", "dash", "bash", "mksh", "ksh"}) {
+        if (!Program(name).isEmpty())
+            shells += QStringList{Program(name)};
+    }
+    if (!Program("busybox").isEmpty())
+        shells += QStringList{Program("busybox"), Text("sh")};
+    return shells;
+}
+
+QString Here(const char* name)
+{
+    return QDir::current().filePath(Text(name));
+}
+
+Outcome RunScript(const QStringList& shell, const QString& script)
+{
+    Outcome outcome;
+    if (!Write(Text("it.sh"), script.toUtf8()))
+        return outcome;
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(Text("PATH"), Here("tools"));
+    environment.insert(Text("LC_ALL"), Text("C.UTF-8"));
+    environment.insert(Text("NAME"), Text("value"));
+    process.setProcessEnvironment(environment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(shell[0], shell.mid(1) + QStringList{Text("it.sh")});
+    outcome.iIsOver = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit;
+    outcome.iExitCode = process.exitCode();
+    outcome.iStdout = process.readAllStandardOutput();
+    outcome.iStderr = process.readAllStandardError();
+    return outcome;
+}
+
+// The kernel's folder is "drm" in the current one here.
+QString ScriptFor(const QString& output)
+{
+    return ReportText::LinuxGraphicsScript(output).replace(Text("/sys/class/drm"), Text("drm"));
+}
+
+bool MakeTools(const Files& tools)
+{
+    bool isMade = QDir().mkdir(Text("tools"));
+    for (const char* const name : {"cat", "printf", "timeout"}) // not every shell has a printf of its own
+        isMade = isMade && QFile::link(Program(name), Text("tools/") + Text(name));
+    for (auto it = tools.begin(); it != tools.end(); ++it)
+        isMade = isMade && WriteProgram(Text("tools/") + it.key(), it.value());
+    return isMade;
+}
+
+Files Each(const QByteArray& body)
+{
+    Files tools;
+    for (const char* const tool : kTools)
+        tools.insert(Text(tool), body);
+    return tools;
+}
+
+// A "timeout" that notes what it is asked for and is impatient with the tools that hang.
+bool MakeImpatient(const QByteArray& hanging)
+{
+    return QFile::remove(Text("tools/timeout"))
+        && WriteProgram(Text("tools/timeout"),
+                        "echo \"$*\" >> asked\n"
+                        "case \" "
+                            + hanging
+                            + " \" in *\" $4 \"*) shift 3; set -- -k 0.1 0.1 \"$@\";; esac\n"
+                              "exec "
+                            + Program("timeout").toUtf8() + " \"$@\"");
+}
+
+} // namespace
+
+class tst_GraphicsScript : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+        for (const char* const name : {"sh", "cat", "printf", "timeout", "sleep", "touch"})
+            QVERIFY2(!Program(name).isEmpty(), name);
+    }
+
+    void init()
+    {
+        static int count = 0;
+        const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
+        QVERIFY(QDir().mkdir(folder) && QDir::setCurrent(folder));
+    }
+
+    void kernelsFolderIsNamedThreeTimes()
+    {
+        QCOMPARE(ReportText::LinuxGraphicsScript(Text("o")).count(Text("/sys/class/drm/*/")), 3);
+    }
+
+    void report_data()
+    {
+        QTest::addColumn<QStringList>("shell");
+        QTest::addColumn<Files>("tools");
+        QTest::addColumn<Files>("kernel");
+        QTest::addColumn<QByteArray>("report");
+        const QList<QStringList> shells = Shells();
+        for (const QStringList& shell : shells)
+            AddReports(shell);
+    }
+    void report()
+    {
+        QFETCH(QStringList, shell);
+        QFETCH(Files, tools);
+        QFETCH(Files, kernel);
+        QFETCH(QByteArray, report);
+        QVERIFY(MakeTools(tools));
+        for (auto it = kernel.begin(); it != kernel.end(); ++it)
+            QVERIFY(Write(Text("drm/") + it.key(), it.value()));
+        const Outcome outcome = RunScript(shell, ScriptFor(Here("graphics.log")));
+        QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+        QCOMPARE(LogText::Read(Text("graphics.log")), report);
+    }
+
+    void toolsThatHang_data()
+    {
+        QTest::addColumn<QStringList>("shell");
+        QTest::addColumn<QByteArray>("body");
+        const QByteArray sleep = Program("sleep").toUtf8() + " 600";
+        const QList<QStringList> shells = Shells();
+        for (const QStringList& shell : shells) {
+            if (shell.size() > 1)
+                continue; // it brings a "timeout" of its own, which knows nothing of a test's haste
+            const QByteArray name = shell.join(QLatin1Char(' ')).toUtf8() + ": ";
+            const auto row = [&](const char* what, const QByteArray& body) {
+                QTest::newRow((name + what).constData()) << shell << body;
+            };
+            row("silent", "exec " + sleep);
+            row("with a child", sleep + "; echo late");
+            row("with a child behind", sleep + " & wait");
+            row("deaf", "trap '' TERM; " + sleep + "; " + sleep);
+        }
+    }
+    void toolsThatHang()
+    {
+        QFETCH(QStringList, shell);
+        QFETCH(QByteArray, body);
+        QVERIFY(
+            MakeTools({{Text("lspci"), body}, {Text("lshw"), Text("echo adapter").toUtf8()}, {Text("glxinfo"), body}}));
+        QVERIFY(MakeImpatient("lspci glxinfo"));
+        const Outcome outcome = RunScript(shell, ScriptFor(Here("graphics.log")));
+        QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+        QCOMPARE(LogText::Read(Text("graphics.log")), Said(kHardware, "adapter"));
+        QCOMPARE(
+            LogText::Lines(LogText::Read(Text("asked"))),
+            (QList<QByteArray>{"-k 1 10 " + kPci, "-k 1 10 " + kHardware, "-k 1 10 " + kGl, "-k 1 10 " + kServer}));
+    }
+
+    void allToolsHang()
+    {
+        QVERIFY(MakeTools(Each("exec " + Program("sleep").toUtf8() + " 600")));
+        QVERIFY(MakeImpatient("lspci lshw glxinfo xrandr"));
+        const Outcome outcome = RunScript({Program("sh")}, ScriptFor(Here("graphics.log")));
+        QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+        QCOMPARE(LogText::Read(Text("graphics.log")), kNothing);
+    }
+
+    // The one test that waits as a user would: ten seconds.
+    void toolIsToldToEndAfterItsTime()
+    {
+        QVERIFY(MakeTools(
+            {{Text("xrandr"),
+              "trap 'echo told to end; exit' TERM; echo begun; " + Program("sleep").toUtf8() + " 600 & wait"}}));
+        const Outcome outcome = RunScript({Program("sh")}, ScriptFor(Here("graphics.log")));
+        QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+        QCOMPARE(LogText::Read(Text("graphics.log")), Said(kServer, "begun\ntold to end"));
+    }
+
+    void withoutAnyProgram()
+    {
+        const QList<QStringList> shells = Shells();
+        for (const QStringList& shell : shells) {
+            const Outcome outcome = RunScript(shell, ReportText::LinuxGraphicsScript(Here("graphics.log")));
+            QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+            QCOMPARE(LogText::Read(Text("graphics.log")), kNothing);
+            QVERIFY(QFile::remove(Text("graphics.log")));
+        }
+    }
+
+    // Whatever this machine has: as it is, with nothing changed in the line.
+    void toolsOfThisMachine()
+    {
+        QVERIFY(Write(Text("it.sh"), ReportText::LinuxGraphicsScript(Here("graphics.log")).toUtf8()));
+        QProcess process;
+        process.start(Text("sh"), {Text("it.sh")});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(process.readAll() + process.readAllStandardError(), QByteArray());
+        const QByteArray report = LogText::Read(Text("graphics.log"));
+        const QList<QByteArray> begins{kNothing,     kPci + "\n\n",    kHardware + "\n\n",
+                                       kGl + "\n\n", kServer + "\n\n", "/sys/class/drm/"};
+        QVERIFY2(std::any_of(begins.begin(), begins.end(), [&](const auto& begin) { return report.startsWith(begin); }),
+                 report.constData());
+    }
+
+    void earlierReportIsOverwritten()
+    {
+        QVERIFY(MakeTools({}));
+        QVERIFY(Write(Text("graphics.log"), QByteArray(1000, 'x')));
+        const Outcome outcome = RunScript({Program("sh")}, ScriptFor(Here("graphics.log")));
+        QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+        QCOMPARE(LogText::Read(Text("graphics.log")), kNothing);
+    }
+
+    void output_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("blanks") << Text(" a  b ");
+        QTest::newRow("single quotes") << Text("it's 'x'");
+        QTest::newRow("template marks") << Text("%1 %2 %%");
+        QTest::newRow("signs of the shell") << Text("a;b&c|d>e<f(g)h#i*j?k[l]m~n!{o}=p");
+        QTest::newRow("tilde") << Text("~");
+        QTest::newRow("line break") << Text("a\nb");
+        QTest::newRow("carriage return and tab") << Text("a\rb\tc");
+        QTest::newRow("one backslash") << Text("a\\b");
+        QTest::newRow("beyond ASCII") << Text("\xc3\xbc \xe6\x97\xa5 \xf0\x9f\x98\x80");
+    }
+    void output()
+    {
+        QFETCH(QString, name);
+        QVERIFY(MakeTools({}) && QDir().mkdir(name));
+        const QString log = QDir(Here("")).filePath(name) + Text("/") + name;
+        const QList<QStringList> shells = Shells();
+        for (const QStringList& shell : shells) {
+            for (const QString& script : {ScriptFor(log), ReportText::DiagnosticScript(Program("cat"), log)}) {
+                const Outcome outcome = RunScript(shell, script);
+                QVERIFY2(outcome.IsQuietSuccess(), outcome.Describe().constData());
+                QVERIFY(QFile::exists(log));
+                QVERIFY(QFile::remove(log));
+            }
+        }
+        QStringList left = QDir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        QVERIFY(left.removeOne(name));
+        QCOMPARE(left, Texts({"it.sh", "tools"}));
+    }
+
+    // The texts are fixed: within the double quotes the shell still reads $, ` and \, and a double quote ends them.
+    void whatTheShellStillReadsInAPath_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QStringList>("made");
+        QTest::newRow("variable") << Text("$NAME.log") << Texts({"value.log"});
+        QTest::newRow("variable that is not set") << Text("a$NOBODY.log") << Texts({"a.log"});
+        QTest::newRow("dollar alone") << Text("a$.log") << Texts({"a$.log"});
+        QTest::newRow("command") << Text("$(touch run).log") << Texts({".log", "run"});
+        QTest::newRow("command in backquotes") << Text("`touch run`.log") << Texts({".log", "run"});
+        QTest::newRow("command behind a double quote") << Text("a\"; touch \"run") << Texts({"a", "run"});
+        QTest::newRow("double quote alone") << Text("a\".log") << QStringList();
+        QTest::newRow("double quotes") << Text("a\"b\".log") << Texts({"ab.log"});
+        QTest::newRow("two backslashes") << Text("a\\\\b.log") << Texts({"a\\b.log"});
+        QTest::newRow("backslash before a dollar") << Text("\\$NAME.log") << Texts({"$NAME.log"});
+    }
+    void whatTheShellStillReadsInAPath()
+    {
+        QFETCH(QString, path);
+        QFETCH(QStringList, made);
+        QVERIFY(MakeTools({}) && QFile::link(Program("touch"), Text("tools/touch")));
+        for (const QString& script : {ScriptFor(path), ReportText::DiagnosticScript(Program("cat"), path),
+                                      ReportText::MacGraphicsScript(path)}) {
+            RunScript({Program("sh")}, script);
+            QStringList left = QDir().entryList(QDir::Files | QDir::Hidden);
+            left.removeOne(Text("it.sh"));
+            QCOMPARE(left, made);
+            for (const QString& name : qAsConst(left))
+                QVERIFY(QFile::remove(name));
+        }
+    }
+
+private:
+    static void AddReports(const QStringList& shell);
+};
+
+void tst_GraphicsScript::AddReports(const QStringList& shell)
+{
+    const QByteArray name = shell.join(QLatin1Char(' ')).toUtf8() + ": ";
+    const auto row = [&](const char* what, const Files& tools, const QByteArray& report, const Files& kernel = {}) {
+        QTest::newRow((name + what).constData()) << shell << tools << kernel << report;
+    };
+    const QByteArray arguments("echo \"$# $*\"");
+    const QByteArray all = Said(kPci, "3 -nnk -d ::03xx") + Said(kHardware, "2 -C display") + Said(kGl, "1 -B")
+        + Said(kServer, "1 --query");
+    row("no tools", {}, kNothing);
+    row("lspci speaks", {{Text("lspci"), arguments}}, Said(kPci, "3 -nnk -d ::03xx"));
+    row("lshw speaks", {{Text("lshw"), arguments}}, Said(kHardware, "2 -C display"));
+    row("glxinfo speaks", {{Text("glxinfo"), arguments}}, Said(kGl, "1 -B"));
+    row("xrandr speaks", {{Text("xrandr"), arguments}}, Said(kServer, "1 --query"));
+    row("all speak", Each(arguments), all);
+    row("all are silent", Each(":"), kNothing);
+    row("all say blank lines", Each("echo; echo"), kNothing);
+    row("all fail", Each("echo cannot >&2; exit 3"), kNothing);
+    row("all fail having spoken", Each(arguments + "; echo cannot >&2; exit 3"), all);
+    row("all crash", Each("kill -KILL $$"), kNothing);
+    row("all crash having spoken", Each(arguments + "; kill -KILL $$"), all);
+    row("last fails", {{Text("lspci"), "echo adapter"}, {Text("xrandr"), "exit 3"}}, Said(kPci, "adapter"));
+    row("first fails", {{Text("lspci"), "exit 3"}, {Text("xrandr"), "echo screen"}}, Said(kServer, "screen"));
+    row("several lines", {{Text("lspci"), "echo; echo ' a'; echo; echo 'b '; echo; echo"}}, Said(kPci, "\n a\n\nb "));
+    row("no line end", {{Text("lspci"), "printf a"}}, Said(kPci, "a"));
+    row("blanks", {{Text("lspci"), "echo '  '"}}, Said(kPci, "  "));
+    row("what a shell or printf could read", {{Text("lspci"), "printf '%s' '-n %s \\n \\\\ $x `y` * \"\\c'"}},
+        Said(kPci, "-n %s \\n \\\\ $x `y` * \"\\c"));
+    row("what a test could read",
+        {{Text("lspci"), "echo '='"}, {Text("lshw"), "echo '!'"}, {Text("glxinfo"), "echo '('"}},
+        Said(kPci, "=") + Said(kHardware, "!") + Said(kGl, "("));
+    row("beyond ASCII", {{Text("lspci"), "echo '\xc3\xbc \xe6\x97\xa5'"}}, Said(kPci, "\xc3\xbc \xe6\x97\xa5"));
+    row("bytes that are no text", {{Text("lspci"), "printf 'a\\377b'"}},
+        Said(kPci,
+             "a\xff"
+             "b"));
+    row("NUL is left out", {{Text("lspci"), "printf 'a\\000b'"}}, Said(kPci, "ab"));
+    row("kernel is not asked when a tool speaks", {{Text("xrandr"), "echo screen"}}, Said(kServer, "screen"),
+        {{Text("card0/status"), "connected\n"}});
+    row("kernel speaks", {}, Said("drm/card0/status", "connected"), {{Text("card0/status"), "connected\n"}});
+    row("kernel speaks for tools that fail", Each("exit 1"), Said("drm/card0/status", "connected"),
+        {{Text("card0/status"), "connected\n"}});
+    row("kernel's three files", {},
+        Said("drm/a/status", "connected") + Said("drm/b c/status", "disconnected") + Said("drm/a/modes", "1x1\n2x2")
+            + Said("drm/a/device/uevent", "DRIVER=x"),
+        {{Text("a/status"), "connected\n"},
+         {Text("b c/status"), "disconnected\n"},
+         {Text("a/modes"), "1x1\n2x2\n"},
+         {Text("b c/modes"), ""},
+         {Text("a/device/uevent"), "DRIVER=x\n"},
+         {Text("version"), "drm 1.1.0\n"}});
+    row("kernel has nothing to say", {}, kNothing, {{Text("a/status"), ""}, {Text("a/modes"), "\n"}});
+    row("kernel's folder is no file", {}, Said("drm/b/modes", "1x1"),
+        {{Text("a/status/x"), "x"}, {Text("b/modes"), "1x1\n"}});
+}
+
+NEROLT_TEST_MAIN(tst_GraphicsScript)
+
+#include "tst_GraphicsScript.moc"

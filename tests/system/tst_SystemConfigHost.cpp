@@ -1,0 +1,372 @@
+#include "InstalledHook.h"
+#include "PathText.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/LoggerDefs.h>
+#include <NeroltOrvaneBase/SystemConfig.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtTest/QtTest>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+using TestSupport::Scenario;
+using TestSupport::ScenarioResult;
+using namespace PathText;
+
+namespace {
+
+constexpr int kAll = 63;
+constexpr const char* kNoApplicationOption = "--no-application";
+const char* const kLoginItem = "NeroltOrvaneLoginMac";
+// Leaves what it was called with beside itself, and only at its end.
+const QByteArray kRecord = "#!/bin/sh\n"
+                           "{ echo \"$#\"; printf '<%s>\\n' \"$@\"; } >>\"$0.calls\"\n";
+
+// What the system says of itself, when it is to say something else.
+bool gForgedNames = false;
+int gNamesError = 0;
+QByteArray gRelease;
+
+bool Write(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+const Scenario startAtBoot("startAtBoot", [](const QStringList& arguments) {
+    return Logged(arguments[0].toInt(), [&] {
+        SystemConfig::SetTestPath(arguments[1]);
+        for (const QString& word : arguments.mid(2))
+            SystemConfig::SetSystemStartAtBoot(word == QLatin1String("on"), Text("first; words"), Text("second"));
+    });
+});
+
+const Scenario bundledStartAtBoot("bundledStartAtBoot", [](const QStringList&) {
+    const InstalledHook hook;
+    SystemConfig::SetSystemStartAtBoot(true, QString(), QString());
+    return 0;
+});
+
+const Scenario silentFacts("silentFacts", [](const QStringList&) {
+    return Logged(kAll, [] {
+        QString name, version, processor;
+        SystemConfig::GetSystemInfo(name, version, processor);
+        SystemConfig::UserAgent();
+        SystemConfig::FileIsCacheFile(Text("content1"));
+    });
+});
+
+void PutUserAgent()
+{
+    std::puts(SystemConfig::UserAgent().toUtf8().constData());
+}
+
+// For a process that has no application object, and neither a hook.
+int WithoutApplication(int argc, char** argv)
+{
+    PutUserAgent();
+    QCoreApplication::setApplicationVersion(Text("7.5"));
+    PutUserAgent();
+    {
+        const QCoreApplication application(argc, argv);
+        PutUserAgent();
+    }
+    PutUserAgent();
+    return 0;
+}
+
+QByteArray PathLine(const QString& testPath)
+{
+    return "|25|Trace|SystemConfig::GetPath|The test path is " + testPath.toUtf8();
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT int uname(struct utsname* names) noexcept
+{
+    if (gNamesError != 0) {
+        errno = gNamesError;
+        return -1;
+    }
+    const int result = int(::syscall(SYS_uname, names));
+    if (gForgedNames)
+        std::strncpy(names->release, gRelease.constData(), sizeof names->release - 1);
+    return result;
+}
+
+class tst_SystemConfigHost : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // A fresh folder as the current one.
+    void init()
+    {
+        static int count = 0;
+        iFolder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
+        QVERIFY(QDir().mkdir(iFolder));
+        QVERIFY(QDir::setCurrent(iFolder));
+        iFolder = QDir::currentPath();
+    }
+
+    void cleanup()
+    {
+        gForgedNames = false;
+        gNamesError = 0;
+        QCoreApplication::setApplicationVersion(QString());
+    }
+
+    void systemInfoHere()
+    {
+        QProcess uname;
+        uname.start(Text("uname"), {Text("-r")});
+        QVERIFY(uname.waitForFinished());
+        int major = -1;
+        int minor = -1;
+        const QByteArray release = uname.readAllStandardOutput();
+        QCOMPARE(std::sscanf(release.constData(), "%d.%d", &major, &minor), 2);
+        CheckSystemInfo(QStringLiteral("%1.%2").arg(major).arg(minor));
+    }
+
+    void systemInfoOfOthers_data()
+    {
+        QTest::addColumn<QByteArray>("release");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("version");
+        QTest::newRow("distribution's kernel") << QByteArray("6.1.0-18-amd64") << 0 << Text("6.1");
+        QTest::newRow("two digits") << QByteArray("10.15.7") << 0 << Text("10.15");
+        QTest::newRow("one number") << QByteArray("7") << 0 << Text("7.0");
+        QTest::newRow("no number") << QByteArray("unknown") << 0 << Text("0.0");
+        QTest::newRow("no answer") << QByteArray() << EFAULT << Text("0.0");
+    }
+    void systemInfoOfOthers()
+    {
+        QFETCH(QByteArray, release);
+        QFETCH(int, error);
+        QFETCH(QString, version);
+        gForgedNames = true;
+        gRelease = release;
+        gNamesError = error;
+        CheckSystemInfo(version);
+    }
+
+    void userAgent_data()
+    {
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("agent");
+        QTest::newRow("null") << QString() << Text("NeroltAgent/3.0");
+        QTest::newRow("empty") << Text("") << Text("NeroltAgent/3.0");
+        QTest::newRow("number") << Text("4.1.2") << Text("NeroltAgent/4.1.2");
+        QTest::newRow("blank") << Text(" ") << Text("NeroltAgent/ ");
+        QTest::newRow("zero") << Text("0") << Text("NeroltAgent/0");
+        QTest::newRow("template mark") << Text("%1") << Text("NeroltAgent/%1");
+        QTest::newRow("template marks in a text") << Text("1.%1-%2 (%L1)") << Text("NeroltAgent/1.%1-%2 (%L1)");
+        QTest::newRow("separators") << Text("1/2") << Text("NeroltAgent/1/2");
+        QTest::newRow("beyond ASCII") << Text("4\xce\xb2 \xf0\x9f\x98\x80")
+                                      << Text("NeroltAgent/4\xce\xb2 \xf0\x9f\x98\x80");
+    }
+    void userAgent()
+    {
+        QFETCH(QString, version);
+        QFETCH(QString, agent);
+        QCoreApplication::setApplicationVersion(version);
+        QCOMPARE(SystemConfig::UserAgent(), agent);
+    }
+
+    // A version that is known counts only while there is an application to have it.
+    void userAgentWithoutApplication()
+    {
+        QProcess process;
+        process.start(QCoreApplication::applicationFilePath(), {Text(kNoApplicationOption)});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.readAllStandardOutput(),
+                 QByteArray("NeroltAgent/3.0\nNeroltAgent/3.0\nNeroltAgent/7.5\nNeroltAgent/3.0\n"));
+    }
+
+    void startAtBootRunsTheLoginItem_data()
+    {
+        QTest::addColumn<QString>("testPath");
+        QTest::newRow("plain") << Text("t");
+        QTest::newRow("blanks") << Text("a  folder with blanks/t");
+        QTest::newRow("quotes") << Text("it's \"quoted\"");
+        QTest::newRow("words for a shell") << Text("$HOME;`id`&*");
+        QTest::newRow("template marks") << Text("%1%2");
+        QTest::newRow("beginning with a hyphen") << Text("-t");
+    }
+    void startAtBootRunsTheLoginItem()
+    {
+        QFETCH(QString, testPath);
+        testPath.prepend(iFolder + QLatin1Char('/'));
+        const QString item = LoginItem(testPath + Text("/Resources"), kRecord);
+        const QByteArrayList calls = {"1\n<enable>\n", "1\n<disable>\n", "1\n<disable>\n", "1\n<enable>\n"};
+        CheckRuns(testPath, {Text("on"), Text("off"), Text("off"), Text("on")});
+        QCOMPARE(LogText::Read(item + Text(".calls")), calls.join());
+        QCOMPARE(Tree(testPath).size(), 3);
+    }
+
+    void startAtBootInABundle()
+    {
+        const QString contents = iFolder + Text("/My A.app/Contents");
+        const QString program = contents + Text("/MacOS/program");
+        QVERIFY(QDir().mkpath(contents + Text("/MacOS")));
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
+        const QString item = LoginItem(contents + Text("/Resources"), kRecord);
+        QProcess process;
+        process.start(program, {Text("--scenario"), Text("bundledStartAtBoot")});
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 0);
+        QCOMPARE(LogText::Read(item + Text(".calls")), QByteArray("1\n<enable>\n"));
+        QVERIFY(QFile::remove(program));
+    }
+
+    // The wait is what it is about.
+    void startAtBootBlocksUntilTheEnd()
+    {
+        LoginItem(iFolder + Text("/Resources"), "#!/bin/sh\nprintf \"<$1\"\nsleep 0.4\nprintf '>'\n");
+        const auto result = Run("startAtBoot", {Text("0"), iFolder, Text("on"), Text("off")});
+        QCOMPARE(result.iStdout, QByteArray("<enable><disable>"));
+    }
+
+    void startAtBootIsSilent_data()
+    {
+        QTest::addColumn<QByteArray>("program");
+        QTest::addColumn<int>("mode");
+        QTest::newRow("missing") << QByteArray() << 0;
+        QTest::newRow("not executable") << QByteArray("#!/bin/sh\necho run\n") << 0644;
+        QTest::newRow("no interpreter") << QByteArray("#!/no/such/program\n") << 0755;
+        QTest::newRow("folder") << QByteArray("folder") << 0755;
+        QTest::newRow("fails") << QByteArray("#!/bin/sh\nexit 3\n") << 0755;
+        QTest::newRow("fails as if missing") << QByteArray("#!/bin/sh\nexit 127\n") << 0755;
+        QTest::newRow("killed") << QByteArray("#!/bin/sh\nkill -9 $$\n") << 0755;
+        QTest::newRow("succeeds") << QByteArray("#!/bin/sh\n:\n") << 0755;
+    }
+    void startAtBootIsSilent()
+    {
+        QFETCH(QByteArray, program);
+        QFETCH(int, mode);
+        const QString resources = iFolder + Text("/Resources");
+        if (program == "folder")
+            QVERIFY(QDir().mkpath(resources + QLatin1Char('/') + Text(kLoginItem)));
+        else if (!program.isNull())
+            LoginItem(resources, program, mode);
+        const ScenarioResult result = CheckRuns(iFolder, {Text("on"), Text("off")});
+        QCOMPARE(result.iStdout, QByteArray());
+    }
+
+    void startAtBootLogsByLevel_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<bool>("hasDebug");
+        QTest::addColumn<bool>("hasTrace");
+        QTest::newRow("all") << kAll << true << true;
+        QTest::newRow("debug") << int(LoggerDefs::Debug) << true << false;
+        QTest::newRow("trace") << int(LoggerDefs::Trace) << false << true;
+        QTest::newRow("neither") << (kAll & ~(LoggerDefs::Debug | LoggerDefs::Trace)) << false << false;
+    }
+    void startAtBootLogsByLevel()
+    {
+        QFETCH(int, level);
+        QFETCH(bool, hasDebug);
+        QFETCH(bool, hasTrace);
+        QList<QByteArray> lines;
+        if (hasDebug)
+            lines += ResourcesLine();
+        if (hasTrace)
+            lines += PathLine(iFolder);
+        QCOMPARE(BodiesOf(Run("startAtBoot", {QString::number(level), iFolder, Text("on")})), lines);
+    }
+
+    void otherFactsAreSilent() { QCOMPARE(BodiesOf(Run("silentFacts", {})), QList<QByteArray>()); }
+
+    void cacheFile_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("isOne");
+        QTest::newRow("content") << Text("content12") << true;
+        QTest::newRow("response with a suffix") << Text("response3.md5") << true;
+        QTest::newRow("other suffix") << Text("content0.md5x") << true;
+        QTest::newRow("no digit") << Text("content.md5") << false;
+        QTest::newRow("letter") << Text("contentA1") << false;
+        QTest::newRow("wrong suffix") << Text("response7.tmp") << false;
+        QTest::newRow("capital") << Text("Content1") << false;
+        QTest::newRow("prefix alone") << Text("response") << false;
+        QTest::newRow("empty") << Text("") << false;
+    }
+    void cacheFile()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, isOne);
+        QCOMPARE(SystemConfig::FileIsCacheFile(name), isOne);
+    }
+
+private:
+    // Whatever was in the variables before is replaced.
+    static void CheckSystemInfo(const QString& expected)
+    {
+        QString name = Text("before");
+        QString version = name;
+        QString processor = name;
+        SystemConfig::GetSystemInfo(name, version, processor);
+        QCOMPARE(name, Text("linux"));
+        QCOMPARE(version, expected);
+        QCOMPARE(processor, Text(""));
+    }
+
+    static QString LoginItem(const QString& resources, const QByteArray& program, int mode = 0755)
+    {
+        const QString path = resources + QLatin1Char('/') + Text(kLoginItem);
+        if (!QDir().mkpath(resources) || !Write(path, program)
+            || ::chmod(QFile::encodeName(path).constData(), mode_t(mode)) != 0)
+            qFatal("cannot make %s", qPrintable(path));
+        return path;
+    }
+
+    static ScenarioResult Run(const char* scenario, const QStringList& arguments)
+    {
+        const ScenarioResult result = TestSupport::RunScenario(scenario, arguments);
+        if (!result.IsOk() || !result.iStderr.isEmpty())
+            QTest::qFail(result.Describe().constData(), __FILE__, __LINE__);
+        return result;
+    }
+
+    static QByteArray ResourcesLine()
+    {
+        return "|20|Debug|SystemConfig::GetResourcesPath|resource path is "
+            + QCoreApplication::applicationDirPath().toUtf8() + "/Resources";
+    }
+
+    // One call for each word, and nothing in the log but how the path was found.
+    static ScenarioResult CheckRuns(const QString& testPath, const QStringList& words)
+    {
+        const ScenarioResult result = Run("startAtBoot", QStringList{QString::number(kAll), testPath} + words);
+        QList<QByteArray> lines;
+        for (int i = 0; i < words.size(); ++i)
+            lines << ResourcesLine() << PathLine(testPath);
+        [&] { QCOMPARE(BodiesOf(result), lines); }();
+        return result;
+    }
+
+    QString iFolder;
+};
+
+int main(int argc, char** argv)
+{
+    if (argc == 2 && qstrcmp(argv[1], kNoApplicationOption) == 0)
+        return WithoutApplication(argc, argv);
+    return TestSupport::Main(argc, argv, [](int count, char** arguments) {
+        tst_SystemConfigHost test;
+        return QTest::qExec(&test, count, arguments);
+    });
+}
+
+#include "tst_SystemConfigHost.moc"
