@@ -12,8 +12,8 @@ class QDateTime;
 /// Major and minor version of an operating system; zero when unknown.
 struct OSVersion
 {
-    qint32 iMajor = 0;
-    qint32 iMinor = 0;
+    qint32 iMajor = 0; ///< 14 of "14.2"
+    qint32 iMinor = 0; ///< 2 of "14.2"
 };
 
 /// The platform's own way to the attributes of one file; FileUtilities is the door to it. Nothing here logs. Different
@@ -26,6 +26,7 @@ struct OSVersion
 class NEROLTORVANEBASE_EXPORT FileInfoMac
 {
 public:
+    /// For the file or folder at `path`, which need not be there.
     explicit FileInfoMac(const QString& path);
     ~FileInfoMac();
 

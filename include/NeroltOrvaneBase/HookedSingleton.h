@@ -11,6 +11,7 @@ class SingletonHook;
 class NEROLTORVANEBASE_EXPORT HookedSingleton
 {
 public:
+    /// Becomes the holder of `hook`, unless there is a holder already. What InstallHook does is for hosts.
     explicit HookedSingleton(SingletonHook* hook);
     /// Makes room for another hook; deletes nothing.
     ~HookedSingleton();

@@ -24,6 +24,6 @@ public:
 
 protected:
     IIniFileBase() = default;
-    IIniFileBase(const IIniFileBase&) = default;
-    IIniFileBase& operator=(const IIniFileBase&) = default;
+    IIniFileBase(const IIniFileBase&) = default; ///< copies nothing
+    IIniFileBase& operator=(const IIniFileBase&) = default; ///< copies nothing
 };

@@ -13,6 +13,6 @@ public:
 
 protected:
     IOrvaneInstance() = default;
-    IOrvaneInstance(const IOrvaneInstance&) = default;
-    IOrvaneInstance& operator=(const IOrvaneInstance&) = default;
+    IOrvaneInstance(const IOrvaneInstance&) = default; ///< copies nothing
+    IOrvaneInstance& operator=(const IOrvaneInstance&) = default; ///< copies nothing
 };

@@ -31,6 +31,7 @@ public:
     explicit IniFile(const QString& filePath);
     /// Binds to the other's file.
     IniFile(const IniFile& other);
+    /// Binds to the other's file instead of the one so far, which stays as it is.
     IniFile& operator=(const IniFile& other);
     ~IniFile() override;
 

@@ -12,13 +12,20 @@ class NEROLTORVANEBASE_EXPORT IniString
 public:
     // Implicit both ways, so that plain text serves as a name and a name as text.
     // NOLINTBEGIN(google-explicit-constructor)
+    /// Keeps the text as it is spelled.
     IniString(const QString& text)
         : iText(text)
     {
     }
+    /// The text as it was spelled.
     operator QString() const { return iText; }
     // NOLINTEND(google-explicit-constructor)
 
+    /// @name Comparison without regard to case
+    /// Any thread may call; never throws.
+    /// @{
+
+    /// As QString::compare with Qt::CaseInsensitive tells.
     bool operator==(const QString& other) const { return Compare(iText, other) == 0; }
     bool operator==(const IniString& other) const { return Compare(iText, other.iText) == 0; }
     bool operator!=(const QString& other) const { return !(*this == other); }
@@ -26,6 +33,7 @@ public:
     friend bool operator==(const QString& left, const IniString& right) { return right == left; }
     friend bool operator!=(const QString& left, const IniString& right) { return !(right == left); }
     bool operator<(const IniString& other) const { return Compare(iText, other.iText) < 0; }
+    /// @}
 
 private:
     // QString::compare(Qt::CaseInsensitive), faster where names are ASCII.

@@ -64,6 +64,8 @@ public:
     /// Information (code 10) takes no lock of the Logger's. Debug (20) and Trace (25) are dropped when its mutex cannot
     /// be had within 1000 ms. Warning (30) waits for it.
     /// @{
+
+    /// One line, if the mask lets its level through.
     static void LogInformation(const char* func, const QString& msg) noexcept;
     static void LogDebug(const char* func, const QString& msg) noexcept;
     static void LogTrace(const char* func, const QString& msg) noexcept;
@@ -78,6 +80,8 @@ public:
     /// With a code of the caller's, for the log and for the error reporter. They wait for the Logger's mutex. The
     /// extras are stored also when the filter stops the message. Exceptions are reported with the plain code.
     /// @{
+
+    /// One line, if the mask lets its level through.
     static void LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
                          int a, int b) noexcept;
     static void LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,

@@ -43,10 +43,13 @@ public:
     /// The same after storing the extras, whatever the mask.
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
              const QString& msg, int a, int b);
+    /// @overload
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
              const QString& msg, int a);
+    /// @overload
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
              const QString& msg, const QString& text);
+    /// @overload
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, unsigned int x,
              unsigned int y, const char* func, const QString& msg);
 
@@ -54,11 +57,15 @@ public:
     /// without serialising.
     void DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg);
 
+    /// Replaces the mask.
     void SetLevel(int level);
+    /// The mask. One load: never blocks.
     int Level() const;
     /// True when every bit of `level` is in the mask.
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
+    /// Stores a flag for the host.
     void SetStackTrace(bool enabled);
+    /// Always true, whatever was set.
     bool StackLoggingEnabled();
     /// Not owned; null for nobody.
     void SetErrorReporter(IErrorReporter* reporter);
@@ -92,6 +99,7 @@ Q_SIGNALS:
     void stopWorker(const QByteArray& batch);
 
 protected:
+    /// Hands the buffer over when it has been quiet for long.
     void timerEvent(QTimerEvent* event) override;
 
 private:

@@ -12,6 +12,7 @@ class NEROLTORVANEBASE_EXPORT RTimerGarbageCollector : public QObject
     Q_OBJECT
 
 public:
+    /// Owned by `parent`, if there is one.
     explicit RTimerGarbageCollector(QObject* parent);
 
     /// Makes `timer` a child of this object and schedules its deletion. Both must live on the calling thread. Nothing

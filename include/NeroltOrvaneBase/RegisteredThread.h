@@ -22,6 +22,7 @@ public:
     /// A running one is named in a warning, before QThread ends the process.
     ~RegisteredThread() noexcept override;
 
+    /// The name given at construction. Any thread may call.
     const QString& Name() const noexcept;
 
     /// Logs a warning line for each registered thread, in the order of their construction: its name, and whether it

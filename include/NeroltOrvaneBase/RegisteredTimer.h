@@ -13,6 +13,7 @@ class NEROLTORVANEBASE_EXPORT RegisteredTimer : public QTimer
     Q_OBJECT
 
 public:
+    /// A stopped timer; singleShot makes them ready to use.
     explicit RegisteredTimer(QObject* parent);
 
     /// Calls `member` of `receiver`, given as SLOT(...), once after `msec` milliseconds. Unlike QTimer's function of

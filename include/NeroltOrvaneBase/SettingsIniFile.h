@@ -17,6 +17,7 @@ class QSettings;
 class NEROLTORVANEBASE_EXPORT SettingsIniFile : public IIniFileBase
 {
 public:
+    /// Empty.
     SettingsIniFile();
     /// Copies the values, not what was removed. A section without keys is not copied.
     SettingsIniFile(const SettingsIniFile& other);
@@ -33,13 +34,15 @@ public:
 
     /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
     /// removed and even if it was set again, together with what is nested below it ("x/y" below "x"). Other keys of the
-    /// file stay; comments do not. False when the file cannot
-    /// be written; errors in the midst of writing go unnoticed. Blocks for the disk. Logs at debug level.
+    /// file stay; comments do not. False when the file cannot be written; errors in the midst of writing go unnoticed.
+    /// Blocks for the disk. Logs at debug level.
     bool WriteFile(const QString& path) const;
 
     /// Logs a hit at trace level.
     bool GetKeyValue(const QString& group, const QString& key, QString& value) const override;
+    /// Stores a value in memory; an earlier one is replaced whole, its type included. Never logs.
     void SetKeyValue(const QString& group, const QString& key, const QVariant& value) override;
+    /// The same for text.
     void SetKeyValue(const QString& group, const QString& key, const QString& value);
     /// Logs at debug level if there is such a section.
     void RemoveKey(const QString& group, const QString& key) override;

@@ -24,13 +24,16 @@ public:
     /// Destroys the current instance. The hook's entry stays: a host that calls this itself replaces it.
     void Delete() override;
 
+    /// Says where the user's data, documents and cache are, and the folder in which Downloads is. Kept as given.
     static void SetDesktopFolders(const QString& userData, const QString& documents, const QString& cache,
                                   const QString& downloadsBase);
 
     /// Puts the user's folders below `path`; an empty or blank path ends that. One separator at the end is dropped.
     static void SetTestPath(const QString& path);
+    /// The test path, empty without one.
     static const QString& GetTestPath();
 
+    /// "ZV".
     static QString ApplicationShortName();
 
     /// `folder`, or under a test path that path, or its subfolder if one is named. Logs at trace level.
@@ -39,11 +42,12 @@ public:
     /// @name Folders
     /// Nothing is created unless stated.
     /// @{
-    static QString GetUserDataPath();
-    static QString GetUserDocumentsPath();
+
+    static QString GetUserDataPath(); ///< as set, or the test path
+    static QString GetUserDocumentsPath(); ///< as set, or Documents below a test path
     static QString GetPicturesPath(); ///< empty without a test path
     static QString GetMusicPath(); ///< empty without a test path
-    static QString GetUserCachePath();
+    static QString GetUserCachePath(); ///< as set, or cache below a test path
     static QString GetUsersUpdatePath(); ///< created, one level; logs a warning when that fails
     static QString GetUsersDownloadsPath(); ///< created, one level; not moved by a test path
     static QString GetApplicationPath(); ///< Contents, with a separator at the end, or the program's folder
@@ -52,12 +56,14 @@ public:
     /// @}
 
     /// @name Files
+    /// None is created.
     /// @{
-    static QString GetApplicationIniPath();
-    static QString GetPrefsIniPath();
-    static QString GetDownloadUrlsXMLPath();
-    static QString GetConfigurationFileName();
-    static QString GetPluginPath(const QString& pluginName);
+
+    static QString GetApplicationIniPath(); ///< application.ini among the resources
+    static QString GetPrefsIniPath(); ///< prefs.ini in the user's data
+    static QString GetDownloadUrlsXMLPath(); ///< downloadUrls.xml in the cache
+    static QString GetConfigurationFileName(); ///< Configuration.xml in the user's data
+    static QString GetPluginPath(const QString& pluginName); ///< lib<name>.dylib among the plug-ins
     /// The translation file for a locale: the library's own (`ownPrefix`) or that of the user interface.
     static QString GetUserLocalePath(const QString& locale, bool inUserDataFolder, bool withExtension, bool ownPrefix);
     /// @}
@@ -70,6 +76,7 @@ public:
     /// @name Facts about the host
     /// On any thread, once there is an instance.
     /// @{
+
     /// Name and version of the operating system, and a word for its processor: on macOS "MacOSX", "14.2" and
     /// "intel_" with the machine's name, whatever the processor is; on Linux "linux", the kernel's version and nothing.
     static void GetSystemInfo(QString& osName, QString& osVersion, QString& processor);
@@ -86,7 +93,10 @@ public:
     /// @name For other platforms
     /// No effect here.
     /// @{
+
+    /// Does nothing.
     static void SetStringInCurrentUser(const QString& name, const QString& value, bool flag);
+    /// Does nothing.
     static void SetDWORDInCurrentUser(const QString& name, const QString& valueName, int value);
     /// @}
 
@@ -94,7 +104,9 @@ public:
     static bool FileIsCacheFile(const QString& fileName);
 
     /// @name Processors
+    /// Nothing is logged.
     /// @{
+
     /// The processor that this process sees: "x86_64", "arm64", "arm" or "Unknown".
     static QString getCPUArchitecture();
     /// What the application was built for: "Universal", "intelx64", "arm64", or nothing when that cannot be told. Asks
@@ -107,6 +119,7 @@ public:
     /// user's data and of the program are put into scripts for "sh" in double quotes: they must not hold a double
     /// quote, a backquote, a dollar sign or a backslash. One caller at a time.
     /// @{
+
     /// Starts the collectors, those that have not left a log yet, and returns at once. Logs at trace and debug level.
     static void ReportSystemDetails();
     /// Whether both logs are there. The collectors may still be writing.
@@ -125,10 +138,11 @@ public:
 
     /// @name Strings of the standard library, in UCS-4 and UTF-8
     /// @{
-    static std::wstring QStringToWString(const QString& text);
-    static std::string QStringToString(const QString& text);
-    static QString WStringToQString(const std::wstring& text);
-    static QString StringToQString(const std::string& text);
+
+    static std::wstring QStringToWString(const QString& text); ///< one unit for each code point
+    static std::string QStringToString(const QString& text); ///< UTF-8
+    static QString WStringToQString(const std::wstring& text); ///< of one unit for each code point
+    static QString StringToQString(const std::string& text); ///< of UTF-8
     /// @}
 
 private:

@@ -14,10 +14,11 @@ class NEROLTORVANEBASE_EXPORT UrlQueryManager
 public:
     UrlQueryManager() = delete;
 
+    /// One parameter of a query.
     struct URLParameters
     {
-        QString iKey;
-        QString iValue;
+        QString iKey; ///< its name
+        QString iValue; ///< empty for none, where a list is passed
     };
 
     /// Sets one parameter, to an empty value too.
