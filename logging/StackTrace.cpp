@@ -24,7 +24,7 @@ QString Describe(const QString& line)
     TraceInfo frame = StackFrame::Parse(line);
     if (!frame.iFunctionName.startsWith(QLatin1String("-[")) && !StackFrame::Demangle(frame.iFunctionName) && IsDebug())
         Logger::LogDebug(kFunc, QLatin1String("demangle failed for FunctionName ") + frame.iFunctionName);
-    const QString text = StackFrame::Text(frame);
+    QString text = StackFrame::Text(frame);
     if (IsDebug()) {
         Logger::LogDebug(kFunc, text);
         Logger::LogDebug(kFunc, QLatin1String("function name ") + line);

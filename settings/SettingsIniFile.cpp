@@ -111,7 +111,8 @@ bool SettingsIniFile::ReadFile(const QString& path)
         Logger::LogDebug(func, QLatin1String("The file is ") + path);
     const QSettings file(path, QSettings::IniFormat);
     QStringList keys = file.allKeys();
-    for (const Group& group : GroupsOf(keys)) {
+    const QVector<Group> groups = GroupsOf(keys);
+    for (const Group& group : groups) {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
         if (group.iName.isEmpty())
@@ -122,7 +123,7 @@ bool SettingsIniFile::ReadFile(const QString& path)
 }
 
 void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
-                                QStringList::iterator end)
+                                const QStringList::iterator& end)
 {
     const bool isWatched = typeid(*this) != typeid(SettingsIniFile); // by a class that hears of each value
     const int start = group.size() + 1;

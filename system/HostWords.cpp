@@ -90,7 +90,7 @@ QString HostWords::LinuxVersion(const OSVersion& version)
 
 QString HostWords::LinuxCpu(const char* machine)
 {
-    const QString name = QString::fromUtf8(machine);
+    QString name = QString::fromUtf8(machine);
     if (name == QLatin1String("x86_64"))
         return name;
     if (name == QLatin1String("aarch64") || name == QLatin1String("arm64"))

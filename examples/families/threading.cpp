@@ -4,10 +4,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
 
-class Worker : public RegisteredThread
+class Worker : public RegisteredThread // clazy:exclude=missing-qobject-macro
 {
-    Q_OBJECT
-
 public:
     using RegisteredThread::RegisteredThread;
 
@@ -60,5 +58,3 @@ int main(int argc, char** argv)
     out << GreetingOf(hook) << '\n';
     return 0;
 }
-
-#include "threading.moc"

@@ -34,7 +34,8 @@ QStringList Callers()
 {
     QStringList callers;
     const QStringList frames = StackTrace::TraceCode().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-    for (const QString& frame : frames.mid(1, kCallers)) // the first one is this function
+    const QStringList after = frames.mid(1, kCallers); // the first one is this function
+    for (const QString& frame : after)
         callers += FunctionName(frame);
     return callers;
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How the names of the library leave it.
+
 #include <QtCore/qglobal.h>
 
 /// Marks what the shared library exports. Everything else in it is hidden.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Times and write protection of files.
+
 #include "Export.h"
 
 #include <QtCore/QtGlobal>

@@ -2,8 +2,7 @@
 
 #include "Export.h"
 
-class QString;
-class QVariant;
+#include <QtCore/QVariant>
 
 /// A store of settings: keys with values, grouped in sections. IniFile writes every change straight through to its
 /// file, SettingsIniFile holds a whole file in memory. An object is used by one thread at a time.

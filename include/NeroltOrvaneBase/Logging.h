@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// The log: every class of the family.
 #include "IErrorReporter.h"
 #include "Logger.h"

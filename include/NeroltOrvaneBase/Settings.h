@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Settings kept in INI files: every class of the family.
 #include "IIniFileBase.h"
 #include "IniFile.h"

@@ -51,7 +51,8 @@ private:
     using Section = QMap<IniString, QVariant>;
     using Table = QMap<IniString, Section*>;
 
-    void ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key, QStringList::iterator end);
+    void ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
+                   const QStringList::iterator& end);
     void CopyValuesOf(const SettingsIniFile& other);
     static Section& SectionOf(Table& table, const QString& group);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Threads, timers and singletons: every class of the family.
 #include "HookedSingleton.h"
 #include "IOrvaneInstance.h"

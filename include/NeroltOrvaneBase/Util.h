@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Files, disks and URLs: every class of the family.
 #include "DiskSpace.h"
 #include "FileInfoMac.h"

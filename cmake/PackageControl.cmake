@@ -1,0 +1,30 @@
+# Run by CPack behind it all: gives the library's package what CPack cannot. The list of symbols lets a program depend on no
+# newer library than it uses; the trigger runs ldconfig in place of CPack's scripts.
+set(name ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME})
+set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+string(REPLACE "." ";" numbers ${CPACK_PACKAGE_VERSION})
+list(GET numbers 0 major)
+
+function(run)
+  execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+  if(NOT package MATCHES "/${name}_")
+    continue()
+  endif()
+  set(tree ${CPACK_TOPLEVEL_DIRECTORY}/${name})
+  file(REMOVE_RECURSE ${tree})
+  run(dpkg-deb -R ${package} ${tree})
+  file(REMOVE ${tree}/DEBIAN/postinst ${tree}/DEBIAN/postrm)
+  file(WRITE ${tree}/DEBIAN/triggers "activate-noawait ldconfig\n")
+  file(WRITE ${tree}/DEBIAN/shlibs "libNeroltOrvaneBase ${major} ${name} (>= ${CPACK_PACKAGE_VERSION})\n")
+  file(READ ${tree}/DEBIAN/control control)
+  string(STRIP "${control}" control)
+  file(WRITE ${tree}/DEBIAN/control "${control}\nMulti-Arch: same\n")
+  file(GLOB_RECURSE library ${tree}/usr/*.so.${CPACK_PACKAGE_VERSION})
+  run(dpkg-gensymbols -q -c4 -p${name} -v${version} -e${library}
+    -I${CMAKE_CURRENT_LIST_DIR}/debian/symbols -O${tree}/DEBIAN/symbols)
+  run(chmod 644 ${tree}/DEBIAN/triggers ${tree}/DEBIAN/shlibs ${tree}/DEBIAN/symbols)
+  run(dpkg-deb --root-owner-group -b ${tree} ${package})
+endforeach()

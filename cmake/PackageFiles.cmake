@@ -1,0 +1,41 @@
+# Run by CPack before it packs what it has installed: adds the papers that Debian wants in each package, and takes the debug
+# symbols out of the library.
+set(debian ${CMAKE_CURRENT_LIST_DIR}/debian)
+
+function(run)
+  execute_process(COMMAND ${ARGV} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(gzip from to)
+  execute_process(COMMAND gzip -9nc ${from} OUTPUT_FILE ${to} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# SOURCE_DATE_EPOCH, if set, is the time.
+set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+configure_file(${debian}/changelog.in ${CPACK_TOPLEVEL_DIRECTORY}/changelog @ONLY)
+
+# A debugger finds them by the number of the build.
+file(GLOB_RECURSE library ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/Runtime/*.so.${CPACK_PACKAGE_VERSION})
+run(readelf -nW ${library})
+string(REGEX MATCH "Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)" found "${output}")
+set(symbols ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/Symbols/usr/lib/debug/.build-id/${CMAKE_MATCH_1}/${CMAKE_MATCH_2}.debug)
+get_filename_component(symbols_dir ${symbols} DIRECTORY)
+file(MAKE_DIRECTORY ${symbols_dir})
+run(objcopy --only-keep-debug --compress-debug-sections ${library} ${symbols})
+run(strip --strip-unneeded --remove-section=.comment --remove-section=.note ${library})
+run(objcopy --add-gnu-debuglink=${symbols} ${library})
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} upper)
+  set(root ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/${component}/usr)
+  set(papers ${root}/share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  file(MAKE_DIRECTORY ${papers})
+  file(COPY ${debian}/copyright DESTINATION ${papers})
+  gzip(${CPACK_TOPLEVEL_DIRECTORY}/changelog ${papers}/changelog.Debian.gz)
+  gzip(${CMAKE_CURRENT_LIST_DIR}/../CHANGELOG.md ${papers}/changelog.gz)
+  # Whatever the umask is.
+  run(chmod -R u=rwX,go=rX ${root})
+  run(find ${root} -type f -exec chmod a-x {} +)
+endforeach()

@@ -1,0 +1,106 @@
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logging.h>
+#include <NeroltOrvaneBase/Settings.h>
+#include <NeroltOrvaneBase/System.h>
+#include <NeroltOrvaneBase/Threading.h>
+#include <NeroltOrvaneBase/Util.h>
+
+#include <QtCore/QVariant>
+#include <QtTest/QtTest>
+
+#include <cstring>
+
+namespace {
+
+constexpr int kPointer = sizeof(void*);
+
+/// The place of a virtual function in the table of its class. Compilers for all our platforms store it alike, some with
+/// a bit beside it.
+template <typename Function>
+int Slot(Function function)
+{
+    std::intptr_t value = 0;
+    std::memcpy(&value, &function, sizeof value);
+    return int(value & ~std::intptr_t(1)) / kPointer;
+}
+
+} // namespace
+
+/// What programs have compiled in: nothing here may change before the next major version.
+class tst_Layout : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void objectsKeepTheirSize_data();
+    void objectsKeepTheirSize();
+    void virtualFunctionsKeepTheirPlace();
+    void enumerationsKeepTheirValues();
+};
+
+void tst_Layout::objectsKeepTheirSize_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("pointers");
+
+    QTest::newRow("FileInfoMac") << int(sizeof(FileInfoMac)) << 1;
+    QTest::newRow("HookedSingleton") << int(sizeof(HookedSingleton)) << 1;
+    QTest::newRow("IErrorReporter") << int(sizeof(IErrorReporter)) << 1;
+    QTest::newRow("IIniFileBase") << int(sizeof(IIniFileBase)) << 1;
+    QTest::newRow("IOrvaneInstance") << int(sizeof(IOrvaneInstance)) << 1;
+    QTest::newRow("IniFile") << int(sizeof(IniFile)) << 2;
+    QTest::newRow("IniString") << int(sizeof(IniString)) << 1;
+    QTest::newRow("Logger") << int(sizeof(Logger)) << 3;
+    QTest::newRow("LoggerAgent") << int(sizeof(LoggerAgent)) << 15;
+    QTest::newRow("LoggerWorker") << int(sizeof(LoggerWorker)) << 6;
+    QTest::newRow("OSVersion") << int(sizeof(OSVersion)) << 1;
+    QTest::newRow("RTimerGarbageCollector") << int(sizeof(RTimerGarbageCollector)) << 2;
+    QTest::newRow("RegisteredThread") << int(sizeof(RegisteredThread)) << 4;
+    QTest::newRow("RegisteredTimer") << int(sizeof(RegisteredTimer)) << int(sizeof(QTimer)) / kPointer;
+    QTest::newRow("SettingsIniFile") << int(sizeof(SettingsIniFile)) << 3;
+    QTest::newRow("SingletonHook") << int(sizeof(SingletonHook)) << 1;
+    QTest::newRow("SystemConfig") << int(sizeof(SystemConfig)) << 8;
+    QTest::newRow("URLParameters") << int(sizeof(UrlQueryManager::URLParameters)) << 2;
+}
+
+void tst_Layout::objectsKeepTheirSize()
+{
+    QFETCH(int, size);
+    QFETCH(int, pointers);
+    static_assert(kPointer == 8, "the sizes are those of machines with 64 bits");
+    QCOMPARE(size, pointers * kPointer);
+}
+
+void tst_Layout::virtualFunctionsKeepTheirPlace()
+{
+    QCOMPARE(Slot(&IErrorReporter::ReportError), 0);
+    // Two places for the destructor come first.
+    QCOMPARE(Slot(&IIniFileBase::GetKeyValue), 2);
+    QCOMPARE(Slot(&IIniFileBase::SetKeyValue), 3);
+    QCOMPARE(Slot(&IIniFileBase::RemoveKey), 4);
+    QCOMPARE(Slot(&IOrvaneInstance::Delete), 2);
+}
+
+void tst_Layout::enumerationsKeepTheirValues()
+{
+    QCOMPARE(int(LoggerDefs::Information), 1);
+    QCOMPARE(int(LoggerDefs::Error), 2);
+    QCOMPARE(int(LoggerDefs::Warning), 4);
+    QCOMPARE(int(LoggerDefs::Trace), 8);
+    QCOMPARE(int(LoggerDefs::Exception), 16);
+    QCOMPARE(int(LoggerDefs::Debug), 32);
+    QCOMPARE(int(LoggerDefs::NoExtraInfo), 0);
+    QCOMPARE(int(LoggerDefs::SecondIntHex), 1);
+    QCOMPARE(int(LoggerDefs::BothIntsHexDec), 2);
+    QCOMPARE(int(LoggerDefs::FirstIntDec), 3);
+    QCOMPARE(int(LoggerDefs::ExtraText), 4);
+    QCOMPARE(int(LoggerDefs::TwoUIntsHex), 5);
+    QCOMPARE(LoggerDefs::kLockedLevel, 255);
+    QCOMPARE(int(FileTimeCreation), 0);
+    QCOMPARE(int(FileTimeModification), 1);
+    QCOMPARE(int(FileTimeWrite), 2);
+}
+
+NEROLT_TEST_MAIN(tst_Layout)
+#include "tst_Layout.moc"
