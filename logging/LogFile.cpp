@@ -35,8 +35,8 @@ public:
 
     bool IsOpen() const { return iDescriptor >= 0; }
 
-    // A full disk or a full pipe takes what it can; a batch is not tried again.
-    void Write(const QByteArray& bytes) const
+    // How much of the bytes was written. A full disk or a full pipe takes what it can; a batch is not tried again.
+    int Write(const QByteArray& bytes) const
     {
         const char* from = bytes.constData();
         const char* const end = from + bytes.size();
@@ -45,8 +45,17 @@ public:
             if (written > 0)
                 from += written;
             else if (written == 0 || errno != EINTR)
-                return;
+                break;
         }
+        return int(from - bytes.constData());
+    }
+
+    // Undoes the end of what was just appended, unless somebody has written behind it. A pipe keeps what it has.
+    void TakeBack(int bytes) const
+    {
+        const off_t end = ::lseek(iDescriptor, 0, SEEK_CUR);
+        if (bytes > 0 && end >= bytes && end == Size() && ::ftruncate(iDescriptor, end - bytes) != 0)
+            return; // then the next line stands behind half of one
     }
 
     // Half the price of fstat. A pipe has no size.
@@ -67,7 +76,10 @@ qint64 LogFile::Append(const QString& path, const QByteArray& bytes)
     const Descriptor file(path, O_APPEND);
     if (!file.IsOpen())
         return -1;
-    file.Write(bytes);
+    const int written = file.Write(bytes);
+    // Lines that do not fit are lost whole, or the next to be written would stand behind half of one.
+    if (written > 0 && written < bytes.size())
+        file.TakeBack(written - (bytes.lastIndexOf('\n', written - 1) + 1));
     return file.Size();
 }
 

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <pthread.h>
 
 namespace {
 
@@ -165,8 +166,15 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
         const std::lock_guard<QMutex> registry(RegisteredThread::iMutex);
         const std::lock_guard<QMutex> lock(logger->iMutex);
         LoggerAgent* const agent = logger->iAgent.load();
-        if (agent && (force || agent->FileName().isEmpty()))
+        if (agent && (force || agent->FileName().isEmpty())) {
+            // A copy of the process has no logging thread, but locks of threads that it has not: there the log is over.
+            static const int once = ::pthread_atfork(nullptr, nullptr, [] {
+                iInstance.load()->iAgent = nullptr;
+                iActiveLevel = 0;
+            });
+            Q_UNUSED(once)
             agent->SetLoggerFileName(path);
+        }
     } catch (...) {
         // Out of memory: the log keeps the file it has.
     }

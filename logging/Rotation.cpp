@@ -9,6 +9,12 @@ namespace {
 constexpr qint64 kMaxAgeSecs = 86400;
 constexpr qint64 kMaxBytes = 104857600;
 
+// A name makes no second line, either.
+QString WithoutBreaks(QString text)
+{
+    return text.remove(QLatin1Char('\r')).remove(QLatin1Char('\n'));
+}
+
 } // namespace
 
 bool Rotation::IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs)
@@ -27,6 +33,6 @@ QString Rotation::RotatedPath(const QString& path, const QDateTime& now)
 QByteArray Rotation::HeaderLine(const QString& rotatedPath, const QDateTime& now)
 {
     const QString line = now.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")) + QLatin1String("continued from ")
-        + QFileInfo(rotatedPath).fileName() + QLatin1Char('\n');
-    return line.toUtf8();
+        + QFileInfo(rotatedPath).fileName();
+    return WithoutBreaks(line).toUtf8() + '\n';
 }

@@ -34,10 +34,10 @@ QStringList Callers()
 {
     QStringList callers;
     const QStringList frames = StackTrace::TraceCode().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-    const QStringList after = frames.mid(1, kCallers); // the first one is this function
-    for (const QString& frame : after)
+    for (const QString& frame : frames)
         callers += FunctionName(frame);
-    return callers;
+    // What led there; instrumented builds have more frames in between.
+    return callers.mid(qMax(0, callers.indexOf(QStringLiteral("DescribeMachine"))), kCallers);
 }
 
 } // namespace

@@ -47,7 +47,9 @@ public:
 
     /// Writes what is buffered, stops the logging thread and ends logging for the life of the process.
     /// Blocks until everything is in the file, and then at most 10 seconds for the thread. Call it on the main thread
-    /// (any thread but the logging thread may).
+    /// (any thread but the logging thread may), and before the application object ends: without it nothing reaches the
+    /// logging thread, and what is in the buffer is lost. In a copy of the process (fork) that is made while the log
+    /// runs, it is over from the start.
     static void StopLogging();
 
     /// Logs to the file at `path`, created when missing, in a folder that exists. Without `force` only the first name

@@ -136,22 +136,34 @@ private Q_SLOTS:
         ::close(reader);
     }
 
-    void limitOfTheFileSizeTakesWhatFits()
+    // What a full disk does: the write is short, then it fails.
+    void limitOfTheFileSizeTakesWholeLines_data()
     {
-        // What a full disk does: the write is short, then it fails.
+        QTest::addColumn<QByteArray>("batch");
+        QTest::addColumn<QByteArray>("kept");
+        QTest::newRow("second line cut") << QByteArray("one\nseconds\n") << QByteArray("one\n");
+        QTest::newRow("only a line feed wanting") << QByteArray("one\nsecond\n") << QByteArray("one\n");
+        QTest::newRow("cut between lines") << QByteArray("one\nthree\nfour\n") << QByteArray("one\nthree\n");
+        QTest::newRow("first line cut") << QByteArray("one-and-more\ntwo\n") << QByteArray();
+        QTest::newRow("fits") << QByteArray("one\nthree\n") << QByteArray("one\nthree\n");
+    }
+    void limitOfTheFileSizeTakesWholeLines()
+    {
+        QFETCH(QByteArray, batch);
+        QFETCH(QByteArray, kept);
+        LogFile::Append(QStringLiteral("a.log"), "old\n");
         const auto ignored = ::signal(SIGXFSZ, SIG_IGN);
         struct rlimit before = {};
         ::getrlimit(RLIMIT_FSIZE, &before);
         struct rlimit small = before;
-        small.rlim_cur = 10;
+        small.rlim_cur = 14;
         ::setrlimit(RLIMIT_FSIZE, &small);
-        const qint64 size = LogFile::Append(QStringLiteral("a.log"), "0123456789abcdef");
-        const qint64 later = LogFile::Append(QStringLiteral("a.log"), "ghi");
+        const qint64 size = LogFile::Append(QStringLiteral("a.log"), batch);
         ::setrlimit(RLIMIT_FSIZE, &before);
         ::signal(SIGXFSZ, ignored);
-        QCOMPARE(size, qint64(10));
-        QCOMPARE(later, qint64(10));
-        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("0123456789"));
+        QCOMPARE(size, qint64(4 + kept.size()));
+        LogFile::Append(QStringLiteral("a.log"), "later\n");
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), "old\n" + kept + "later\n");
     }
 };
 

@@ -72,6 +72,8 @@ private Q_SLOTS:
     {
         QCOMPARE(Rotation::HeaderLine(QStringLiteral("/logs/app-2024-03-05_14-07-09.log"), kWhen),
                  QByteArray("2024-03-05 14:07:09.042continued from app-2024-03-05_14-07-09.log\n"));
+        QCOMPARE(Rotation::HeaderLine(QStringLiteral("/logs/a\n2024-03-05 14:07:09.042|1|Error|f|\r\nb.log"), kWhen),
+                 QByteArray("2024-03-05 14:07:09.042continued from a2024-03-05 14:07:09.042|1|Error|f|b.log\n"));
         QCOMPARE(Rotation::HeaderLine(QString::fromUtf8("/logs/\xc3\xa4.log"), kWhen),
                  QByteArray("2024-03-05 14:07:09.042continued from \xc3\xa4.log\n"));
     }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "DiskFaults.h"
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+#include <functional>
+#include <vector>
+
+/// What the faults are, how each begins and ends, and what is lost.
+namespace FaultTable {
+
+/// Numbers of lines, half-open.
+struct Range
+{
+    int iFrom;
+    int iTo;
+};
+
+constexpr int kAll = 3 * DiskFaults::kLinesEach;
+constexpr Range kBefore{0, DiskFaults::kLinesEach};
+constexpr Range kDuring{DiskFaults::kLinesEach, 2 * DiskFaults::kLinesEach};
+constexpr Range kAfter{2 * DiskFaults::kLinesEach, kAll};
+
+struct Fault
+{
+    enum class Needs { Nothing, Mount, OrdinaryUser };
+
+    const char* iName;
+    Needs iNeeds;
+    QList<Range> iMust; ///< what must be in the files when all is over
+    QList<Range> iMay; ///< what may be there or not
+    int iTorn; ///< lines that may be damaged
+    std::function<void()> iBegin;
+    std::function<void()> iEnd;
+};
+
+std::vector<Fault> All();
+
+/// The process is no good without it.
+void Require(bool done, const char* what);
+
+/// The folder of the log, and the log in it.
+QString Folder();
+QString Log();
+
+} // namespace FaultTable

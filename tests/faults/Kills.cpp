@@ -1,0 +1,240 @@
+#include "Kills.h"
+
+#include "Lines.h"
+#include "RunningLog.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/LoggerWorker.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QVariant>
+
+#include <array>
+#include <atomic>
+#include <thread>
+#include <unistd.h>
+
+using TestSupport::Scenario;
+
+namespace {
+
+constexpr int kAnswerTimeoutMs = 60000;
+constexpr int kLongestLifeMs = 40;
+constexpr int kLinesToAPromise = 37;
+constexpr int kSpeakers = 3;
+// Whoever changes a file without a pause leaves the lock to others for moments only, and they try it ever more seldom.
+constexpr int kPauseUsecs = 5000;
+constexpr int kPageBytes = 4096;
+const QString kGroup = QStringLiteral("A");
+
+// In one call, so that what is said is said whole.
+void Promise(int number)
+{
+    const QByteArray text = QByteArray::number(number) + '\n';
+    if (::write(STDOUT_FILENO, text.constData(), size_t(text.size())) != text.size())
+        ::_exit(1);
+}
+
+// The first thread says how far its lines are in the file; the others only make a noise.
+const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments) {
+    Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
+    Logger::SetLoggerFileName(arguments.value(0), false);
+    std::vector<std::thread> others;
+    for (int thread = 1; thread < kSpeakers; ++thread) {
+        others.emplace_back([thread] {
+            for (int number = 0;; ++number) {
+                Lines::Say(thread, number);
+                if (number % 64 == 0)
+                    ::usleep(50);
+            }
+        });
+    }
+    for (int number = 0;; ++number) {
+        Lines::Say(0, number);
+        if (number % kLinesToAPromise == 0) {
+            RunningLog::HandOver();
+            Promise(number);
+        }
+    }
+    return 0;
+});
+
+// No two states have the same size: the framework may take two of one size and one millisecond for the same.
+QByteArray State(int number)
+{
+    return (QByteArray::number(number) + '-').repeated(30 + number);
+}
+
+const Scenario changeUntilKilled("changeUntilKilled", [](const QStringList& arguments) {
+    IniFile ini(arguments.value(0));
+    for (int number = arguments.value(2).toInt();; ++number) {
+        ini.SetKeyValue(kGroup, arguments.value(1), QString::fromLatin1(State(number)));
+        Promise(number);
+        ::usleep(kPauseUsecs);
+    }
+    return 0;
+});
+
+class Child
+{
+public:
+    Child(const char* scenario, const QStringList& arguments)
+    {
+        iProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        iProcess.start(QCoreApplication::applicationFilePath(),
+                       QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+    }
+
+    bool HasBegun() { return iProcess.canReadLine() || iProcess.waitForReadyRead(kAnswerTimeoutMs); }
+    void Kill() { iProcess.kill(); }
+    // The last promise that it gave; -1 for none.
+    int LastWords()
+    {
+        iProcess.waitForFinished(kAnswerTimeoutMs);
+        const QList<QByteArray> lines = iProcess.readAllStandardOutput().split('\n');
+        return lines.size() < 2 ? -1 : lines.at(lines.size() - 2).toInt();
+    }
+
+private:
+    QProcess iProcess;
+};
+
+void LiveFor(QRandomGenerator& random)
+{
+    ::usleep(useconds_t(random.bounded(kLongestLifeMs * 1000)));
+}
+
+bool IsStopped(int number)
+{
+    return (Lines::LevelOf(number) & (LoggerDefs::Debug | LoggerDefs::Trace)) != 0;
+}
+
+// Whatever was handed over is the beginning of what each thread said, without a gap.
+void JudgeLog(const QByteArray& text, int promised, Kills::Outcome& outcome)
+{
+    std::array<int, kSpeakers> next{};
+    const bool isTorn = !text.isEmpty() && !text.endsWith('\n');
+    outcome.iTorn += isTorn;
+    // Systems give a write up where a page of the file ends when its process is killed, and nowhere else.
+    if (isTorn && text.size() % kPageBytes != 0)
+        outcome.iFault = "torn after " + QByteArray::number(text.size()) + " bytes";
+    QList<QByteArray> lines = LogText::Lines(text);
+    if (isTorn)
+        lines.removeLast();
+    for (const QByteArray& line : lines) {
+        const std::optional<Lines::Said> said = Lines::Whose(LogText::Body(line));
+        if (!said || said->iThread >= kSpeakers) {
+            outcome.iFault = "a line of nobody's: " + line;
+            return;
+        }
+        int& expected = next.at(size_t(said->iThread));
+        while (IsStopped(expected))
+            ++expected;
+        if (said->iNumber != expected++)
+            outcome.iFault = "a gap before " + line;
+    }
+    while (IsStopped(next[0]))
+        ++next[0];
+    if (next[0] <= promised)
+        outcome.iFault = QByteArray::number(promised) + " promised and " + QByteArray::number(next[0]) + " found";
+    outcome.iFound += lines.size();
+}
+
+// Whoever comes later appends lines of his own.
+void JudgeNextLog(const QString& path, const QByteArray& before, Kills::Outcome& outcome)
+{
+    LoggerWorker worker(path);
+    worker.onStartWorker();
+    worker.onStopWorker("later\n");
+    if (LogText::Read(path) != before + "later\n")
+        outcome.iFault = "what came later is not in the log as it was said";
+}
+
+// "[A]\na=<state>\nb=<state>\n", and nothing else.
+bool IsState(const QByteArray& text, int a, int b)
+{
+    return text == "[A]\na=" + State(a) + "\nb=" + State(b) + '\n';
+}
+
+int NumberOf(const QByteArray& text, const QByteArray& key)
+{
+    const int at = text.indexOf('\n' + key + '=');
+    return at < 0 ? 0 : text.mid(at + 3).split('-').first().toInt();
+}
+
+// The one that died while it signed the lock leaves an empty one, which counts for half a minute.
+void EndLock(const QString& path, Kills::Outcome& outcome)
+{
+    QFile lock(path + QStringLiteral(".lock"));
+    if (!lock.exists())
+        return;
+    ++outcome.iLeftLocks;
+    if (lock.open(QIODevice::ReadWrite))
+        lock.setFileTime(QDateTime::currentDateTime().addSecs(-3600), QFileDevice::FileModificationTime);
+}
+
+} // namespace
+
+void Kills::Log(quint32 seed, Outcome& outcome)
+{
+    QRandomGenerator random(seed);
+    const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("killed%1.log").arg(seed));
+    Child child("logUntilKilled", {path});
+    if (!child.HasBegun()) {
+        outcome.iFault = "a child did not begin";
+        return;
+    }
+    LiveFor(random);
+    child.Kill();
+    const int promised = child.LastWords();
+    ++outcome.iKills;
+    outcome.iPromised += promised + 1;
+    const QByteArray text = LogText::Read(path);
+    JudgeLog(text, promised, outcome);
+    JudgeNextLog(path, text, outcome);
+    QFile::remove(path);
+}
+
+void Kills::ChangeIni(quint32 seed, int rounds, Outcome& outcome)
+{
+    QRandomGenerator random(seed);
+    const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("killed%1.ini").arg(seed));
+    int a = 0;
+    int b = 0;
+    for (int round = 0; round < rounds && outcome.iFault.isEmpty(); ++round) {
+        Child first("changeUntilKilled", {path, QStringLiteral("a"), QString::number(a + 1)});
+        Child second("changeUntilKilled", {path, QStringLiteral("b"), QString::number(b + 1)});
+        if (!first.HasBegun() || !second.HasBegun()) {
+            outcome.iFault = "a child did not begin";
+            return;
+        }
+        LiveFor(random);
+        const bool firstDiesFirst = random.bounded(2) == 0;
+        (firstDiesFirst ? first : second).Kill();
+        (firstDiesFirst ? second : first).Kill();
+        const int saidA = std::max(first.LastWords(), a);
+        const int saidB = std::max(second.LastWords(), b);
+        outcome.iKills += 2;
+        outcome.iPromised += saidA - a + saidB - b;
+        const QByteArray text = LogText::Read(path);
+        const int foundA = NumberOf(text, "a");
+        const int foundB = NumberOf(text, "b");
+        const bool isNext = (foundA == saidA || foundA == saidA + 1) && (foundB == saidB || foundB == saidB + 1);
+        if (!isNext || !IsState(text, foundA, foundB))
+            outcome.iFault
+                = "said " + QByteArray::number(saidA) + ' ' + QByteArray::number(saidB) + ", found:\n" + text;
+        outcome.iFound += foundA - a + foundB - b;
+        a = foundA;
+        b = foundB;
+        EndLock(path, outcome);
+    }
+    QString value;
+    if (!IniFile(path).GetKeyValue(kGroup, QStringLiteral("a"), value) || value.toLatin1() != State(a))
+        outcome.iFault = "the file cannot be read afterwards";
+}

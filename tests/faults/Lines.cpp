@@ -1,0 +1,134 @@
+#include "Lines.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QString>
+
+#include <array>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr const char* kSpeaker = "Speaker";
+constexpr int kSpeakerSize = 7;
+constexpr int kTexts = 128;
+
+constexpr std::array<LoggerDefs::LogValues, 8> kLevels{LoggerDefs::Information, LoggerDefs::Warning, LoggerDefs::Error,
+                                                       LoggerDefs::Error,       LoggerDefs::Error,   LoggerDefs::Debug,
+                                                       LoggerDefs::Exception,   LoggerDefs::Trace};
+
+// Short and long, plain and not, some with line breaks that must go.
+QString MakeText(int index)
+{
+    QString text = QString(index, QLatin1Char(char('a' + index % 26)));
+    if (index % 5 == 0)
+        text += QStringLiteral("ä€") + QString::fromUcs4(U"\U0001F600", 1);
+    if (index % 11 == 0)
+        text.insert(text.size() / 2, QLatin1String("\r\n2024-03-05 14:07:09.042|30|Warning|F|forged"));
+    return text;
+}
+
+// Never destroyed: a thread may speak until the very end of the process.
+const QString& Text(int number)
+{
+    static const auto* const texts = [] {
+        auto* const all = new std::vector<QString>;
+        for (int i = 0; i < kTexts; ++i)
+            all->push_back(MakeText(i));
+        return all;
+    }();
+    return (*texts)[size_t(number % kTexts)];
+}
+
+// What stands in the file of it.
+const QByteArray& TextInFile(int number)
+{
+    static const auto* const texts = [] {
+        auto* const all = new std::vector<QByteArray>;
+        for (int i = 0; i < kTexts; ++i)
+            all->push_back(Text(i).toUtf8().replace('\r', "").replace('\n', ""));
+        return all;
+    }();
+    return (*texts)[size_t(number % kTexts)];
+}
+
+QString Message(int thread, int number)
+{
+    return QString::number(thread) + QLatin1Char(' ') + QString::number(number) + QLatin1Char(' ') + Text(number);
+}
+
+QByteArray CodeAndLevel(int number)
+{
+    switch (Lines::LevelOf(number)) {
+    case LoggerDefs::Information:
+        return "10|Information";
+    case LoggerDefs::Warning:
+        return "30|Warning";
+    case LoggerDefs::Debug:
+        return "20|Debug";
+    case LoggerDefs::Trace:
+        return "25|Trace";
+    case LoggerDefs::Exception:
+        return QByteArray::number(number) + "|Exception";
+    case LoggerDefs::Error:
+        break;
+    }
+    return QByteArray::number(number) + "|Error";
+}
+
+} // namespace
+
+LoggerDefs::LogValues Lines::LevelOf(int number)
+{
+    return kLevels.at(size_t(number) % kLevels.size());
+}
+
+void Lines::Say(int thread, int number)
+{
+    const QString message = Message(thread, number);
+    const auto code = unsigned(number);
+    switch (size_t(number) % kLevels.size()) {
+    case 0:
+        return Logger::LogInformation(kSpeaker, message);
+    case 1:
+        return Logger::LogWarning(kSpeaker, message);
+    case 2:
+        return Logger::LogError(code, LoggerDefs::BothIntsHexDec, kSpeaker, message, thread, number);
+    case 3:
+        return Logger::LogError(code, LoggerDefs::ExtraText, kSpeaker, message, message);
+    case 4:
+        return Logger::LogError(code, LoggerDefs::TwoUIntsHex, code, code, kSpeaker, message);
+    case 5:
+        return Logger::LogDebug(kSpeaker, message);
+    case 6:
+        return Logger::LogException(code, kSpeaker, message, thread);
+    default:
+        return Logger::LogTrace(kSpeaker, message);
+    }
+}
+
+QByteArray Lines::Body(int thread, int number)
+{
+    return '|' + CodeAndLevel(number) + '|' + kSpeaker + '|' + QByteArray::number(thread) + ' '
+        + QByteArray::number(number) + ' ' + TextInFile(number);
+}
+
+std::optional<Lines::Said> Lines::Whose(const QByteArray& body)
+{
+    const int at = body.indexOf("|Speaker|");
+    if (at < 0)
+        return std::nullopt;
+    const char* const words = body.constData() + at + kSpeakerSize + 2;
+    Said said{};
+    if (std::sscanf(words, "%d %d ", &said.iThread, &said.iNumber) != 2 || said.iNumber < 0)
+        return std::nullopt;
+    if (body != Body(said.iThread, said.iNumber))
+        return std::nullopt;
+    return said;
+}
+
+bool Lines::IsSpoken(const QByteArray& line)
+{
+    return line.contains(kSpeaker) || line.contains("forged");
+}

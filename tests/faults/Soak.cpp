@@ -1,0 +1,146 @@
+// Runs what the tests run, for longer, and prints the figures as rows of a table.
+//
+//   soak [minutes]
+
+#include "DiskFaults.h"
+#include "Kills.h"
+#include "Load.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
+
+#include <cstdio>
+#include <cstdlib>
+
+using TestSupport::Scenario;
+
+namespace {
+
+constexpr int kDefaultMinutes = 10;
+constexpr int kMostMinutes = 24 * 60;
+constexpr Load::Plan kLoad{16, 312500, 6};
+
+bool gAllKept = true;
+
+const Scenario loadScenario("load", [](const QStringList&) {
+    std::fputs(Load::ToText(Load::Run(kLoad)).constData(), stdout);
+    return 0;
+});
+
+const Scenario faultScenario("fault", [](const QStringList& arguments) {
+    std::fputs(DiskFaults::ToText(DiskFaults::Run(arguments.value(0))).constData(), stdout);
+    return 0;
+});
+
+void Row(const QByteArray& what, const QByteArray& load, const QByteArray& figures, const QByteArray& fault)
+{
+    gAllKept &= fault.isEmpty();
+    std::printf("| %s | %s | %s |\n", what.constData(), load.constData(),
+                (fault.isEmpty() ? figures : "**broken:** " + fault).constData());
+    std::fflush(stdout);
+}
+
+QByteArray Number(qint64 value)
+{
+    return QByteArray::number(value);
+}
+
+QByteArray MiB(qint64 kib)
+{
+    return QByteArray::number(double(kib) / 1024, 'f', 1);
+}
+
+// In a folder of its own, which goes with the files.
+QByteArray InProcess(const char* scenario, const QStringList& arguments, const QDeadlineTimer& deadline)
+{
+    const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("work"));
+    QDir().mkpath(folder);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.setWorkingDirectory(folder);
+    process.start(QCoreApplication::applicationFilePath(),
+                  QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+    // Whoever does not end is a fault in itself.
+    process.waitForFinished(int(deadline.remainingTime()) + 600000);
+    const bool isOk = process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit;
+    process.kill();
+    process.waitForFinished();
+    QDir(folder).removeRecursively();
+    return isOk ? process.readAllStandardOutput() : QByteArray();
+}
+
+void RunLoad(const QDeadlineTimer& deadline)
+{
+    const Load::Outcome outcome = Load::FromText(InProcess("load", {}, deadline));
+    Row("every accepted line once, in its thread's order, whole",
+        Number(kLoad.iThreads) + " threads, " + Number(outcome.iLines) + " calls, " + Number(outcome.iLevelChanges)
+            + " changes of level, " + Number(kLoad.iFiles - 1) + " of file, " + Number(outcome.iRotations)
+            + " rotations",
+        "0 lost, 0 torn; " + Number(outcome.iTwice) + " lines in two files, as they must; " + Number(outcome.iStopped)
+            + " stopped by the level; " + Number(outcome.iLate) + " calls waited for a second, "
+            + Number(outcome.iDropped) + " of them dropped; " + QByteArray::number(outcome.iSecs, 'f', 1) + " s",
+        outcome.iFault);
+    Row("memory goes back", "the same",
+        MiB(outcome.iStartKiB) + " MiB before, " + MiB(outcome.iWarmKiB) + " after the first twelfth, "
+            + MiB(outcome.iPeakKiB) + " at most, " + MiB(outcome.iEndKiB) + " after the stop",
+        outcome.iEndKiB - outcome.iWarmKiB < 2048 ? QByteArray() : "memory stays taken");
+}
+
+void RunFaults(const QDeadlineTimer& deadline)
+{
+    const QByteArray lines = Number(DiskFaults::kLinesEach) + " lines before, during and after";
+    for (const QString& name : DiskFaults::Names()) {
+        const DiskFaults::Outcome outcome = DiskFaults::FromText(InProcess("fault", {name}, deadline));
+        Row(name.toLatin1(), lines,
+            Number(outcome.iLost) + " lost, " + Number(outcome.iTorn) + " torn; slowest call "
+                + Number(outcome.iSlowestUsecs) + " us",
+            outcome.iFault);
+    }
+}
+
+// Alternately, until the time is up.
+void RunKills(quint32 seed, const QDeadlineTimer& deadline)
+{
+    Kills::Outcome log;
+    Kills::Outcome ini;
+    do {
+        Kills::Log(seed, log);
+        Kills::ChangeIni(seed, 4, ini);
+        ++seed;
+    } while (!deadline.hasExpired() && log.iFault.isEmpty() && ini.iFault.isEmpty());
+    Row("what was handed over is in the log", Number(log.iKills) + " kills",
+        Number(log.iPromised) + " lines promised, " + Number(log.iFound) + " lines found, all in order; "
+            + Number(log.iTorn) + " files end within a line",
+        log.iFault);
+    Row("the INI file is a state that was written", Number(ini.iKills) + " kills",
+        Number(ini.iPromised) + " changes promised, " + Number(ini.iFound) + " found; " + Number(ini.iLeftLocks)
+            + " locks left behind",
+        ini.iFault);
+}
+
+int Soak(int minutes)
+{
+    const QDeadlineTimer deadline(qint64(minutes) * 60000);
+    const quint32 seed = QRandomGenerator::global()->generate();
+    std::printf("seed %u\n\n| promise | load | result |\n| --- | --- | --- |\n", seed);
+    RunLoad(deadline);
+    RunFaults(deadline);
+    RunKills(seed, deadline);
+    return gAllKept ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return TestSupport::Main(argc, argv, [](int count, char** arguments) {
+        const int minutes = count > 1 ? std::atoi(arguments[1]) : kDefaultMinutes;
+        if (minutes < 1 || minutes > kMostMinutes) {
+            std::fprintf(stderr, "soak: between 1 and %d minutes\n", kMostMinutes);
+            return 2;
+        }
+        return Soak(minutes);
+    });
+}

@@ -1,0 +1,123 @@
+#include "DiskFaults.h"
+#include "Lines.h"
+#include "RunningLog.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtTest/QtTest>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <set>
+#include <unistd.h>
+
+using TestSupport::Scenario;
+
+namespace {
+
+const Scenario fault("fault", [](const QStringList& arguments) {
+    std::fputs(DiskFaults::ToText(DiskFaults::Run(arguments.value(0))).constData(), stdout);
+    return 0;
+});
+
+const Scenario stopInFault("stopInFault", [](const QStringList& arguments) {
+    DiskFaults::RunStop(arguments.value(0));
+    return 0;
+});
+
+constexpr int kLines = 4000;
+constexpr int kMoves = 40;
+
+// Another program that appends to the log and moves it away.
+const Scenario intrude("intrude", [](const QStringList&) {
+    for (int move = 0; move < kMoves; ++move) {
+        const int file = ::open("app.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+        const QByteArray line = "intruder " + QByteArray::number(move) + '\n';
+        if (file < 0 || ::write(file, line.constData(), size_t(line.size())) != line.size() || ::close(file) != 0
+            || ::rename("app.log", ("moved" + QByteArray::number(move) + ".log").constData()) != 0)
+            return 1;
+        ::usleep(2000);
+    }
+    return 0;
+});
+
+const Scenario intrudedUpon("intrudedUpon", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(LoggerDefs::kLockedLevel & ~(LoggerDefs::Debug | LoggerDefs::Trace));
+    Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
+    QProcess other;
+    other.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--scenario"), QStringLiteral("intrude")});
+    int number = 0;
+    for (; number < kLines || other.state() != QProcess::NotRunning; ++number) {
+        Lines::Say(0, number);
+        if (number % 500 == 0)
+            other.waitForFinished(1);
+    }
+    Logger::StopLogging();
+    std::printf("%d\n", number);
+    return other.exitStatus() == QProcess::NormalExit ? other.exitCode() : 1;
+});
+
+} // namespace
+
+class tst_DiskFaults : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lines_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const QString& name : DiskFaults::Names())
+            QTest::newRow(qPrintable(name)) << name;
+    }
+    void lines()
+    {
+        QFETCH(QString, name);
+        const auto result = TestSupport::RunScenario("fault", {name});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const DiskFaults::Outcome outcome = DiskFaults::FromText(result.iStdout);
+        QCOMPARE(outcome.iFault, QByteArray());
+        qInfo("%d lost, %d torn", outcome.iLost, outcome.iTorn);
+    }
+
+    void stop_data() { lines_data(); }
+    void stop()
+    {
+        QFETCH(QString, name);
+        const auto result = TestSupport::RunScenario("stopInFault", {name});
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
+
+    void anotherAppendsAndMovesTheLogAway()
+    {
+        const auto result = TestSupport::RunScenario("intrudedUpon");
+        QVERIFY2(result.IsOk(), result.Describe());
+        std::multiset<int> numbers;
+        std::multiset<QByteArray> intruder;
+        for (const QString& name : result.iFolder.entryList({QStringLiteral("*.log")})) {
+            for (const QByteArray& line : LogText::Lines(LogText::Read(result.iFolder.filePath(name)))) {
+                const std::optional<Lines::Said> said = Lines::Whose(LogText::Body(line));
+                if (said)
+                    numbers.insert(said->iNumber);
+                else if (line.startsWith("intruder "))
+                    intruder.insert(line);
+                else
+                    QVERIFY2(line.contains("|Logger::StopLogging|"), line.constData());
+            }
+        }
+        for (int move = 0; move < kMoves; ++move)
+            QCOMPARE(int(intruder.count("intruder " + QByteArray::number(move))), 1);
+        for (int number = 0; number < result.iStdout.toInt(); ++number) {
+            const bool passes = !(Lines::LevelOf(number) & (LoggerDefs::Debug | LoggerDefs::Trace));
+            QVERIFY2(int(numbers.count(number)) == int(passes), QByteArray::number(number).constData());
+        }
+    }
+};
+
+NEROLT_TEST_MAIN(tst_DiskFaults)
+
+#include "tst_DiskFaults.moc"
