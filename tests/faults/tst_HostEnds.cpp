@@ -73,7 +73,8 @@ QList<int> Expected(int from, int to)
 // H the hook, O its holder. After each step everything that is still allowed is used.
 struct Host
 {
-    SingletonHook* iHook = new SingletonHook;
+    // Where it outlives the host it is not lost: a hook with a deleted entry may not be deleted.
+    static inline SingletonHook* iHook = nullptr;
     bool iHasConfig = true;
 
     void Step(char letter)
@@ -115,6 +116,7 @@ struct Host
 
 const Scenario hostEnds("hostEnds", [](const QStringList& arguments) {
     Host host;
+    host.iHook = new SingletonHook;
     HookedSingleton::InstallHook(host.iHook);
     SystemConfig::SetTestPath(QDir::currentPath());
     Start();
@@ -318,9 +320,11 @@ private Q_SLOTS:
         QTest::newRow("_exit") << QStringLiteral("_exit") << false;
         QTest::newRow("stop in the loop's last moment") << QStringLiteral("stop in the loop's last moment") << true;
         QTest::newRow("exit, stop at exit") << QStringLiteral("exit, stop at exit") << true;
+#ifndef NEROLT_SANITIZED // nor are its objects deleted
         // The framework delivers nothing any more once its application object is gone.
         QTest::newRow("stop at exit") << QStringLiteral("stop at exit") << false;
         QTest::newRow("cleanup at exit") << QStringLiteral("cleanup at exit") << false;
+#endif
     }
     void endOfTheProcess()
     {
