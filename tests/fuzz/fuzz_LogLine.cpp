@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kLong = 1000000;
+constexpr int kLong = 200000;
 
 QByteArray WithoutBreaks(QByteArray text)
 {
