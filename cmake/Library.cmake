@@ -68,6 +68,7 @@ if(APPLE)
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_mac.cpp
     logging/FreeMemory_mac.cpp
+    logging/WriterThread_mac.cpp
     system/Host_mac.cpp
     util/DiskSpace_mac.cpp
     util/FileInfoMac_mac.mm)
@@ -79,6 +80,7 @@ else()
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_linux.cpp
     logging/FreeMemory_linux.cpp
+    logging/WriterThread_linux.cpp
     system/Host_linux.cpp
     util/DiskSpace_linux.cpp
     util/FileAttributes_linux.cpp

@@ -13,6 +13,7 @@ namespace {
 constexpr int kCapacity = 5000 + 1024;
 constexpr int kLargestKept = 2 * kCapacity;
 constexpr unsigned int kSlots = 32;
+constexpr int kAnticipated = 20;
 constexpr qint64 kBurstBytes = 4 << 20;
 
 // A ring of buffers, given back at one end and taken at the other, so that the one taken is the least likely to be
@@ -83,13 +84,26 @@ void Clear()
     pool.taken = pool.given;
 }
 
+// A thread that needs a new buffer will need more: the writer is behind. Below what allocators take from the system
+// apart.
+void AnticipateMore()
+{
+    thread_local int buffersAtHand = 0;
+    if (buffersAtHand-- > 0)
+        return;
+    buffersAtHand = kAnticipated - 1;
+    FreeMemory::Anticipate(std::size_t(kAnticipated) * (kCapacity + 64));
+}
+
 } // namespace
 
 QByteArray BatchPool::Take()
 {
     QByteArray buffer = TakeUsed(ThePool());
-    if (buffer.capacity() < kCapacity)
+    if (buffer.capacity() < kCapacity) {
+        AnticipateMore();
         buffer.reserve(kCapacity);
+    }
     buffer.resize(0);
     return buffer;
 }

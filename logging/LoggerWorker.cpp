@@ -1,6 +1,7 @@
 #include "BatchPool.h"
 #include "LogFile.h"
 #include "Rotation.h"
+#include "WriterThread.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/LoggerWorker.h>
@@ -27,6 +28,7 @@ void LoggerWorker::onStartWorker()
     if (iRunning)
         return;
     iRunning = true;
+    WriterThread::StandBack();
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this, &BatchPool::Idle);
 }
 

@@ -67,6 +67,21 @@ bool IsMet(const Task& task, const Figures& figures)
     return task.iMostShare <= 0 || figures[0].iLeast <= figures[1].iLeast * (1 + task.iMostShare);
 }
 
+QString AimOf(const Task& task)
+{
+    if (task.iMostShare > 0)
+        return QStringLiteral("at most %1 % above QSettings").arg(task.iMostShare * 100);
+    return task.iMost > 0 ? QStringLiteral("at most %1 %2").arg(task.iMost).arg(task.iUnit) : QString();
+}
+
+// What the aim is held against.
+QString FigureOf(const Task& task, const Figures& figures)
+{
+    if (task.iMostShare > 0)
+        return QStringLiteral("%1 %").arg((figures[0].iLeast / figures[1].iLeast - 1) * 100, 0, 'f', 1);
+    return QStringLiteral("%1 %2").arg(figures[0].iLeast, 0, 'g', 4).arg(task.iUnit);
+}
+
 QJsonObject Print(const Task& task, const Figures& figures)
 {
     std::printf("\n%s (%s)\n%-26s%10s%22s%12s\n", qPrintable(task.iTitle), qPrintable(task.iUnit), "", "median",
@@ -82,14 +97,14 @@ QJsonObject Print(const Task& task, const Figures& figures)
                              {QStringLiteral("most"), figure.iMost}};
     }
     const bool isMet = IsMet(task, figures);
-    if (task.iMostShare > 0)
-        std::printf("  aim: ours at most %g %% above QSettings: %s (%+.1f %%)\n", task.iMostShare * 100,
-                    isMet ? "met" : "NOT MET", (figures[0].iLeast / figures[1].iLeast - 1) * 100);
-    if (task.iMost > 0)
-        std::printf("  aim: ours at most %g %s: %s\n", task.iMost, qPrintable(task.iUnit), isMet ? "met" : "NOT MET");
+    const QString aim = AimOf(task);
+    if (!aim.isEmpty())
+        std::printf("  aim: ours %s: %s\n", qPrintable(aim), isMet ? "met" : "NOT MET");
     return {{QStringLiteral("title"), task.iTitle},
             {QStringLiteral("unit"), task.iUnit},
             {QStringLiteral("works"), works},
+            {QStringLiteral("aim"), aim},
+            {QStringLiteral("figure"), FigureOf(task, figures)},
             {QStringLiteral("met"), isMet}};
 }
 

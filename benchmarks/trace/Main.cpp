@@ -67,9 +67,11 @@ QJsonObject Print(const QVector<Peer>& peers, int depth, const QVector<Figure>& 
     const bool isMet = share <= kMostOfBoost;
     std::printf("  aim: ours at most %g %% of Boost.Stacktrace: %s (%.1f %%)\n", kMostOfBoost * 100,
                 isMet ? "met" : "NOT MET", share * 100);
-    return {{QStringLiteral("depth"), depth},
+    return {{QStringLiteral("title"), QStringLiteral("A trace of %1 frames").arg(depth)},
             {QStringLiteral("unit"), QStringLiteral("us")},
             {QStringLiteral("works"), works},
+            {QStringLiteral("aim"), QStringLiteral("at most %1 % of Boost.Stacktrace").arg(kMostOfBoost * 100)},
+            {QStringLiteral("figure"), QStringLiteral("%1 %").arg(share * 100, 0, 'f', 1)},
             {QStringLiteral("met"), isMet}};
 }
 

@@ -15,6 +15,7 @@
 #include <QtCore/QPointer>
 #include <QtTest/QtTest>
 
+#include <sched.h>
 #include <sys/stat.h>
 
 NEROLT_PRIVATE(LoggerWorker, iQueue, QList<QByteArray>)
@@ -100,6 +101,23 @@ private Q_SLOTS:
             QVERIFY(QFile::remove(file));
     }
     void cleanup() { ForgedClock::Release(); }
+
+    // Else it would push the caller off who wakes it.
+    void theWriterIsNotInAHurry()
+    {
+        int before = -1;
+        int after = -1;
+        const std::unique_ptr<QThread> thread(QThread::create([&] {
+            before = ::sched_getscheduler(0);
+            LoggerWorker(kLog).onStartWorker();
+            after = ::sched_getscheduler(0);
+        }));
+        thread->start();
+        QVERIFY(thread->wait(60000));
+        QCOMPARE(before, SCHED_OTHER);
+        QCOMPARE(after, SCHED_BATCH);
+        QCOMPARE(::sched_getscheduler(0), SCHED_OTHER);
+    }
 
     void fieldsInTheirOrderAndDefaults()
     {

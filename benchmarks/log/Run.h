@@ -1,0 +1,214 @@
+#pragma once
+
+#include "Check.h"
+#include "Files.h"
+#include "Memory.h"
+#include "Stopwatch.h"
+
+#include <QtCore/QByteArrayList>
+
+#include <benchmark/benchmark.h>
+
+#include <deque>
+#include <future>
+#include <memory>
+#include <random>
+#include <thread>
+
+/// The measurements, written once for every target, so that no target pays for an indirection.
+///
+/// A target is a class with
+/// - `Message`, the class of its messages;
+/// - `kHead`, what it writes before them, and `Others()`, how lines begin that it writes of itself;
+/// - a constructor from a scenario, which opens the log at Files::LogPath;
+/// - `Write(text)`, the call that is measured, from any thread;
+/// - `WriteIfOn(text)`, a debug message behind a test of the level;
+/// - `Finish()`, which returns when everything is in the file.
+template <typename Target>
+class Run
+{
+public:
+    explicit Run(const Scenario& scenario)
+        : iScenario(scenario)
+    {
+        MakeCallers();
+        iBefore = Memory::Resident();
+        Memory::ForgetPeak();
+        iTarget = std::make_unique<Target>(scenario);
+    }
+
+    Results Measure()
+    {
+        if (iScenario.iKind == QLatin1String("flat"))
+            return Flat();
+        if (iScenario.iKind == QLatin1String("bursty"))
+            return Bursty();
+        if (iScenario.iKind == QLatin1String("stopped"))
+            return Stopped();
+        throw Failure{QStringLiteral("no kind %1").arg(iScenario.iKind)};
+    }
+
+private:
+    using Message = typename Target::Message;
+
+    // About a call in 13 is timed, so that the clock adds little to the others. The distance varies, or it could keep
+    // step with the batches and miss, or find, each call that hands one over.
+    static constexpr int kLeastGap = 8;
+    static constexpr unsigned int kGaps = 11;
+    static constexpr int kBurst = 20;
+    static constexpr std::chrono::milliseconds kRest{2};
+    static constexpr qint64 kStoppedCalls = 20000000;
+
+    // What a thread does and finds.
+    struct Caller
+    {
+        Caller(const Line::Shape& shape, int thread, int samples)
+            : iMessage(shape, thread)
+            , iLatencies(size_t(samples))
+        {
+        }
+
+        Message iMessage;
+        Latencies iLatencies;
+        double iSeconds = 0; ///< in the loop that logs
+    };
+
+    // Without a pause.
+    Results Flat()
+    {
+        Results results = LogFromThreads([this](Caller& caller) { LogLines(caller); });
+        double seconds = 0;
+        for (const Caller& caller : iCallers)
+            seconds += caller.iSeconds;
+        results[QStringLiteral("mean")] = seconds / Total() * 1e9;
+        return WithPercentiles(results);
+    }
+
+    // A few lines, a rest, and again.
+    Results Bursty()
+    {
+        Results results = LogFromThreads([this](Caller& caller) { LogBursts(caller); });
+        // The rests would be what these tell of.
+        for (const char* const name : {"lines/s", "peak", "kept"})
+            results.remove(QLatin1String(name));
+        double sum = 0;
+        for (const Caller& caller : iCallers)
+            sum += caller.iLatencies.Mean();
+        results[QStringLiteral("mean")] = sum / iScenario.iThreads;
+        return WithPercentiles(results);
+    }
+
+    // Calls that the level stops.
+    Results Stopped()
+    {
+        const Message message(iScenario.iShape, 0);
+        const double nanoseconds = NanosecondsPerIteration(kStoppedCalls, [&](benchmark::State& state) {
+            for (auto step : state) {
+                Q_UNUSED(step)
+                iTarget->WriteIfOn(message.Text());
+                benchmark::ClobberMemory();
+            }
+        });
+        iTarget->Finish();
+        Verify(0);
+        return {{QStringLiteral("mean"), nanoseconds}};
+    }
+
+    void LogLines(Caller& caller)
+    {
+        std::minstd_rand random;
+        int timed = 0;
+        for (int line = 0; line < iScenario.iLines; ++line) {
+            if (line == timed) {
+                TimeLine(caller);
+                timed += kLeastGap + int(random() % kGaps);
+            } else {
+                iTarget->Write(caller.iMessage.Text());
+            }
+            caller.iMessage.Next();
+        }
+    }
+
+    void LogBursts(Caller& caller)
+    {
+        for (int line = 0; line < iScenario.iLines; ++line) {
+            if (line % kBurst == 0)
+                std::this_thread::sleep_for(kRest);
+            TimeLine(caller);
+            caller.iMessage.Next();
+        }
+    }
+
+    void TimeLine(Caller& caller)
+    {
+        const Clock::time_point begin = Clock::now();
+        iTarget->Write(caller.iMessage.Text());
+        caller.iLatencies.Add(Clock::now() - begin);
+    }
+
+    void MakeCallers()
+    {
+        const bool isAlwaysTimed = iScenario.iKind == QLatin1String("bursty");
+        const int samples = isAlwaysTimed ? iScenario.iLines : iScenario.iLines / kLeastGap + 1;
+        for (int thread = 0; thread < iScenario.iThreads; ++thread)
+            iCallers.emplace_back(iScenario.iShape, thread, samples);
+    }
+
+    // All threads start at once, and the time is over when everything is in the file.
+    template <typename Work>
+    Results LogFromThreads(const Work& work)
+    {
+        std::promise<void> start;
+        const std::shared_future<void> started = start.get_future().share();
+        std::vector<std::thread> threads;
+        for (Caller& caller : iCallers) {
+            threads.emplace_back([&work, &caller, started] {
+                started.wait();
+                const Clock::time_point begin = Clock::now();
+                work(caller);
+                caller.iSeconds = Seconds(Clock::now() - begin);
+            });
+        }
+        const double processorSeconds = ProcessorSeconds();
+        const Clock::time_point begin = Clock::now();
+        start.set_value();
+        for (std::thread& thread : threads)
+            thread.join();
+        iTarget->Finish();
+        const double seconds = Seconds(Clock::now() - begin);
+        const double taken = ProcessorSeconds() - processorSeconds;
+        const Results results{{QStringLiteral("lines/s"), Total() / seconds},
+                              {QStringLiteral("processor"), taken / Total() * 1e9},
+                              {QStringLiteral("peak"), double(Memory::Peak() - iBefore)},
+                              {QStringLiteral("kept"), double(Memory::Resident() - iBefore)}};
+        Verify(iScenario.iLines); // last, for it takes time and memory of its own
+        return results;
+    }
+
+    Results WithPercentiles(Results results)
+    {
+        Latencies all(0);
+        for (const Caller& caller : iCallers)
+            all.Add(caller.iLatencies);
+        const Results percentiles = all.Percentiles();
+        for (auto it = percentiles.begin(); it != percentiles.end(); ++it)
+            results[it.key()] = it.value();
+        return results;
+    }
+
+    void Verify(int lines) const
+    {
+        Scenario written = iScenario;
+        written.iLines = lines;
+        const QString wrong = Check::Lines(written, Target::kHead, Target::Others());
+        if (!wrong.isEmpty())
+            throw Failure{wrong};
+    }
+
+    int Total() const { return iScenario.iLines * iScenario.iThreads; }
+
+    const Scenario& iScenario;
+    std::deque<Caller> iCallers;
+    qint64 iBefore = 0; ///< memory without the log
+    std::unique_ptr<Target> iTarget;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Line.h"
+
+#include <QtCore/QMap>
+
+/// One measurement in a process of its own: a logger lives once in a process, and memory is counted from the start.
+struct Scenario
+{
+    QString iKind; ///< what is measured: "flat", "bursty" or "stopped", see Run.h
+    int iThreads = 1;
+    int iLines = 0; ///< of each thread
+    Line::Shape iShape;
+    QString iFolder; ///< an empty one for the log files
+};
+
+/// The results of a scenario by their names.
+using Results = QMap<QString, double>;
+
+/// What went wrong in a scenario.
+struct Failure
+{
+    QString iText;
+};
+
+/// Runs the scenario on the target of this program and checks the files that it left. Throws Failure.
+Results RunScenario(const Scenario& scenario);

@@ -1,0 +1,59 @@
+"""Runs the programs and collects what they say."""
+
+import json
+import subprocess
+import tempfile
+from pathlib import Path
+
+import scenarios
+from figures import summary
+
+TIMEOUT = 600
+
+
+class Failure(Exception):
+    """A program failed, or did not end."""
+
+
+def run(command, **options):
+    """What the command printed. `options` go to subprocess.run."""
+    texts = [str(text) for text in command]
+    try:
+        done = subprocess.run(texts, capture_output=True, text=True, timeout=TIMEOUT, check=False, **options)
+    except subprocess.TimeoutExpired as error:
+        raise Failure(f"{' '.join(texts)}: does not end") from error
+    if done.returncode != 0:
+        raise Failure(f"{' '.join(texts)}: {done.stderr.strip() or done.returncode}")
+    return done
+
+
+def _run_scenario(programs, scenario, folder, quick):
+    program = programs / "log" / f"bench_log_{scenario.target}"
+    with tempfile.TemporaryDirectory(prefix="bench-", dir=folder) as empty:
+        command = [program, *scenario.arguments(), "--lines", scenario.lines(quick), "--folder", empty]
+        return json.loads(run(command).stdout)
+
+
+def _in_turn(chosen, number):
+    """Another one first in every round."""
+    start = number * 3 % len(chosen)
+    return chosen[start:] + chosen[:start]
+
+
+def logs(programs, parts, rounds, folder, quick, progress):
+    """{scenario: {figure: summary}}. Each round runs every scenario once, one process after another."""
+    chosen = [scenario for part in parts for scenario in scenarios.all_of(part)]
+    values = {scenario: {} for scenario in chosen}
+    for number in range(rounds):
+        for done, scenario in enumerate(_in_turn(chosen, number)):
+            progress((number * len(chosen) + done) / (rounds * len(chosen)), scenario)
+            for name, value in _run_scenario(programs, scenario, folder, quick).items():
+                values[scenario].setdefault(name, []).append(value)
+    return {scenario: {name: summary(those) for name, those in named.items()} for scenario, named in values.items()}
+
+
+def tasks(program, rounds, folder):
+    """The tasks of a program that compares by itself."""
+    target = Path(folder) / f"{program.name}.json"
+    run([program, "--rounds", rounds, "--json", target])
+    return json.loads(target.read_text(encoding="utf-8"))

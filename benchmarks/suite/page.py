@@ -1,0 +1,162 @@
+"""The page about performance, in Markdown."""
+
+import textwrap
+from statistics import median
+
+import start
+from figures import ratios, shown, span
+from scenarios import FLOOR, LOG_PARTS, NAMES, OURS, of_us
+from words import AIMS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, NOTES, TITLES
+
+NS = {"mean": "mean", "p50": "p50", "p99": "p99", "p99.9": "p99.9"}
+
+
+def _table(rows, others="---:"):
+    head, *rest = rows
+    rule = ["---"] + [others] * (len(head) - 1)
+    return "".join(f"| {' | '.join(row)} |\n" for row in [head, rule, *rest]) + "\n"
+
+
+def _prose(text):
+    return textwrap.fill(" ".join(text.split()), 120) + "\n\n"
+
+
+def _title(scenario):
+    threads = "1 thread" if scenario.threads == 1 else f"{scenario.threads} threads"
+    return f"{threads}, {scenario.characters} characters, {'mixed scripts' if scenario.mixed else 'ASCII'}"
+
+
+def _flat_row(logs, ours, target):
+    figures = logs[ours.of(target)]
+    rates = figures["lines/s"]
+    to_theirs = median(ratios(logs[ours]["lines/s"]["rounds"], rates["rounds"]))
+    row = [NAMES[target], shown(rates["median"] / 1e6), span(rates["rounds"], 1e-6)]
+    row.append("" if target == OURS else shown(to_theirs))
+    row += [shown(figures[name]["median"]) for name in [*NS, "processor"]]
+    return row + [shown(max(0, figures[name]["median"]) / 1048576) for name in ("peak", "kept")]
+
+
+def _flat(logs):
+    head = ["", "million lines/s", "least to most", "ours is faster by", *NS, "processor", "MiB at peak", "kept"]
+    text = ""
+    for ours in of_us("flat"):
+        text += f"### {_title(ours)}\n\n" + _table([head] + [_flat_row(logs, ours, target) for target in NAMES])
+    return text
+
+
+def _bursty(logs):
+    text = ""
+    for ours in of_us("bursty"):
+        rows = [["", *NS, "p99.9 least to most", "processor"]]
+        for target in NAMES:
+            figures = logs[ours.of(target)]
+            row = [NAMES[target]] + [shown(figures[name]["median"]) for name in NS]
+            rows.append(row + [span(figures["p99.9"]["rounds"]), shown(figures["processor"]["median"])])
+        text += f"### {_title(ours)}\n\n" + _table(rows)
+    return text
+
+
+def _stopped(logs):
+    rows = [["", "ns", "least to most"]]
+    ours = of_us("stopped")[0]
+    for target in NAMES:
+        figure = logs[ours.of(target)]["mean"]
+        name = "an empty loop" if target == FLOOR else NAMES[target]
+        rows.append([name, f"{figure['median']:.2f}", span(figure["rounds"])])
+    return _table(rows)
+
+
+def _levels(logs):
+    rows = [["", "million lines/s", *NS, "processor"]]
+    for scenario, figures in logs.items():
+        if scenario.level != "information":
+            row = [f"{scenario.level}, {_title(scenario)}", shown(figures["lines/s"]["median"] / 1e6)]
+            rows.append(row + [shown(figures[name]["median"]) for name in [*NS, "processor"]])
+    return _table(rows)
+
+
+def _tasks(tasks):
+    text = ""
+    for task in tasks:
+        rows = [[f"{task['title']} ({task['unit']})", "median", "least to most", "ours is faster by"]]
+        ours = task["works"][0]
+        for work in task["works"]:
+            faster = "" if work is ours else shown(work["median"] / ours["median"])
+            rows.append(
+                [work["name"], shown(work["median"]), f"{shown(work['least'])} to {shown(work['most'])}", faster]
+            )
+        text += _table(rows)
+    return text
+
+
+def _start(starts):
+    lines = {
+        "from the start of the process to the first line in the file (ms)": ("ms", 1),
+        "in the dynamic loader (thousand cycles)": ("total", 1e-3),
+        "of these for relocations (thousand cycles)": ("relocation", 1e-3),
+        "relocations by name": ("relocations", 1),
+        "relative relocations": ("relative", 1),
+        "memory of the idle process, Pss (MiB)": ("pss", 1 / 1024),
+    }
+    rows = [["", *start.PROGRAMS.values(), "more", "least to most, with the library"]]
+    for text, (name, scale) in lines.items():
+        bare, ours = (starts[program][name] for program in start.PROGRAMS)
+        more = [our - their for our, their in zip(ours["rounds"], bare["rounds"])]
+        row = [text] + [shown(value * scale) for value in (bare["median"], ours["median"], median(more))]
+        rows.append(row + [span(ours["rounds"], scale)])
+    return _table(rows)
+
+
+def _size(size):
+    rows = [["", "KiB"], ["the file, stripped", shown(size["stripped"] / 1024)]]
+    sections = size["sections"]
+    for name in start.SECTIONS:
+        rows.append([f"`{name}`", shown(sections.get(name, 0) / 1024)])
+    writable = sum(sections.get(name, 0) for name in start.WRITABLE)
+    names = ", ".join(f"`{name}`" for name in start.WRITABLE)
+    rows.append([f"what may be written to ({names})", shown(writable / 1024)])
+    return _table(rows)
+
+
+def _aims(aims):
+    rows = [["", "figure", "met"]]
+    return _table(rows + [[aim["aim"], aim["figure"], "yes" if aim["met"] else "**missed**"] for aim in aims])
+
+
+def _log_commands(quick):
+    for part in LOG_PARTS:
+        for scenario in of_us(part):
+            what = _title(scenario) if scenario.level == "information" else f"{scenario.level}, {_title(scenario)}"
+            command = ["log/bench_log_LOGGER", *scenario.arguments(), "--lines", str(scenario.lines(quick))]
+            yield part, f"{TITLES[part]}: {what}", " ".join(command)
+
+
+def _commands(results):
+    rows = [["figures", "command"]]
+    commands = [*_log_commands(results["quick"]), *COMMANDS]
+    rows += [[what, f"`{command}`"] for part, what, command in commands if part in results["parts"]]
+    loggers = ", ".join(f"`{target}`" for target in NAMES)
+    return _prose(COMMANDS_NOTE.format(loggers=loggers)) + _table(rows, "---")
+
+
+SECTIONS = {
+    "flat": lambda results: _flat(results["logs"]),
+    "bursty": lambda results: _bursty(results["logs"]),
+    "stopped": lambda results: _stopped(results["logs"]),
+    "levels": lambda results: _levels(results["logs"]),
+    "settings": lambda results: _tasks(results["settings"]),
+    "trace": lambda results: _tasks(results["trace"]),
+    "start": lambda results: _start(results["start"]),
+    "size": lambda results: _size(results["size"]),
+}
+
+
+def make(results, charts):
+    """`charts` are names of files beside the page, and their titles."""
+    text = INTRODUCTION
+    text += "## Measured on\n\n" + _table([["", ""]] + [[name, fact] for name, fact in results["machine"].items()])
+    text += "## Aims\n\n" + _prose(AIMS) + _aims(results["aims"])
+    text += "".join(f"![{title}]({name})\n\n" for name, title in charts.items())
+    for part in results["parts"]:
+        text += f"## {TITLES[part]}\n\n{_prose(NOTES[part])}{SECTIONS[part](results)}"
+    return text + "## Which command made which figure\n\n" + _commands(results)[:-1]

@@ -1,0 +1,89 @@
+"""Who is measured, and in what."""
+
+from dataclasses import dataclass, replace
+
+OURS = "nerolt"
+ASYNC = "spdlog_async"
+FLOOR = "floor"
+NAMES = {
+    OURS: "NeroltOrvaneBase",
+    ASYNC: "spdlog asynchronous",
+    "spdlog_sync": "spdlog synchronous",
+    "glog": "glog",
+    "log4cplus": "log4cplus asynchronous",
+    "boost": "Boost.Log asynchronous",
+    "qt": "Qt message handler",
+    FLOOR: "the floor",
+}
+PEERS = [target for target in NAMES if target not in (OURS, FLOOR)]
+
+LINES = 240000
+BURSTS = 400
+LINES_OF_A_BURST = 20
+# Who takes longest for a line writes fewer, or the others would wait for it.
+SHARES = {"glog": 4, "log4cplus": 3, "boost": 3, "qt": 8}
+
+
+@dataclass(frozen=True)
+class Scenario:
+    """One program run, but for the number of lines."""
+
+    target: str
+    kind: str = "flat"
+    threads: int = 1
+    characters: int = 80
+    mixed: bool = False
+    level: str = "information"
+
+    def lines(self, quick):
+        """In all threads together."""
+        if self.kind == "stopped":
+            return self.threads
+        if self.kind == "bursty":
+            return (BURSTS // 3 if quick else BURSTS) * LINES_OF_A_BURST * self.threads
+        size = max(1, self.characters // 130)
+        return LINES // SHARES.get(self.target, 1) // size // (3 if quick else 1)
+
+    def arguments(self):
+        texts = ["--kind", self.kind, "--threads", str(self.threads), "--characters", str(self.characters)]
+        texts += ["--level", self.level]
+        return texts + ["--mixed"] if self.mixed else texts
+
+    def of(self, target):
+        return replace(self, target=target)
+
+
+def _flat():
+    for threads in (1, 2, 4, 8):
+        yield Scenario(OURS, threads=threads)
+    for threads in (1, 4):
+        yield Scenario(OURS, threads=threads, characters=40)
+        yield Scenario(OURS, threads=threads, characters=400)
+        yield Scenario(OURS, threads=threads, mixed=True)
+
+
+def _bursty():
+    for threads in (1, 4):
+        yield Scenario(OURS, "bursty", threads)
+    yield Scenario(OURS, "bursty", mixed=True)
+
+
+def _levels():
+    for level in ("debug", "warning"):
+        for threads in (1, 4):
+            yield Scenario(OURS, threads=threads, level=level)
+
+
+PARTS = {"flat": _flat, "bursty": _bursty, "stopped": lambda: [Scenario(OURS, "stopped")], "levels": _levels}
+LOG_PARTS = list(PARTS)
+
+
+def of_us(part):
+    """The scenarios of a part, with ours."""
+    return list(PARTS[part]())
+
+
+def all_of(part):
+    """The scenarios of a part, those that are to be compared side by side."""
+    targets = [OURS] if part == "levels" else NAMES
+    return [scenario.of(target) for scenario in of_us(part) for target in targets]

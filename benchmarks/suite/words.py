@@ -1,0 +1,69 @@
+"""What the page says besides figures."""
+
+INTRODUCTION = """# Performance
+
+The library beside its peers. `scripts/bench` measured this and wrote the page; it is not edited by hand.
+
+Loggers write the same lines, "date and time|10|Information|Disk::Scan|message", with messages that are at hand. Each
+scenario runs in a process of its own, once in every round, ours and its peers in turn, so that a disturbance hits all
+alike. Before a figure counts, the program reads the files back: every line is there once, and in the order of its
+thread. Figures are medians of the rounds, and so are percentiles; "ours is faster by" is the median of the ratios
+within the rounds.
+
+- Ours opens and closes its file for every batch, looks at its age and size, and rotates it at 100 MiB.
+- spdlog asynchronous and log4cplus asynchronous: one thread writes, a queue of 8192, callers wait while it is full.
+- spdlog synchronous and glog: callers write, one at a time, through the C library's file buffer.
+- Boost.Log asynchronous: one thread formats and writes, and its queue has no bounds.
+- Qt message handler: formats with QDateTime and writes to a QTextStream under a mutex.
+- glog puts a head of its own before the message, Boost.Log microseconds. All files rotate at 100 MiB but Qt's.
+- The floor copies lines that are ready-made, and writes them in batches of 5000 bytes with one open and close each:
+  one thread without a lock, several under a plain mutex. It formats nothing, and reads no clock.
+
+"""
+
+TITLES = {
+    "flat": "Without a pause",
+    "bursty": "A bursty caller",
+    "stopped": "A call that the level stops",
+    "levels": "Our other levels",
+    "settings": "Settings",
+    "trace": "Stack traces",
+    "start": "The start of a program",
+    "size": "On the disk",
+}
+
+AIMS = """Aims of the log hold for messages of 80 characters in ASCII. Those of the settings and of stack traces compare
+the least times. What is missed is shown as missed."""
+
+COMMANDS_NOTE = """All by `scripts/bench`. Paths begin in `build/release/benchmarks`; LOGGER is one of {loggers}. Some
+take fewer lines than ours."""
+
+NOTES = {
+    "flat": """Each thread logs as fast as it can. Lines per second are counted until everything is in the file, which
+        means handed to the system by `write`, not that the disk has it. A call's times (ns) are those that its caller
+        waits; about one call in 13 is timed for the percentiles, the clock included. Processor time (ns for each line)
+        is what the process took, all threads together. Memory is what the process had more than before there was a log:
+        at its peak, and when the log had been stopped. A queue without bounds grows with the number of lines, of which
+        who takes long for one got fewer.""",
+    "bursty": """Each thread logs 20 lines and rests for 2 ms, again and again. Times of single calls and processor time
+        of a line in ns, the clock included.""",
+    "stopped": "A debug message behind a test of the level, as call sites have it; one thread.",
+    "levels": """Information takes no lock of the logger's; debug and trace try it, warnings wait for it. Measured as
+        without a pause.""",
+    "settings": "One INI file of 50,000 keys in 500 sections.",
+    "trace": """The same trace again and again, from one place: what was looked up for a frame is kept. The first trace
+        from a place takes longer.""",
+    "start": """The same small program with the library and without; without it, it writes a line by itself. The time
+        goes on until the first line is in the file. The loader's figures are those of `LD_DEBUG=statistics`. Idle is
+        0.3 s after the first line, while the logging thread waits.""",
+    "size": "The library for programs to run with: stripped, without its headers.",
+}
+
+# What is not of the log: the part, what its figures are, the command behind them.
+COMMANDS = [
+    ("settings", "Settings", "settings/bench_settings"),
+    ("trace", "Stack traces", "trace/bench_trace"),
+    ("start", "The start: first line in the file, idle memory", "start/bench_start_nerolt"),
+    ("start", "The start: the dynamic loader", "LD_DEBUG=statistics start/bench_start_nerolt 0 FOLDER"),
+    ("size", "On the disk", "strip --strip-unneeded -o COPY LIBRARY; size --format=sysv COPY"),
+]

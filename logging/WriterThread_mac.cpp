@@ -1,0 +1,6 @@
+#include "WriterThread.h"
+
+void WriterThread::StandBack()
+{
+    // Threads that are woken push nobody off there.
+}
