@@ -1,5 +1,7 @@
 #include "LogFile.h"
 
+#include <NeroltOrvaneBase/FileUtilities.h>
+
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>
 
@@ -65,22 +67,28 @@ public:
         return end < 0 ? 0 : qint64(end);
     }
 
+    std::optional<qint64> CreatedMSecs(const QString& path) const
+    {
+        return FileUtilities::GetMSecs(path, FileTimeCreation, iDescriptor);
+    }
+
 private:
     int iDescriptor = -1;
 };
 
 } // namespace
 
-qint64 LogFile::Append(const QString& path, const QByteArray& bytes)
+std::optional<LogFile::State> LogFile::Append(const QString& path, const QByteArray& bytes)
 {
     const Descriptor file(path, O_APPEND);
     if (!file.IsOpen())
-        return -1;
+        return std::nullopt;
     const int written = file.Write(bytes);
     // Lines that do not fit are lost whole, or the next to be written would stand behind half of one.
     if (written > 0 && written < bytes.size())
         file.TakeBack(written - (bytes.lastIndexOf('\n', written - 1) + 1));
-    return file.Size();
+    // While it is open: the path need not be gone again.
+    return State{file.Size(), file.CreatedMSecs(path)};
 }
 
 bool LogFile::Replace(const QString& path, const QByteArray& bytes)

@@ -71,13 +71,12 @@ void LoggerWorker::Log(bool scheduleMore)
 
 void LoggerWorker::WriteBatch(const QByteArray& batch)
 {
-    const qint64 size = LogFile::Append(iFileName, batch);
-    if (size < 0)
+    const std::optional<LogFile::State> file = LogFile::Append(iFileName, batch);
+    if (!file)
         return;
     // In plain numbers: the framework's local times would double the cost of a batch.
-    const std::optional<qint64> created = FileUtilities::GetMSecs(iFileName, FileTimeCreation);
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (Rotation::IsDue(size, created, now))
+    if (Rotation::IsDue(file->iSize, file->iCreatedMSecs, now))
         Rotate(QDateTime::fromMSecsSinceEpoch(now));
 }
 

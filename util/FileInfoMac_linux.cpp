@@ -7,10 +7,13 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
+#include <sys/xattr.h>
 
 using FileAttributes::Result;
 
@@ -63,6 +66,22 @@ std::optional<qint64> CreationTime(const QByteArray& path)
     return Status(path, status) ? FromStatx(status, STATX_BTIME, status.stx_btime) : std::nullopt;
 }
 
+// Nothing, too, when only the path may lead to an answer.
+std::optional<qint64> CreationTime(int descriptor)
+{
+    std::array<char, 64> text = {};
+    const ssize_t size = ::fgetxattr(descriptor, kCreationTime, text.data(), text.size() - 1);
+    if (size < 0 && errno != ENODATA && errno != ENOTSUP)
+        return std::nullopt;
+    if (size > 0) {
+        if (const std::optional<qint64> msecs = ToNumber(QByteArray(text.data(), int(size))))
+            return msecs;
+    }
+    struct statx status = {};
+    const bool isKnown = ::statx(descriptor, "", AT_EMPTY_PATH, STATX_BTIME, &status) == 0;
+    return isKnown ? FromStatx(status, STATX_BTIME, status.stx_btime) : std::nullopt;
+}
+
 bool SetModificationTime(const QByteArray& path, qint64 msecs)
 {
     qint64 seconds = msecs / 1000;
@@ -98,10 +117,14 @@ QDateTime FileInfoMac::GetTime(FileTimeType type)
     return msecs ? QDateTime::fromMSecsSinceEpoch(*msecs) : QDateTime();
 }
 
-std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type)
+std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type, int descriptor)
 {
     switch (type) {
     case FileTimeCreation:
+        if (descriptor >= 0) {
+            if (const std::optional<qint64> msecs = CreationTime(descriptor))
+                return msecs;
+        }
         return CreationTime(NativePath(iPath));
     case FileTimeModification:
     case FileTimeWrite:

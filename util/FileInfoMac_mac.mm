@@ -50,7 +50,7 @@ QDateTime FileInfoMac::GetTime(FileTimeType type)
     return QDateTime::fromNSDate(date);
 }
 
-std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type)
+std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type, int)
 {
     const QDateTime time = GetTime(type);
     return time.isValid() ? std::optional<qint64>(time.toMSecsSinceEpoch()) : std::nullopt;

@@ -42,10 +42,10 @@ QDateTime FileUtilities::GetTime(const QString& path, FileTimeType type, bool lo
     return IsUsable(path, "FileUtilities::GetTime", logIt) ? FileInfoMac(path).GetTime(type) : QDateTime();
 }
 
-std::optional<qint64> FileUtilities::GetMSecs(const QString& path, FileTimeType type)
+std::optional<qint64> FileUtilities::GetMSecs(const QString& path, FileTimeType type, int descriptor)
 {
     // The back end answers for a missing file itself: the log asks after every batch.
-    return FileInfoMac(path).GetMSecs(type);
+    return FileInfoMac(path).GetMSecs(type, descriptor);
 }
 
 void FileUtilities::ResetReadonlyFlags(const QString& path)

@@ -32,8 +32,9 @@ public:
 
     /// Invalid for an empty path, a missing file or a type that selects nothing.
     QDateTime GetTime(FileTimeType type);
-    /// The same in milliseconds since the epoch, without the cost of the time zone.
-    std::optional<qint64> GetMSecs(FileTimeType type);
+    /// The same in milliseconds since the epoch, without the cost of the time zone. A `descriptor` that is open on the
+    /// file spares the way to it, where the platform can ask by one.
+    std::optional<qint64> GetMSecs(FileTimeType type, int descriptor = -1);
     /// False for an empty path, an invalid time, a type that selects nothing, or when the system refuses.
     bool SetTime(const QDateTime& time, FileTimeType type);
     /// Locks (true) or unlocks. False for an empty path, a missing file, or when the system refuses.

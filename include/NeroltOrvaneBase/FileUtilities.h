@@ -39,8 +39,9 @@ public:
     static QDateTime GetTime(const QString& path, FileTimeType type, bool logIt);
 
     /// GetTime without logging in milliseconds since the epoch; nothing where that is invalid. It spares the work of
-    /// the time zone, which costs more than asking for the time itself.
-    static std::optional<qint64> GetMSecs(const QString& path, FileTimeType type);
+    /// the time zone, which costs more than asking for the time itself. A `descriptor` that is open on the file spares
+    /// the way to it, too, where the platform can ask by one.
+    static std::optional<qint64> GetMSecs(const QString& path, FileTimeType type, int descriptor = -1);
 
     /// Makes a file writable for its owner again: unlocks it, and gives it the mode rw-r--r-- unless its owner may
     /// already read and write. Folders are only unlocked. Logs at trace level, and a warning when unlocking fails.

@@ -2,6 +2,9 @@
 #include "support/LogText.h"
 #include "support/TestMain.h"
 
+#include <NeroltOrvaneBase/FileUtilities.h>
+
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
 #include <QtTest/QtTest>
@@ -19,6 +22,13 @@ int OpenDescriptors()
     return QDir(QStringLiteral("/proc/self/fd"))
         .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System)
         .size();
+}
+
+// The size afterwards, -1 when the file cannot be opened.
+qint64 Append(const QString& path, const QByteArray& bytes)
+{
+    const std::optional<LogFile::State> file = LogFile::Append(path, bytes);
+    return file ? file->iSize : -1;
 }
 
 } // namespace
@@ -39,16 +49,28 @@ private Q_SLOTS:
         }
     }
 
+    void creationTime()
+    {
+        const QString path = QStringLiteral("a.log");
+        const auto created = [&] { return LogFile::Append(path, "one\n")->iCreatedMSecs; };
+        const std::optional<qint64> born = created();
+        QVERIFY(born);
+        QCOMPARE(born, FileUtilities::GetMSecs(path, FileTimeCreation));
+        const QDateTime time(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
+        QVERIFY(FileUtilities::SetTime(path, time, FileTimeCreation, false));
+        QCOMPARE(created(), std::optional<qint64>(time.toMSecsSinceEpoch()));
+    }
+
     void appendCreatesAndAppends()
     {
-        QCOMPARE(LogFile::Append(QStringLiteral("a.log"), "one\n"), qint64(4));
-        QCOMPARE(LogFile::Append(QStringLiteral("a.log"), "three\n"), qint64(10));
+        QCOMPARE(Append(QStringLiteral("a.log"), "one\n"), qint64(4));
+        QCOMPARE(Append(QStringLiteral("a.log"), "three\n"), qint64(10));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\nthree\n"));
     }
 
     void appendOfNothingCreatesTheFile()
     {
-        QCOMPARE(LogFile::Append(QStringLiteral("a.log"), QByteArray()), qint64(0));
+        QCOMPARE(Append(QStringLiteral("a.log"), QByteArray()), qint64(0));
         QVERIFY(QFile::exists(QStringLiteral("a.log")));
     }
 
@@ -58,7 +80,7 @@ private Q_SLOTS:
         QFile other(QStringLiteral("a.log"));
         QVERIFY(other.open(QIODevice::Append | QIODevice::Unbuffered));
         other.write("other\n");
-        QCOMPARE(LogFile::Append(QStringLiteral("a.log"), "two\n"), qint64(14));
+        QCOMPARE(Append(QStringLiteral("a.log"), "two\n"), qint64(14));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\nother\ntwo\n"));
     }
 
@@ -80,7 +102,7 @@ private Q_SLOTS:
         QByteArray all;
         for (int i = 0; i < 256; ++i)
             all += char(i);
-        QCOMPARE(LogFile::Append(QStringLiteral("a.log"), all), qint64(256));
+        QCOMPARE(Append(QStringLiteral("a.log"), all), qint64(256));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), all);
     }
 
@@ -112,7 +134,7 @@ private Q_SLOTS:
         QVERIFY(LogFile::Replace(QStringLiteral("file"), QByteArray()));
         QCOMPARE(::mkfifo("pipe", 0600), 0);
         const int before = OpenDescriptors();
-        QCOMPARE(LogFile::Append(path, "one\n"), qint64(-1));
+        QCOMPARE(Append(path, "one\n"), qint64(-1));
         QVERIFY(!LogFile::Replace(path, "one\n"));
         QCOMPARE(OpenDescriptors(), before);
         QCOMPARE(LogText::Read(QStringLiteral("file")), QByteArray());
@@ -132,7 +154,7 @@ private Q_SLOTS:
         const int reader = ::open("pipe", O_RDONLY | O_NONBLOCK);
         QVERIFY(reader >= 0);
         const QByteArray much(1 << 20, 'x');
-        QCOMPARE(LogFile::Append(QStringLiteral("pipe"), much), qint64(0));
+        QCOMPARE(Append(QStringLiteral("pipe"), much), qint64(0));
         ::close(reader);
     }
 
@@ -158,7 +180,7 @@ private Q_SLOTS:
         struct rlimit small = before;
         small.rlim_cur = 14;
         ::setrlimit(RLIMIT_FSIZE, &small);
-        const qint64 size = LogFile::Append(QStringLiteral("a.log"), batch);
+        const qint64 size = Append(QStringLiteral("a.log"), batch);
         ::setrlimit(RLIMIT_FSIZE, &before);
         ::signal(SIGXFSZ, ignored);
         QCOMPARE(size, qint64(4 + kept.size()));

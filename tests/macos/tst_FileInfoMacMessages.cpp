@@ -230,6 +230,7 @@ private slots:
         QVERIFY(time.isValid());
         QCOMPARE(time.toMSecsSinceEpoch(), msecs);
         QCOMPARE(FileInfoMac(QStringLiteral("/a")).GetMSecs(FileTimeCreation), std::optional<qint64>(msecs));
+        QCOMPARE(FileInfoMac(QStringLiteral("/a")).GetMSecs(FileTimeCreation, 1), std::optional<qint64>(msecs));
     }
 
     void getTimeFails_data()

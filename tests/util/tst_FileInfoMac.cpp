@@ -398,6 +398,22 @@ private Q_SLOTS:
         }
     }
 
+    // Only the path leads to the attribute of a file that its owner may not read.
+    void byDescriptorOfAFileThatMayNotBeRead()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString path = ground.File("file");
+        QVERIFY(Set(path, FileTimeCreation));
+        OrdinaryUser::Own(path);
+        const OrdinaryUser user;
+        QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0200), 0);
+        const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC);
+        QVERIFY(descriptor >= 0);
+        QCOMPARE(FileInfoMac(path).GetMSecs(FileTimeCreation, descriptor), std::optional<qint64>(kSomeTime));
+        ::close(descriptor);
+    }
+
     void fileSystemWithoutBirthTimes()
     {
         QFETCH_GLOBAL(QString, place);
@@ -406,6 +422,9 @@ private Q_SLOTS:
         gHiddenFields = STATX_BTIME;
         QVERIFY(!Get(path, FileTimeCreation).isValid());
         QVERIFY(!FileInfoMac(path).GetMSecs(FileTimeCreation));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(!FileInfoMac(path).GetMSecs(FileTimeCreation, file.handle()));
         QVERIFY(Get(path, FileTimeModification).isValid());
         QVERIFY(Set(path, FileTimeCreation));
         QCOMPARE(Get(path, FileTimeCreation), Utc(kSomeTime));

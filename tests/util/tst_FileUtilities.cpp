@@ -249,6 +249,28 @@ private Q_SLOTS:
         QVERIFY(!FileUtilities::GetMSecs(path, FileTimeType(7)));
     }
 
+    // By the path where the descriptor tells nothing.
+    void millisecondsByDescriptor()
+    {
+        const Playground ground(TestSupport::Scratch());
+        const QString path = ground.File("file");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const std::optional<qint64> born = FileUtilities::GetMSecs(path, FileTimeCreation);
+        QVERIFY(born);
+        QCOMPARE(FileUtilities::GetMSecs(path, FileTimeCreation, file.handle()), born);
+        for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite}) {
+            QVERIFY(FileUtilities::SetTime(path, SomeTime().addMSecs(type), type, false));
+            const std::optional<qint64> expected(kSomeTime + type);
+            QCOMPARE(FileUtilities::GetMSecs(path, type, file.handle()), expected);
+            QCOMPARE(FileUtilities::GetMSecs(path, type, -1), expected);
+            QCOMPARE(FileUtilities::GetMSecs(path, type, 9999), expected); // is not open
+        }
+        QCOMPARE(FileUtilities::GetMSecs(ground.Path("missing"), FileTimeCreation, file.handle()),
+                 std::optional<qint64>(kSomeTime));
+        QVERIFY(!FileUtilities::GetMSecs(path, FileTimeType(7), file.handle()));
+    }
+
     void noTimes_data()
     {
         QTest::addColumn<QString>("name");
