@@ -8,7 +8,6 @@
 
 #include <array>
 #include <execinfo.h>
-#include <new>
 
 namespace {
 
@@ -40,7 +39,7 @@ void Describe(void* const* addresses, int count, QString& result) noexcept
         const QStringList lines = FrameLines::Of(addresses, count, 1);
         for (const QString& line : lines)
             result += Describe(line) % QLatin1String("\r\n");
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         return;
     }
 }

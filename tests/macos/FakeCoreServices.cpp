@@ -110,11 +110,11 @@ Boolean CFURLGetFSRef(CFURLRef url, FSRef* reference)
 
 // Only what was asked for is filled in, as by the system; a failing call leaves what misleads.
 OSErr FSGetCatalogInfo(const FSRef* reference, FSCatalogInfoBitmap which, FSCatalogInfo* info,
-                       struct HFSUniStr255* name, struct FSSpec* spec, FSRef* parent)
+                       struct HFSUniStr255* name, struct FSSpec* former, FSRef* parent)
 {
-    Record(
-        "FSGetCatalogInfo",
-        {Text(reference), "0x" + QByteArray::number(which, 16), Given(info), Given(name), Given(spec), Given(parent)});
+    Record("FSGetCatalogInfo",
+           {Text(reference), "0x" + QByteArray::number(which, 16), Given(info), Given(name), Given(former),
+            Given(parent)});
     if (which & kFSCatInfoVolume)
         info->volume = gAnswers.iVolume;
     return gAnswers.iCatalogStatus;

@@ -35,7 +35,7 @@ struct FSVolumeInfo
 
 extern "C" {
 OSErr FSGetCatalogInfo(const FSRef* reference, FSCatalogInfoBitmap which, FSCatalogInfo* info,
-                       struct HFSUniStr255* name, struct FSSpec* spec, FSRef* parent);
+                       struct HFSUniStr255* name, struct FSSpec* former, FSRef* parent);
 OSErr FSGetVolumeInfo(FSVolumeRefNum volume, ItemCount index, FSVolumeRefNum* actual, FSVolumeInfoBitmap which,
                       FSVolumeInfo* info, struct HFSUniStr255* name, FSRef* root);
 }
