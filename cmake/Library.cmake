@@ -43,6 +43,7 @@ add_library(NeroltOrvaneBase SHARED
   logging/Rotation.cpp
   logging/StackFrame.cpp
   logging/StackTrace.cpp
+  logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
   settings/IniFile.cpp
   settings/IniString.cpp

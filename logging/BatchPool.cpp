@@ -95,6 +95,17 @@ void AnticipateMore()
     FreeMemory::Anticipate(std::size_t(kAnticipated) * (kCapacity + 64));
 }
 
+// The logging thread has read a used buffer on another processor, and a new one has no memory yet. All of it is fetched
+// at once here, which takes hardly longer than a part of it: else each line would wait for its own, with the log
+// locked.
+void FetchMemory(QByteArray& buffer)
+{
+    constexpr int kCacheLine = 64;
+    volatile char* const memory = buffer.data();
+    for (int i = 0; i < kCapacity; i += kCacheLine)
+        memory[i] = 0;
+}
+
 } // namespace
 
 QByteArray BatchPool::Take()
@@ -105,6 +116,7 @@ QByteArray BatchPool::Take()
         buffer.reserve(kCapacity);
     }
     buffer.resize(0);
+    FetchMemory(buffer);
     return buffer;
 }
 

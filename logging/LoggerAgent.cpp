@@ -1,6 +1,7 @@
 #include "BatchPool.h"
 #include "FairLock.h"
 #include "LogLine.h"
+#include "WriterDispatcher.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
@@ -239,6 +240,7 @@ void LoggerAgent::StartThread()
     iThread = new RegisteredThread(atHome ? this : nullptr, QStringLiteral("logging thread"));
     if (!atHome)
         iThread->moveToThread(thread());
+    iThread->setEventDispatcher(new WriterDispatcher); // the thread's from now on
     iWorker = new LoggerWorker(iFileName);
     iWorker->moveToThread(iThread);
     ConnectWorker();
@@ -261,6 +263,8 @@ void LoggerAgent::StopLogging()
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iThread)
         return;
+    if (auto* const dispatcher = qobject_cast<WriterDispatcher*>(iThread->eventDispatcher()))
+        dispatcher->Hurry();
     Q_EMIT stopWorker(iBuffer);
     LoggerWorker* const worker = iWorker;
     iWorker = nullptr;

@@ -13,7 +13,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <set>
+#include <sys/resource.h>
 #include <unistd.h>
+#include <utility>
 
 using TestSupport::Scenario;
 
@@ -26,6 +28,27 @@ const Scenario fault("fault", [](const QStringList& arguments) {
 
 const Scenario stopInFault("stopInFault", [](const QStringList& arguments) {
     DiskFaults::RunStop(arguments.value(0));
+    return 0;
+});
+
+// The log needs a descriptor for its file and for nothing else, so it may well start while there is none.
+const Scenario startWithoutDescriptors("startWithoutDescriptors", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(LoggerDefs::Information);
+    const int next = ::dup(STDIN_FILENO);
+    ::close(next);
+    struct rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t before = std::exchange(limit.rlim_cur, rlim_t(next));
+    if (next < 0 || ::setrlimit(RLIMIT_NOFILE, &limit) != 0 || ::dup(STDIN_FILENO) >= 0)
+        return 1;
+    Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
+    Logger::LogInformation("F", QStringLiteral("meanwhile"));
+    RunningLog::HandOver();
+    limit.rlim_cur = before;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    Logger::LogInformation("F", QStringLiteral("afterwards"));
+    RunningLog::HandOver();
+    Logger::StopLogging();
     return 0;
 });
 
@@ -100,6 +123,15 @@ private Q_SLOTS:
         QFETCH(QString, name);
         const auto result = TestSupport::RunScenario("stopInFault", {name});
         QVERIFY2(result.IsOk(), result.Describe());
+    }
+
+    void startsWithoutADescriptor()
+    {
+        const auto result = TestSupport::RunScenario("startWithoutDescriptors");
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(QStringLiteral("app.log")))),
+                 (QList<QByteArray>{"|10|Information|F|afterwards",
+                                    "|10|Information|Logger::StopLogging|stopping logging file path is app.log"}));
     }
 
     void anotherAppendsAndMovesTheLogAway()

@@ -1,3 +1,4 @@
+#include "logging/WriterDispatcher.h"
 #include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
@@ -35,6 +36,7 @@ NEROLT_PRIVATE(LoggerAgent, iStackTrace, bool)
 NEROLT_PRIVATE(LoggerAgent, iResettingLevel, bool)
 NEROLT_PRIVATE(LoggerAgent, iTimerId, int)
 NEROLT_PRIVATE(LoggerAgent, iLastLineSecs, qint64)
+NEROLT_PRIVATE(WriterDispatcher, iHurried, std::atomic<bool>)
 
 using namespace LoggerDefs;
 
@@ -581,6 +583,20 @@ private Q_SLOTS:
         QVERIFY(thread && thread->isFinished());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(thread.isNull());
+    }
+
+    void stopDoesNotWaitForARest()
+    {
+        LoggerAgent agent(0, nullptr);
+        bool hurries = false;
+        connect(&agent, &LoggerAgent::stopWorker, [&] { // comes before the worker's
+            const QAbstractEventDispatcher* const dispatcher = (agent.*LoggerAgent_iThread())->eventDispatcher();
+            QCOMPARE(dispatcher->metaObject()->className(), "WriterDispatcher");
+            hurries = (static_cast<const WriterDispatcher*>(dispatcher)->*WriterDispatcher_iHurried()).load();
+        });
+        agent.SetLoggerFileName(QStringLiteral("app.log"));
+        agent.StopLogging();
+        QVERIFY(hurries);
     }
 
     void stopWhileStoppedDoesNothing()

@@ -1,0 +1,531 @@
+#include "logging/WriterDispatcher.h"
+#include "support/PrivateAccess.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QSocketNotifier>
+#include <QtCore/QThread>
+#include <QtCore/QTimer>
+#include <QtTest/QtTest>
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <numeric>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+NEROLT_PRIVATE(WriterDispatcher, iWakeUps, std::atomic<int>)
+NEROLT_PRIVATE(WriterDispatcher, iSemaphore, QSemaphore)
+NEROLT_PRIVATE(WriterDispatcher, iRestsLeft, int)
+
+namespace {
+
+constexpr int kSleeps = std::numeric_limits<int>::min();
+
+int WakeUps(const WriterDispatcher& dispatcher)
+{
+    return (dispatcher.*WriterDispatcher_iWakeUps()).load();
+}
+
+QSemaphore& Semaphore(WriterDispatcher& dispatcher)
+{
+    return dispatcher.*WriterDispatcher_iSemaphore();
+}
+
+int& RestsLeft(WriterDispatcher& dispatcher)
+{
+    return dispatcher.*WriterDispatcher_iRestsLeft();
+}
+
+// A thread that has the dispatcher.
+class Thread : public QThread
+{
+public:
+    Thread()
+        : iDispatcher(new WriterDispatcher)
+    {
+        setEventDispatcher(iDispatcher);
+        start();
+    }
+
+    ~Thread() override
+    {
+        quit();
+        wait();
+    }
+
+    WriterDispatcher& Dispatcher() { return *iDispatcher; }
+    bool IsAsleep() const { return WakeUps(*iDispatcher) == kSleeps; }
+
+    // Runs something on the thread, and waits for it.
+    template <typename Work>
+    void Do(Work work)
+    {
+        QObject there;
+        there.moveToThread(this);
+        QMetaObject::invokeMethod(
+            &there,
+            [&] {
+                work();
+                there.moveToThread(nullptr);
+            },
+            Qt::BlockingQueuedConnection);
+    }
+
+private:
+    WriterDispatcher* const iDispatcher;
+};
+
+// Takes the timer events.
+class Clock : public QObject
+{
+public:
+    using Act = std::function<void(int)>;
+
+    explicit Clock(Act act)
+        : iAct(std::move(act))
+    {
+    }
+
+protected:
+    void timerEvent(QTimerEvent* event) override { iAct(event->timerId()); }
+
+private:
+    const Act iAct;
+};
+
+} // namespace
+
+class tst_WriterDispatcher : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fewEventsLeaveAThreadThatIsAwakeAlone()
+    {
+        WriterDispatcher dispatcher;
+        for (int i = 1; i < WriterDispatcher::kManyEvents; ++i)
+            dispatcher.wakeUp();
+        QCOMPARE(WakeUps(dispatcher), WriterDispatcher::kManyEvents - 1);
+        QCOMPARE(Semaphore(dispatcher).available(), 0);
+    }
+
+    void manyEventsEndARestOnce()
+    {
+        WriterDispatcher dispatcher;
+        for (int i = 0; i < WriterDispatcher::kManyEvents; ++i)
+            dispatcher.wakeUp();
+        QCOMPARE(Semaphore(dispatcher).available(), 1);
+        for (int i = 0; i < 3 * WriterDispatcher::kManyEvents; ++i)
+            dispatcher.wakeUp();
+        QCOMPARE(Semaphore(dispatcher).available(), 1);
+    }
+
+    void looksThenRestsThenSleeps()
+    {
+        WriterDispatcher dispatcher;
+        dispatcher.wakeUp();
+        QVERIFY(dispatcher.hasPendingEvents());
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents)); // has work, does not wait
+        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
+        QVERIFY(!dispatcher.hasPendingEvents());
+
+        QVector<int> states;
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
+                [&] { states.append(Semaphore(dispatcher).available()); });
+        Semaphore(dispatcher).release(WriterDispatcher::kRests + 1);
+        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(Semaphore(dispatcher).available(), 0); // one for each rest, one for the sleep
+        QCOMPARE(RestsLeft(dispatcher), 0);
+        QCOMPARE(states, QVector<int>{WriterDispatcher::kRests + 1});
+
+        Semaphore(dispatcher).release(2);
+        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(Semaphore(dispatcher).available(), 1); // it has rested enough, and only sleeps
+    }
+
+    void restsAgainAfterWork()
+    {
+        WriterDispatcher dispatcher;
+        for (int round = 0; round < 3; ++round) {
+            dispatcher.wakeUp();
+            QVERIFY(dispatcher.processEvents({}));
+            QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
+            Semaphore(dispatcher).release(WriterDispatcher::kRests + 1);
+            QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+            QCOMPARE(RestsLeft(dispatcher), 0);
+        }
+    }
+
+    void anEventEndsTheRests()
+    {
+        WriterDispatcher dispatcher;
+        RestsLeft(dispatcher) = 1000;
+        Semaphore(dispatcher).release(5);
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { dispatcher.wakeUp(); });
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
+        QCOMPARE(Semaphore(dispatcher).available(), 5);
+    }
+
+    void anEventJustBeforeTheSleepIsSeen()
+    {
+        WriterDispatcher dispatcher;
+        QCOMPARE(RestsLeft(dispatcher), 0);
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { dispatcher.wakeUp(); });
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+    }
+
+    void doesNotWaitUnlessAsked()
+    {
+        WriterDispatcher dispatcher;
+        QStringList states;
+        connect(&dispatcher, &QAbstractEventDispatcher::awake, this, [&] { states.append(QStringLiteral("awake")); });
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
+                [&] { states.append(QStringLiteral("blocks")); });
+        QVERIFY(!dispatcher.processEvents({}));
+        QCOMPARE(states, QStringList{QStringLiteral("awake")});
+        Semaphore(dispatcher).release();
+        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(states.join(' '), QStringLiteral("awake awake blocks awake"));
+    }
+
+    void hurryEndsTheRestsForGood()
+    {
+        WriterDispatcher dispatcher;
+        dispatcher.wakeUp();
+        QVERIFY(dispatcher.processEvents({}));
+        dispatcher.Hurry();
+        QCOMPARE(Semaphore(dispatcher).available(), 1); // ends the one it may be in
+        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
+        QCOMPARE(Semaphore(dispatcher).available(), 0);
+    }
+
+    void interruptIsNotOverlookedBeforeTheWait()
+    {
+        WriterDispatcher dispatcher;
+        dispatcher.interrupt();
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+    }
+
+    void wakesOnlyASleepingThread()
+    {
+        Thread thread;
+        QTRY_VERIFY(thread.IsAsleep());
+        int received = 0;
+        thread.Do([&] { ++received; });
+        QCOMPARE(received, 1);
+        QTRY_VERIFY(thread.IsAsleep());
+        QCOMPARE(Semaphore(thread.Dispatcher()).available(), 0);
+    }
+
+    void eventsArriveInOrder()
+    {
+        Thread thread;
+        QObject there;
+        there.moveToThread(&thread);
+        QVector<int> received;
+        for (int i = 0; i < 1000; ++i)
+            QMetaObject::invokeMethod(&there, [&received, i] { received.append(i); });
+        QVector<int> expected(1000);
+        std::iota(expected.begin(), expected.end(), 0);
+        thread.Do([&] { QCOMPARE(received, expected); });
+        thread.Do([&] { there.moveToThread(nullptr); });
+    }
+
+    // Those that arrive as the thread goes to rest or to sleep above all.
+    void noEventIsLeftBehind()
+    {
+        constexpr int kThreads = 4;
+        constexpr int kEvents = 3000;
+        Thread thread;
+        QObject there;
+        there.moveToThread(&thread);
+        std::atomic<int> received{0};
+        std::vector<std::thread> callers;
+        for (int caller = 0; caller < kThreads; ++caller) {
+            callers.emplace_back([&, caller] {
+                for (int i = 0; i < kEvents; ++i) {
+                    QMetaObject::invokeMethod(&there, [&received] { ++received; });
+                    if (i % (30 + caller) == 0)
+                        std::this_thread::sleep_for(std::chrono::microseconds(100 * (i % 160)));
+                }
+            });
+        }
+        for (std::thread& caller : callers)
+            caller.join();
+        QTRY_COMPARE(received.load(), kThreads * kEvents);
+        thread.Do([&] { there.moveToThread(nullptr); });
+    }
+
+    void threadEndsFromRestAndFromSleep()
+    {
+        for (int i = 0; i < 50; ++i) {
+            Thread thread;
+            thread.Do([] {});
+            if (i % 2 == 0)
+                QTRY_VERIFY(thread.IsAsleep());
+            thread.quit();
+            QVERIFY(thread.wait(10000));
+        }
+    }
+
+    void deletesLater()
+    {
+        Thread thread;
+        auto* const object = new QObject;
+        object->moveToThread(&thread);
+        QSemaphore gone;
+        connect(
+            object, &QObject::destroyed, object, [&] { gone.release(); }, Qt::DirectConnection);
+        object->deleteLater();
+        QVERIFY(gone.tryAcquire(1, 10000));
+    }
+
+    void singleShotsFireInTheirOrder()
+    {
+        Thread thread;
+        QVector<int> fired;
+        QSemaphore done;
+        QElapsedTimer elapsed;
+        QObject* context = nullptr;
+        thread.Do([&] {
+            context = new QObject;
+            elapsed.start();
+            for (const int delay : {60, 0, 20})
+                QTimer::singleShot(delay, Qt::PreciseTimer, context, [&fired, &done, delay] {
+                    fired.append(delay);
+                    done.release();
+                });
+        });
+        QVERIFY(done.tryAcquire(3, 10000));
+        QVERIFY(elapsed.elapsed() >= 60);
+        QCOMPARE(fired, (QVector<int>{0, 20, 60}));
+        thread.Do([&] { delete context; });
+    }
+
+    void lateTimersFireInTheOrderOfTheirTimes()
+    {
+        WriterDispatcher dispatcher;
+        QVector<int> fired;
+        Clock clock([&](int timerId) { fired.append(timerId); });
+        dispatcher.registerTimer(71, 30, Qt::PreciseTimer, &clock);
+        dispatcher.registerTimer(72, 20, Qt::PreciseTimer, &clock);
+        dispatcher.registerTimer(73, 1, Qt::PreciseTimer, &clock);
+        QThread::msleep(60);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired, (QVector<int>{73, 72, 71}));
+        dispatcher.unregisterTimers(&clock);
+    }
+
+    void repeatsUntilItIsKilled()
+    {
+        Thread thread;
+        QSemaphore done;
+        int fired = 0;
+        std::unique_ptr<Clock> clock;
+        thread.Do([&] {
+            clock = std::make_unique<Clock>([&](int timerId) {
+                if (++fired == 5) {
+                    clock->killTimer(timerId);
+                    done.release();
+                }
+            });
+            clock->startTimer(1);
+        });
+        QVERIFY(done.tryAcquire(1, 10000));
+        thread.Do([] { QThread::msleep(10); });
+        QTRY_VERIFY(thread.IsAsleep());
+        thread.Do([&] { clock.reset(); });
+        QCOMPARE(fired, 5);
+    }
+
+    void aTimerMayStopTheOthers()
+    {
+        WriterDispatcher dispatcher;
+        QVector<int> fired;
+        Clock clock([&](int timerId) {
+            fired.append(timerId);
+            dispatcher.unregisterTimers(&clock);
+        });
+        dispatcher.registerTimer(71, 0, Qt::CoarseTimer, &clock);
+        dispatcher.registerTimer(72, 0, Qt::CoarseTimer, &clock);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired, QVector<int>{71});
+        QVERIFY(!dispatcher.processEvents({}));
+    }
+
+    void aTimerMayStartOthers()
+    {
+        WriterDispatcher dispatcher;
+        QVector<int> fired;
+        Clock clock([&](int timerId) {
+            fired.append(timerId);
+            dispatcher.unregisterTimer(timerId);
+            if (timerId < 100) {
+                for (int i = 0; i < 50; ++i)
+                    dispatcher.registerTimer(timerId + 100 + i, 0, Qt::CoarseTimer, &clock);
+            }
+        });
+        dispatcher.registerTimer(71, 0, Qt::CoarseTimer, &clock);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired, QVector<int>{71}); // the new ones wait for the next time
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired.size(), 51);
+        QVERIFY(!dispatcher.processEvents({}));
+    }
+
+    void aNumberUsedAgainDoesNotFireEarly()
+    {
+        WriterDispatcher dispatcher;
+        QVector<int> fired;
+        Clock clock([&](int timerId) {
+            fired.append(timerId);
+            dispatcher.unregisterTimers(&clock);
+            dispatcher.registerTimer(72, 1000000, Qt::CoarseTimer, &clock);
+        });
+        dispatcher.registerTimer(71, 0, Qt::CoarseTimer, &clock);
+        dispatcher.registerTimer(72, 0, Qt::CoarseTimer, &clock);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired, QVector<int>{71});
+    }
+
+    void timersEndASleep()
+    {
+        WriterDispatcher dispatcher;
+        int fired = 0;
+        int blocked = 0;
+        Clock clock([&](int) { ++fired; });
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { ++blocked; });
+        dispatcher.registerTimer(71, 20, Qt::PreciseTimer, &clock);
+        while (fired == 0)
+            dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
+        QCOMPARE(fired, 1);
+        QVERIFY2(blocked <= 2, qPrintable(QString::number(blocked))); // it does not look before the time
+        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests); // as after any work
+    }
+
+    void timersDoNotWaitForARest()
+    {
+        WriterDispatcher dispatcher;
+        Clock clock([](int) {});
+        dispatcher.registerTimer(71, 1000000, Qt::PreciseTimer, &clock);
+        RestsLeft(dispatcher) = 1000;
+        Semaphore(dispatcher).release(3);
+        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(Semaphore(dispatcher).available(), 2);
+    }
+
+    void aTimerDueBeforeTheSleepIsNotSleptOver()
+    {
+        WriterDispatcher dispatcher;
+        int fired = 0;
+        Clock clock([&](int) { ++fired; });
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] {
+            QThread::msleep(10);
+            QCOMPARE(dispatcher.remainingTime(71), 0);
+        });
+        dispatcher.registerTimer(71, 5, Qt::PreciseTimer, &clock);
+        while (fired == 0)
+            dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
+        QCOMPARE(fired, 1);
+    }
+
+    void aLateTimerDoesNotCatchUp()
+    {
+        constexpr int kInterval = 50;
+        WriterDispatcher dispatcher;
+        int fired = 0;
+        Clock clock([&](int) { ++fired; });
+        dispatcher.registerTimer(71, kInterval, Qt::PreciseTimer, &clock);
+        QThread::msleep(3 * kInterval + 10);
+        QElapsedTimer since;
+        since.start();
+        QVERIFY(dispatcher.processEvents({}));
+        const bool again = dispatcher.processEvents({});
+        QVERIFY(!again || since.elapsed() >= kInterval);
+        QVERIFY(fired >= 1);
+    }
+
+    void knowsItsTimers()
+    {
+        WriterDispatcher dispatcher;
+        Clock one([](int) {});
+        Clock other([](int) {});
+        dispatcher.registerTimer(71, 500000, Qt::PreciseTimer, &one);
+        dispatcher.registerTimer(72, 0, Qt::VeryCoarseTimer, &one);
+        dispatcher.registerTimer(73, 0, Qt::CoarseTimer, &other);
+
+        const auto timers = dispatcher.registeredTimers(&one);
+        QCOMPARE(timers.size(), 2);
+        QCOMPARE(timers.at(0).timerId, 71);
+        QCOMPARE(timers.at(0).interval, 500000);
+        QCOMPARE(timers.at(0).timerType, Qt::PreciseTimer);
+        QCOMPARE(timers.at(1).timerId, 72);
+        QCOMPARE(timers.at(1).timerType, Qt::VeryCoarseTimer);
+
+        const int remaining = dispatcher.remainingTime(71);
+        QVERIFY2(remaining > 400000 && remaining <= 500000, qPrintable(QString::number(remaining)));
+        QCOMPARE(dispatcher.remainingTime(72), 0);
+        QCOMPARE(dispatcher.remainingTime(99), -1);
+
+        QVERIFY(dispatcher.unregisterTimer(72));
+        QVERIFY(!dispatcher.unregisterTimer(72));
+        QCOMPARE(dispatcher.registeredTimers(&one).size(), 1);
+        QVERIFY(dispatcher.unregisterTimers(&one));
+        QVERIFY(!dispatcher.unregisterTimers(&one));
+        QCOMPARE(dispatcher.registeredTimers(&one).size(), 0);
+        QCOMPARE(dispatcher.registeredTimers(&other).size(), 1);
+    }
+
+    void timersMoveAlongWithTheirObject()
+    {
+        Thread thread;
+        QSemaphore fired;
+        QThread* where = nullptr;
+        std::unique_ptr<Clock> clock = std::make_unique<Clock>([&](int timerId) {
+            clock->killTimer(timerId);
+            where = QThread::currentThread();
+            fired.release();
+        });
+        clock->startTimer(1);
+        clock->moveToThread(&thread);
+        QVERIFY(fired.tryAcquire(1, 10000));
+        QCOMPARE(where, &thread);
+        thread.Do([&] { clock.reset(); });
+    }
+
+    void hasNoSockets()
+    {
+        Thread thread;
+        QTest::ignoreMessage(QtWarningMsg, "WriterDispatcher: no sockets on this thread");
+        thread.Do([] {
+            int ends[2];
+            QCOMPARE(::pipe(ends), 0);
+            {
+                QSocketNotifier notifier(ends[0], QSocketNotifier::Read);
+                ::close(ends[1]); // readable from now on
+                QCoreApplication::processEvents();
+            }
+            ::close(ends[0]);
+        });
+    }
+
+    void takesNoDescriptor()
+    {
+        const auto descriptors
+            = [] { return QDir(QStringLiteral("/dev/fd")).entryList(QDir::AllEntries | QDir::System); };
+        descriptors(); // what the framework opens once
+        const QStringList before = descriptors();
+        Thread thread;
+        thread.Do([] {});
+        QCOMPARE(descriptors(), before);
+    }
+};
+
+NEROLT_TEST_MAIN(tst_WriterDispatcher)
+#include "tst_WriterDispatcher.moc"
