@@ -13,6 +13,7 @@ namespace {
 constexpr int kCapacity = 5000 + 1024;
 constexpr int kLargestKept = 2 * kCapacity;
 constexpr unsigned int kSlots = 32;
+constexpr int kInCirculation = 4; // when the writer keeps up
 constexpr int kAnticipated = 20;
 constexpr qint64 kBurstBytes = 4 << 20;
 
@@ -84,11 +85,11 @@ void Clear()
     pool.taken = pool.given;
 }
 
-// A thread that needs a new buffer will need more: the writer is behind. Below what allocators take from the system
-// apart.
+// A thread that keeps needing new buffers will need more: the writer is behind. Below what allocators take from the
+// system apart.
 void AnticipateMore()
 {
-    thread_local int buffersAtHand = 0;
+    thread_local int buffersAtHand = kInCirculation;
     if (buffersAtHand-- > 0)
         return;
     buffersAtHand = kAnticipated - 1;

@@ -6,6 +6,9 @@
 #include <QtTest/QtTest>
 
 #include <atomic>
+#include <numeric>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -16,6 +19,40 @@ void Drain()
     QList<QByteArray> taken;
     for (int i = 0; i < 40; ++i)
         taken += BatchPool::Take();
+}
+
+// Of the calling thread, those for which nothing had to be read.
+int PageFaults()
+{
+    struct rusage usage = {};
+    ::getrusage(RUSAGE_THREAD, &usage);
+    return int(usage.ru_minflt);
+}
+
+// The sanitizers bring an allocator of their own.
+bool CanPopulate()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+    return false;
+#endif
+#endif
+    constexpr size_t kBytes = 1 << 16;
+    constexpr int kPopulateWrite = 23; // MADV_POPULATE_WRITE, which older headers lack
+    void* const memory = ::mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    const bool can = memory != MAP_FAILED && ::madvise(memory, kBytes, kPopulateWrite) == 0;
+    ::munmap(memory, kBytes);
+    return can;
+}
+
+QString Text(const QList<int>& numbers)
+{
+    QStringList texts;
+    for (const int number : numbers)
+        texts += QString::number(number);
+    return texts.join(QLatin1Char(' '));
 }
 
 } // namespace
@@ -92,6 +129,26 @@ private Q_SLOTS:
             taken += BatchPool::Take();
             QCOMPARE(taken.last().constData() == memory[i], i < 32);
         }
+    }
+
+    // When the writer is behind. Taking the memory page by page would cost a fault for each.
+    void manyBuffersFindTheirMemoryThere()
+    {
+        if (!CanPopulate())
+            QSKIP("an allocator or a system that does not take memory ahead");
+        QList<int> faults;
+        std::thread([&faults] {
+            QList<QByteArray> buffers;
+            for (int i = 0; i < 24; ++i) {
+                const int before = PageFaults();
+                buffers += BatchPool::Take();
+                faults += PageFaults() - before;
+            }
+        }).join();
+        // A few are taken as they come, so that a log that says little occupies little.
+        QVERIFY2(std::accumulate(faults.begin(), faults.begin() + 4, 0) >= 4, qPrintable(Text(faults)));
+        // The fifth takes along the memory of the rest.
+        QVERIFY2(std::accumulate(faults.begin() + 5, faults.end(), 0) <= 4, qPrintable(Text(faults)));
     }
 
     void buffersAreNeverHandedOutTwice()
