@@ -14,7 +14,8 @@ namespace {
 
 constexpr int kStampToSecond = 19; // yyyy-MM-dd hh:mm:ss
 constexpr int kStamp = kStampToSecond + 4; // and .zzz
-constexpr int kMaxHead = kStamp + 2 + 10; // and the code between two bars
+constexpr int kMaxCode = 10;
+constexpr int kMaxHead = kStamp + 2 + kMaxCode; // and the code between two bars
 constexpr int kMaxBytesPerUnit = 3; // a surrogate pair makes four bytes of two units
 
 // The rendered local time of one second. The framework's conversion costs microseconds, and lines come by the thousand
@@ -133,97 +134,153 @@ char* PutAnyText(char* out, const ushort* src, const ushort* end)
     return out;
 }
 
-// The common text, ASCII on one line, in one pass without branches that compilers turn into vector code. False, with
-// `out` overwritten, when there is anything else in it.
-bool PutPlainText(char* out, const ushort* src, int size)
+// ASCII on one line, the common text, goes in one pass. False, with `out` overwritten, when there is anything else in
+// it. Without branches, so that compilers make vector code of it.
+bool PutPlainUnits(char* out, const ushort* src, int size)
 {
     ushort above = 0;
     ushort breaks = 0;
     for (int i = 0; i < size; ++i) {
         const ushort unit = src[i];
         above = ushort(above | unit);
-        breaks = ushort(breaks | ushort(unit == '\r') | ushort(unit == '\n'));
+        breaks = ushort(breaks | (IsLineBreak(unit) ? 0xffff : 0));
         out[i] = char(unit);
     }
     return above < 0x80 && !breaks;
 }
 
-bool IsPlain(const char* text, int size)
+// Whole vectors only: the last one is put where the text ends, over a part of the one before.
+bool PutPlainText(char* out, const ushort* src, int size)
 {
-    uchar above = 0;
-    uchar breaks = 0;
-    for (int i = 0; i < size; ++i) {
-        const uchar byte = uchar(text[i]);
-        above = uchar(above | byte);
-        breaks = uchar(breaks | uchar(byte == '\r') | uchar(byte == '\n'));
-    }
-    return above < 0x80 && !breaks;
+    constexpr int kVector = 16;
+    if (size < kVector)
+        return PutPlainUnits(out, src, size);
+    const int last = size - kVector;
+    return PutPlainUnits(out + last, src + last, kVector) && PutPlainUnits(out, src, size & ~(kVector - 1));
 }
 
-// Writes at the end of a buffer that keeps its capacity between lines.
+template <typename Word>
+constexpr Word InEachByte(uchar byte)
+{
+    return Word(Word(~Word(0)) / 0xff * byte);
+}
+
+// Not 0 when a byte of the word is 0, or above 0x80.
+template <typename Word>
+constexpr Word AnyZero(Word word)
+{
+    return Word((word - InEachByte<Word>(1)) & InEachByte<Word>(0x80));
+}
+
+// Copies a word of text. Not 0 when there is anything but ASCII on one line in it.
+template <typename Word>
+Word CopyWord(char* out, const char* text)
+{
+    Word word;
+    std::memcpy(&word, text, sizeof(word));
+    std::memcpy(out, &word, sizeof(word));
+    return Word((word & InEachByte<Word>(0x80)) | AnyZero(Word(word ^ InEachByte<Word>('\r')))
+                | AnyZero(Word(word ^ InEachByte<Word>('\n'))));
+}
+
+// Text of at least one word. Here too the last one is put over a part of the one before.
+template <typename Word>
+bool PutPlainWords(char* out, const char* text, int size)
+{
+    const int last = size - int(sizeof(Word));
+    Word other = CopyWord<Word>(out + last, text + last);
+    for (int i = 0; i < last; i += int(sizeof(Word)))
+        other |= CopyWord<Word>(out + i, text + i);
+    return other == 0;
+}
+
+bool PutPlainBytes(char* out, const char* text, int size)
+{
+    if (size >= int(sizeof(quint64)))
+        return PutPlainWords<quint64>(out, text, size);
+    if (size >= int(sizeof(quint32)))
+        return PutPlainWords<quint32>(out, text, size);
+    return size == 0 || PutPlainWords<uchar>(out, text, size);
+}
+
+// Writes at the end of a buffer, into the memory that it keeps between lines.
 class Writer
 {
 public:
     explicit Writer(QByteArray& buffer)
         : iBuffer(buffer)
-        , iUsed(buffer.size())
+        , iOut(Begin() + buffer.size())
+        , iEnd(Begin() + buffer.capacity())
     {
-        iBuffer.resize(iBuffer.capacity());
     }
 
-    // Room for `size` bytes more.
-    char* Room(qint64 size)
+    void PutHead(qint64 msecsSinceEpoch, unsigned int code)
     {
-        const qint64 needed = iUsed + size;
-        if (needed > kLargestBuffer)
-            throw std::bad_alloc();
-        if (needed > iBuffer.size())
-            iBuffer.resize(int(needed));
-        return iBuffer.data() + iUsed;
+        Reserve(kMaxHead);
+        iOut = PutStamp(iOut, msecsSinceEpoch);
+        *iOut++ = '|';
+        iOut = std::to_chars(iOut, iOut + kMaxCode, code).ptr;
+        *iOut++ = '|';
     }
 
-    void Advance(const char* end) { iUsed = int(end - iBuffer.constData()); }
-
-    void PutText(const QString& text)
+    // Texts, and what stands behind them.
+    void Put(const QString& text, char end)
     {
         // Not utf16(), which may move the text behind the back of its other readers.
         const auto* const units = reinterpret_cast<const ushort*>(text.constData());
-        char* out = Room(text.size());
-        if (PutPlainText(out, units, text.size())) {
-            Advance(out + text.size());
+        Reserve(qint64(text.size()) + 1);
+        if (PutPlainText(iOut, units, text.size())) {
+            iOut += text.size();
         } else {
-            out = Room(qint64(text.size()) * kMaxBytesPerUnit);
-            Advance(PutAnyText(out, units, units + text.size()));
+            Reserve(qint64(text.size()) * kMaxBytesPerUnit + 1);
+            iOut = PutAnyText(iOut, units, units + text.size());
         }
+        *iOut++ = end;
     }
 
-    void PutText(const char* text)
+    void Put(const char* text, char end)
     {
         const int size = text ? int(std::strlen(text)) : 0;
-        if (!IsPlain(text, size)) {
-            PutText(QString::fromUtf8(text, size));
+        Reserve(qint64(size) + 1);
+        if (!PutPlainBytes(iOut, text, size)) {
+            Put(QString::fromUtf8(text, size), end);
             return;
         }
-        PutBytes(text, size);
+        iOut += size;
+        *iOut++ = end;
     }
 
-    void PutBytes(const char* bytes, int size)
-    {
-        char* const out = Room(size);
-        if (size > 0)
-            std::memcpy(out, bytes, size_t(size));
-        Advance(out + size);
-    }
-
-    void Put(char byte) { PutBytes(&byte, 1); }
-
-    void Finish() { iBuffer.resize(iUsed); }
+    void Finish() { iBuffer.resize(Used()); }
 
 private:
     static constexpr qint64 kLargestBuffer = 0x7fff0000;
 
+    // Laundered, because the bytes stand behind the object that the framework finds them by, where compilers see
+    // nothing.
+    char* Begin() { return std::launder(iBuffer.data()); }
+
+    int Used() const { return int(iOut - iBuffer.constData()); }
+
+    void Reserve(qint64 size)
+    {
+        if (iEnd - iOut < size)
+            Grow(size);
+    }
+
+    void Grow(qint64 size)
+    {
+        const int used = Used();
+        if (used + size > kLargestBuffer)
+            throw std::bad_alloc();
+        iBuffer.resize(used); // or what was put since would not move along
+        iBuffer.resize(int(used + size));
+        iOut = Begin() + used;
+        iEnd = Begin() + iBuffer.capacity();
+    }
+
     QByteArray& iBuffer;
-    int iUsed;
+    char* iOut;
+    char* iEnd;
 };
 
 } // namespace
@@ -232,20 +289,12 @@ void LogLine::Append(QByteArray& buffer, qint64 msecsSinceEpoch, unsigned int co
                      const char* func, const QString& msg)
 {
     const int before = buffer.size();
-    Writer writer(buffer);
     try {
-        char head[kMaxHead];
-        char* out = PutStamp(head, msecsSinceEpoch);
-        *out++ = '|';
-        out = std::to_chars(out, head + kMaxHead - 1, code).ptr;
-        *out++ = '|';
-        writer.PutBytes(head, int(out - head));
-        writer.PutText(levelWord);
-        writer.Put('|');
-        writer.PutText(func);
-        writer.Put('|');
-        writer.PutText(msg);
-        writer.Put('\n');
+        Writer writer(buffer);
+        writer.PutHead(msecsSinceEpoch, code);
+        writer.Put(levelWord, '|');
+        writer.Put(func, '|');
+        writer.Put(msg, '\n');
         writer.Finish();
     } catch (...) {
         buffer.resize(before);

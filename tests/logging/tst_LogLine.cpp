@@ -299,6 +299,53 @@ private Q_SLOTS:
         QCOMPARE(Line(0, 5, "Debug", "F", wide), Reference(0, 5, "Debug", "F", wide));
     }
 
+    // Texts are looked at several characters at a time, with a rest of every size.
+    void oneOtherCharacterAnywhere()
+    {
+        const ushort others[]
+            = {'\r', '\n', '\t', 0x0b, 0x0c, 0x0e, 0x01, 0x7f, 0x80, 0x8a, 0x8d, 0xff, 0x10a, 0x10d, 0x8000};
+        for (int size = 1; size <= 50; ++size) {
+            for (int at = 0; at < size; ++at) {
+                for (const ushort other : others) {
+                    QString text(size, QLatin1Char('t'));
+                    text[at] = QChar(other);
+                    const QByteArray name = text.toUtf8();
+                    QCOMPARE(Line(0, 5, "Debug", "F", text), Reference(0, 5, "Debug", "F", text));
+                    QCOMPARE(Line(0, 5, "Debug", name.constData(), QString()),
+                             Reference(0, 5, "Debug", name.constData(), QString()));
+                }
+            }
+        }
+    }
+
+    void plainTextsOfEverySize()
+    {
+        QString alphabet;
+        for (int i = 0; i < 100; ++i)
+            alphabet += QChar(ushort('!' + i % 90));
+        for (int size = 0; size <= 100; ++size) {
+            const QString text = alphabet.left(size);
+            QCOMPARE(Line(0, 5, "Debug", text.toUtf8().constData(), text),
+                     Reference(0, 5, "Debug", text.toUtf8().constData(), text));
+        }
+    }
+
+    // Wherever the buffer's end comes in the line.
+    void buffersOfEverySize()
+    {
+        for (const QString& text : {QStringLiteral("a plain message"), QString(15, QChar(0x20ac))}) {
+            const QByteArray line = Reference(0, 4294967295, "Debug", "Gr\xc3\xb6\xc3\x9f", text);
+            for (int capacity = 6; capacity <= 160; ++capacity) {
+                QByteArray buffer;
+                buffer.reserve(capacity);
+                buffer.append("first\n");
+                LogLine::Append(buffer, 0, 4294967295, "Debug", "Gr\xc3\xb6\xc3\x9f", text);
+                QCOMPARE(buffer, "first\n" + line);
+                QCOMPARE(buffer.constData()[buffer.size()], '\0');
+            }
+        }
+    }
+
     void anyTextAsTheFrameworkHasIt()
     {
         // Units drawn from the edges of every encoding length, so that all neighbours meet.
