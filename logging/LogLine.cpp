@@ -113,19 +113,20 @@ char* PutFourBytes(char* out, uint code)
 // A lone surrogate becomes '?', as the framework has it.
 char* PutAnyText(char* out, const ushort* src, const ushort* end)
 {
-    while ((src = SkipLineBreaks(src, end)) != end) {
-        const ushort unit = *src++;
+    for (; src != end; ++src) {
+        const ushort unit = *src;
         if (unit < 0x80) {
-            *out++ = char(unit);
+            *out = char(unit);
+            out += int(!IsLineBreak(unit));
         } else if (unit < 0x800) {
             out = PutTwoBytes(out, unit);
         } else if (!QChar::isSurrogate(unit)) {
             out = PutThreeBytes(out, unit);
         } else {
-            const ushort* const next = SkipLineBreaks(src, end);
+            const ushort* const next = SkipLineBreaks(src + 1, end);
             if (QChar::isHighSurrogate(unit) && next != end && QChar::isLowSurrogate(*next)) {
                 out = PutFourBytes(out, QChar::surrogateToUcs4(unit, *next));
-                src = next + 1;
+                src = next;
             } else {
                 *out++ = '?';
             }

@@ -13,13 +13,14 @@ from pathlib import Path
 
 import aims
 import charts
+import instructions
 import machine
 import measure
 import page
 import scenarios
 import start
 
-PARTS = [*scenarios.LOG_PARTS, "settings", "trace", "start", "size"]
+PARTS = [*scenarios.LOG_PARTS, "instructions", "settings", "trace", "start", "size"]
 ROUNDS = {"logs": (6, 2), "settings": (5, 2), "trace": (25, 9), "start": (11, 5)}
 
 
@@ -53,6 +54,8 @@ def measure_all(arguments, build, parts):
     results["logs"] = measure.logs(
         programs, log_parts, rounds["logs"], arguments.folder, arguments.quick, show_progress
     )
+    if "instructions" in parts:
+        results["instructions"] = instructions.count(programs / "instructions" / "count_instructions")
     for part in ("settings", "trace"):
         if part in parts:
             results[part] = measure.tasks(programs / part / f"bench_{part}", rounds[part], arguments.build / "bench")

@@ -36,7 +36,7 @@ def _run_scenario(programs, scenario, folder, quick):
 
 def _in_turn(chosen, number):
     """Another one first in every round."""
-    start = number * 3 % len(chosen)
+    start = number * 3 % max(1, len(chosen))
     return chosen[start:] + chosen[:start]
 
 

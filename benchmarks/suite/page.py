@@ -1,8 +1,10 @@
 """The page about performance, in Markdown."""
 
+import shlex
 import textwrap
 from statistics import median
 
+import instructions
 import start
 from figures import ratios, shown, span
 from scenarios import FLOOR, LOG_PARTS, NAMES, OURS, of_us
@@ -89,6 +91,11 @@ def _tasks(tasks):
     return text
 
 
+def _instructions(counts):
+    rows = [["", "instructions", "limit"]]
+    return _table(rows + [[each["what"], f"{each['counted']:.0f}", str(each["most"])] for each in counts])
+
+
 def _start(starts):
     lines = {
         "from the start of the process to the first line in the file (ms)": ("ms", 1),
@@ -131,9 +138,15 @@ def _log_commands(quick):
             yield part, f"{TITLES[part]}: {what}", " ".join(command)
 
 
+def _instruction_commands():
+    for what, options, function, *_ in instructions.COUNTS:
+        command = instructions.command("instructions/count_instructions", options, function, "BATCHES")
+        yield "instructions", f"Instructions: {what}", shlex.join(command)
+
+
 def _commands(results):
     rows = [["figures", "command"]]
-    commands = [*_log_commands(results["quick"]), *COMMANDS]
+    commands = [*_log_commands(results["quick"]), *_instruction_commands(), *COMMANDS]
     rows += [[what, f"`{command}`"] for part, what, command in commands if part in results["parts"]]
     loggers = ", ".join(f"`{target}`" for target in NAMES)
     return _prose(COMMANDS_NOTE.format(loggers=loggers)) + _table(rows, "---")
@@ -144,6 +157,7 @@ SECTIONS = {
     "bursty": lambda results: _bursty(results["logs"]),
     "stopped": lambda results: _stopped(results["logs"]),
     "levels": lambda results: _levels(results["logs"]),
+    "instructions": lambda results: _instructions(results["instructions"]),
     "settings": lambda results: _tasks(results["settings"]),
     "trace": lambda results: _tasks(results["trace"]),
     "start": lambda results: _start(results["start"]),

@@ -1,0 +1,63 @@
+"""The instructions that the log takes, counted by callgrind: what no noise of a machine disturbs.
+
+As a program it is the guard against taking more, and fails then.
+"""
+
+import re
+import sys
+
+import measure
+
+LINES_OF_A_BATCH = 39
+FEW, MANY = 20, 120  # batches: the start and the end of a log cancel out
+LINE = "Logger::LogInformation(char const*, QString const&)"
+DEBUG = "Logger::LogDebug(char const*, QString const&)"
+HAND_OVER = "LoggerAgent::SendBufferToThread()"
+WRITING = "LoggerWorker::onLogMessage(QByteArray const&)"
+
+# What is counted, with which options, in which function, how often it is called for a batch, and the most it may take:
+# a third above what it took when that was written. Compilers and C libraries differ.
+COUNTS = [
+    ("a line of 80 bytes in ASCII, its share of a batch's hand-over included", [], LINE, LINES_OF_A_BATCH, 1160),
+    ("a line of 80 bytes in mixed scripts, likewise", ["--mixed"], LINE, LINES_OF_A_BATCH, 2450),
+    ("a call that the level stops, without a test before it", [], DEBUG, LINES_OF_A_BATCH, 30),
+    ("handing a batch over", [], HAND_OVER, 1, 1600),
+    ("a batch on the logging thread, without the system's calls", [], WRITING, 1, 1850),
+]
+
+
+def command(program, options, function, batches):
+    tool = ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", f"--toggle-collect={function}"]
+    return [*tool, program, *options, str(batches)]
+
+
+def _collected(program, options, function, batches):
+    said = measure.run(command(program, options, function, batches)).stderr
+    return int(re.search(r"Collected : (\d+)", said).group(1))
+
+
+def count(program):
+    """[{"what", "counted", "most"}]; each count is for one call of the function."""
+    found = []
+    for what, options, function, calls, most in COUNTS:
+        few, many = (_collected(program, options, function, batches) for batches in (FEW, MANY))
+        counted = (many - few) / ((MANY - FEW) * calls)
+        if counted == 0:
+            raise measure.Failure(f"{function} is not called, or has become a part of another function")
+        found.append({"what": what, "counted": counted, "most": most})
+    return found
+
+
+def main(program):
+    counts = count(program)
+    for each in counts:
+        verdict = "ok      " if each["counted"] <= each["most"] else "TOO MANY"
+        print(f"{verdict} {each['counted']:6.0f} of at most {each['most']:5}  {each['what']}")
+    return int(any(each["counted"] > each["most"] for each in counts))
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main(sys.argv[1]))
+    except measure.Failure as failure:
+        sys.exit(f"instructions: {failure}")
