@@ -39,10 +39,10 @@ def read_arguments():
     return arguments
 
 
-def show_progress(part, scenario):
+def show_progress(part, done, scenario):
     if sys.stderr.isatty():
         what = " ".join([scenario.target, *scenario.arguments()])
-        print(f"\r\033[K{part:4.0%}  {what}", end="", file=sys.stderr, flush=True)
+        print(f"\r\033[K{part} {done:4.0%}  {what}", end="", file=sys.stderr, flush=True)
 
 
 def measure_all(arguments, build, parts):

@@ -36,20 +36,26 @@ def _run_scenario(programs, scenario, folder, quick):
 
 def _in_turn(chosen, number):
     """Another one first in every round."""
-    start = number * 3 % max(1, len(chosen))
+    start = number * 3 % len(chosen)
     return chosen[start:] + chosen[:start]
 
 
 def logs(programs, parts, rounds, folder, quick, progress):
-    """{scenario: {figure: summary}}. Each round runs every scenario once, one process after another."""
-    chosen = [scenario for part in parts for scenario in scenarios.all_of(part)]
-    values = {scenario: {} for scenario in chosen}
-    for number in range(rounds):
-        for done, scenario in enumerate(_in_turn(chosen, number)):
-            progress((number * len(chosen) + done) / (rounds * len(chosen)), scenario)
-            for name, value in _run_scenario(programs, scenario, folder, quick).items():
-                values[scenario].setdefault(name, []).append(value)
-    return {scenario: {name: summary(those) for name, those in named.items()} for scenario, named in values.items()}
+    """{scenario: {figure: summary}}. Each round runs every scenario of a part once, one process after another.
+
+    The parts come one by one: what a log without a pause leaves to the disk to do would slow down single calls.
+    """
+    found = {}
+    for part in parts:
+        chosen = scenarios.all_of(part)
+        values = {scenario: {} for scenario in chosen}
+        for number in range(rounds):
+            for done, scenario in enumerate(_in_turn(chosen, number)):
+                progress(part, (number * len(chosen) + done) / (rounds * len(chosen)), scenario)
+                for name, value in _run_scenario(programs, scenario, folder, quick).items():
+                    values[scenario].setdefault(name, []).append(value)
+        found.update({scenario: {name: summary(those) for name, those in named.items()} for scenario, named in values.items()})
+    return found
 
 
 def tasks(program, rounds, folder):

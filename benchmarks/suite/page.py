@@ -7,8 +7,8 @@ from statistics import median
 import instructions
 import start
 from figures import ratios, shown, span
-from scenarios import FLOOR, LOG_PARTS, NAMES, OURS, of_us
-from words import AIMS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, NOTES, TITLES
+from scenarios import FLOOR, LOG_PARTS, NAMES, OURS, SYNC, Scenario, of_us
+from words import AIMS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, NOTES, PAID_FOR, TITLES
 
 NS = {"mean": "mean", "p50": "p50", "p99": "p99", "p99.9": "p99.9"}
 
@@ -165,9 +165,23 @@ SECTIONS = {
 }
 
 
+def _paid_for(logs):
+    ours = Scenario(OURS)
+    figures = {target: logs[ours.of(target)]["processor"] for target in (OURS, SYNC, FLOOR)}
+    rounds = {target: figure["rounds"] for target, figure in figures.items()}
+    return PAID_FOR.format(
+        sync=NAMES[SYNC],
+        share=shown(median(ratios(rounds[SYNC], rounds[OURS]))),
+        floor=shown(median(ratios(rounds[FLOOR], rounds[SYNC]))),
+        left=shown(figures[SYNC]["median"] - figures[FLOOR]["median"]),
+    )
+
+
 def make(results, charts):
     """`charts` are names of files beside the page, and their titles."""
     text = INTRODUCTION
+    if "flat" in results["parts"]:
+        text += _prose(_paid_for(results["logs"]))
     text += "## Measured on\n\n" + _table([["", ""]] + [[name, fact] for name, fact in results["machine"].items()])
     text += "## Aims\n\n" + _prose(AIMS) + _aims(results["aims"])
     text += "".join(f"![{title}]({name})\n\n" for name, title in charts.items())
