@@ -55,6 +55,15 @@ QString TestSupport::Scratch()
     return QDir::homePath();
 }
 
+QString TestSupport::EnterFreshFolder()
+{
+    static int count = 0;
+    const QString folder = QStringLiteral("test-%1").arg(++count);
+    if (!QDir(Scratch()).mkdir(folder) || !QDir::setCurrent(QDir(Scratch()).filePath(folder)))
+        qFatal("cannot enter %s", qPrintable(folder));
+    return QDir::currentPath();
+}
+
 TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QStringList& arguments)
 {
     static int count = 0;

@@ -15,6 +15,9 @@ namespace TestSupport {
 /// The scratch folder of this process.
 QString Scratch();
 
+/// A new folder within it, and the current one from now on. Its path is without links.
+QString EnterFreshFolder();
+
 /// A scenario: a function that the test program runs in a fresh process. Define it at file scope.
 class Scenario
 {

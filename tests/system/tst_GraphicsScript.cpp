@@ -145,12 +145,7 @@ private Q_SLOTS:
             QVERIFY2(!Program(name).isEmpty(), name);
     }
 
-    void init()
-    {
-        static int count = 0;
-        const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkdir(folder) && QDir::setCurrent(folder));
-    }
+    void init() { TestSupport::EnterFreshFolder(); }
 
     void kernelsFolderIsNamedThreeTimes()
     {

@@ -85,12 +85,8 @@ private Q_SLOTS:
     // A fresh instance, and a fresh folder as the current one.
     void init()
     {
-        static int count = 0;
         iHook = std::make_unique<InstalledHook>();
-        iFolder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkdir(iFolder));
-        QVERIFY(QDir::setCurrent(iFolder));
-        iFolder = QDir::currentPath();
+        iFolder = TestSupport::EnterFreshFolder();
     }
 
     void cleanup() { iHook.reset(); }

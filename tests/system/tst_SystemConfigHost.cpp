@@ -109,14 +109,7 @@ class tst_SystemConfigHost : public QObject
 
 private Q_SLOTS:
     // A fresh folder as the current one.
-    void init()
-    {
-        static int count = 0;
-        iFolder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkdir(iFolder));
-        QVERIFY(QDir::setCurrent(iFolder));
-        iFolder = QDir::currentPath();
-    }
+    void init() { iFolder = TestSupport::EnterFreshFolder(); }
 
     void cleanup()
     {

@@ -172,10 +172,7 @@ private Q_SLOTS:
 
     void init()
     {
-        static int count = 0;
-        iFolder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkdir(iFolder) && QDir::setCurrent(iFolder));
-        iFolder = QDir::currentPath();
+        iFolder = TestSupport::EnterFreshFolder();
         iLogs = iFolder + Text("/t/Logs");
     }
 

@@ -86,10 +86,9 @@ private Q_SLOTS:
     // A fresh instance, and a fresh folder as the current one, the user's, with logs.
     void init()
     {
-        static int count = 0;
         iHook = std::make_unique<InstalledHook>();
-        iFolder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkpath(iFolder + Text("/Logs")) && QDir::setCurrent(iFolder));
+        iFolder = TestSupport::EnterFreshFolder();
+        QVERIFY(QDir().mkdir(Text("Logs")));
         SystemConfig::SetTestPath(iFolder);
         gRemoved.clear();
     }

@@ -124,13 +124,7 @@ private Q_SLOTS:
     void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
 
     // A fresh folder as the current one.
-    void init()
-    {
-        static int count = 0;
-        const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("test-%1").arg(++count));
-        QVERIFY(QDir().mkdir(folder));
-        QVERIFY(QDir::setCurrent(folder));
-    }
+    void init() { TestSupport::EnterFreshFolder(); }
 
     void cleanup()
     {
