@@ -216,9 +216,9 @@ private Q_SLOTS:
     {
         Thread thread;
         QTRY_VERIFY(thread.IsAsleep());
-        int received = 0;
+        std::atomic<int> received{0};
         thread.Do([&] { ++received; });
-        QCOMPARE(received, 1);
+        QCOMPARE(received.load(), 1);
         QTRY_VERIFY(thread.IsAsleep());
         QCOMPARE(Semaphore(thread.Dispatcher()).available(), 0);
     }

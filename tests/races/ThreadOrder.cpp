@@ -1,12 +1,14 @@
 // The thread sanitizer does not see how the framework orders threads, for the framework is not built with it. These
-// definitions stand before the framework's own and say it: what one thread does before it unlocks a mutex, emits or
-// posts comes before what another does after it has locked, received or waited. Events count as one order for all
-// objects, so that a race which an event hides by chance goes unseen.
+// definitions stand before the framework's own and say it: what one thread does before it unlocks a mutex, releases a
+// semaphore, emits or posts comes before what another does after it has locked, acquired, received or waited. Events
+// count as one order for all objects, so that a race which an event hides by chance goes unseen.
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMutex>
+#include <QtCore/QSemaphore>
 #include <QtCore/QThread>
 
+#include <climits>
 #include <dlfcn.h>
 
 extern "C" {
@@ -47,6 +49,22 @@ void QMutex::unlock() noexcept
     static const auto original = Original<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
     __tsan_release(this);
     original(this);
+}
+
+void QSemaphore::release(int number)
+{
+    static const auto original = Original<void (*)(QSemaphore*, int)>("_ZN10QSemaphore7releaseEi");
+    __tsan_release(this);
+    original(this, number);
+}
+
+bool QSemaphore::tryAcquire(int number, int timeout)
+{
+    static const auto original = Original<bool (*)(QSemaphore*, int, int)>("_ZN10QSemaphore10tryAcquireEii");
+    const bool acquired = original(this, number, timeout);
+    if (acquired)
+        __tsan_acquire(this);
+    return acquired;
 }
 
 void QMetaObject::activate(QObject* sender, const QMetaObject* type, int signal, void** arguments)
@@ -107,4 +125,9 @@ bool QThread::wait(QDeadlineTimer deadline)
     const bool ended = original(this, deadline);
     __tsan_acquire(this);
     return ended;
+}
+
+bool QThread::wait(unsigned long time)
+{
+    return wait(time == ULONG_MAX ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(qint64(time)));
 }
