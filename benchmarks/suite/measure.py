@@ -54,7 +54,8 @@ def logs(programs, parts, rounds, folder, quick, progress):
                 progress(part, (number * len(chosen) + done) / (rounds * len(chosen)), scenario)
                 for name, value in _run_scenario(programs, scenario, folder, quick).items():
                     values[scenario].setdefault(name, []).append(value)
-        found.update({scenario: {name: summary(those) for name, those in named.items()} for scenario, named in values.items()})
+        for scenario, named in values.items():
+            found[scenario] = {name: summary(those) for name, those in named.items()}
     return found
 
 

@@ -5,10 +5,10 @@ INTRODUCTION = """# Performance
 The library beside its peers. `scripts/bench` measured this and wrote the page; it is not edited by hand.
 
 Loggers write the same lines, "date and time|10|Information|Disk::Scan|message", with messages that are at hand. Each
-scenario runs in a process of its own, once in every round of its part, ours and its peers in turn, so that a disturbance
-hits all alike. Before a figure counts, the program reads the files back: every line is there once, and in the order of its
-thread. Figures are medians of the rounds, and so are percentiles; "ours is faster by" is the median of the ratios
-within the rounds.
+scenario runs in a process of its own, once in every round of its part, ours and its peers in turn, so that a
+disturbance hits all alike. Before a figure counts, the program reads the files back: every line is there once, and in
+the order of its thread. Figures are medians of the rounds, and so are percentiles; "ours is faster by" is the median of
+the ratios within the rounds.
 
 - Ours opens and closes its file for every batch, looks at its age and size, and rotates it at 100 MiB.
 - spdlog asynchronous and log4cplus asynchronous: one thread writes, a queue of 8192, callers wait while it is full.
@@ -45,8 +45,8 @@ AIMS = """Aims of the log hold for messages of 80 characters in ASCII. Those of 
 the least times. What is missed is shown as missed."""
 
 COMMANDS_NOTE = """All by `scripts/bench`. Paths begin in `build/release/benchmarks`; LOGGER is one of {loggers}. Some
-take fewer lines than ours. BATCHES is 20 and 120: what is counted for 100 batches of 39 lines is the difference.
-`ctest --preset release` counts instructions alone, and compares them with their limits."""
+take fewer lines than ours. BATCHES is 20 and 120: what is counted for 100 batches of 39 lines is the difference. `ctest
+--preset release` counts instructions alone, and compares them with their limits."""
 
 NOTES = {
     "flat": """Each thread logs as fast as it can. Lines per second are counted until everything is in the file, which
@@ -60,9 +60,9 @@ NOTES = {
     "stopped": "A debug message behind a test of the level, as call sites have it; one thread.",
     "levels": """Information takes no lock of the logger's; debug and trace try it, warnings wait for it. Measured as
         without a pause.""",
-    "instructions": """Counted by callgrind in the optimised build; what the system's calls take within the kernel is not
-        in it. The test `instructions` of the preset `release` fails above the limits, which are a third above what was
-        counted when they were set.""",
+    "instructions": """Counted by callgrind in the optimised build; what the system's calls take within the kernel is
+        not in it. The test `instructions` of the preset `release` fails above the limits, which are a third above what
+        was counted when they were set.""",
     "settings": "One INI file of 50,000 keys in 500 sections.",
     "trace": """The same trace again and again, from one place: what was looked up for a frame is kept. The first trace
         from a place takes longer.""",

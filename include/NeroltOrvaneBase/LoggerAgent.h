@@ -86,7 +86,7 @@ public:
     /// Blocks until the logging thread has written all it was given and the buffer too, then at most 10 seconds for
     /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well.
     void StopLogging();
-    /// Hands the buffer to the logging thread and empties it.
+    /// Hands the buffer to the logging thread, which writes it within milliseconds, and empties it.
     void SendBufferToThread();
 
     /// Seconds since 1970-01-01T00:00:00 UTC.
