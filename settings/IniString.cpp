@@ -7,12 +7,15 @@
 
 namespace {
 
-constexpr bool IsAscii(ushort unit)
+constexpr int kUnits = 4;
+
+// Of several, when they are put together with |.
+constexpr bool IsAscii(int unit)
 {
     return unit < 0x80;
 }
 
-constexpr int Folded(ushort asciiUnit)
+constexpr int Folded(int asciiUnit)
 {
     return asciiUnit >= 'A' && asciiUnit <= 'Z' ? asciiUnit + ('a' - 'A') : asciiUnit;
 }
@@ -23,30 +26,6 @@ quint64 Load4(const ushort* units)
     return qFromLittleEndian<quint64>(units);
 }
 
-int LowestUnit(quint64 four)
-{
-    return int(qCountTrailingZeroBits(four) / 16);
-}
-
-/// Where the texts differ next, or `end`. Four units at once and without a branch for each: names begin alike.
-int NextDifference(const ushort* left, const ushort* right, int from, int end)
-{
-    for (; from + 4 <= end; from += 4) {
-        if (const quint64 different = Load4(left + from) ^ Load4(right + from))
-            return from + LowestUnit(different);
-    }
-    if (end < 4) {
-        while (from < end && left[from] == right[from])
-            ++from;
-        return from;
-    }
-    if (from == end)
-        return end;
-    const int last = end - 4; // reads some units again, and leaves them out
-    const quint64 different = (Load4(left + last) ^ Load4(right + last)) >> (16 * (from - last));
-    return different == 0 ? end : from + LowestUnit(different);
-}
-
 } // namespace
 
 int IniString::Compare(const QString& left, const QString& right)
@@ -55,11 +34,25 @@ int IniString::Compare(const QString& left, const QString& right)
     const auto* const leftUnits = reinterpret_cast<const ushort*>(left.constData());
     const auto* const rightUnits = reinterpret_cast<const ushort*>(right.constData());
     const int common = std::min(left.size(), right.size());
-    for (int i = 0; (i = NextDifference(leftUnits, rightUnits, i, common)) < common; ++i) {
+    for (int i = 0; i < common; ++i) {
+        // Four units at once and without a branch for each: names begin alike.
+        for (quint64 different = 0; i + kUnits <= common; i += kUnits) {
+            different = Load4(leftUnits + i) ^ Load4(rightUnits + i);
+            if (different != 0) {
+                i += int(qCountTrailingZeroBits(different)) / 16;
+                break;
+            }
+        }
+        if (i == common)
+            break;
+        const int leftUnit = leftUnits[i];
+        const int rightUnit = rightUnits[i];
+        if (leftUnit == rightUnit)
+            continue; // of the last ones
         // Some letters beyond ASCII fold into it, and pairs of units fold together: the framework knows them all.
-        if (!IsAscii(leftUnits[i]) || !IsAscii(rightUnits[i]))
+        if (!IsAscii(leftUnit | rightUnit))
             return left.compare(right, Qt::CaseInsensitive);
-        if (const int difference = Folded(leftUnits[i]) - Folded(rightUnits[i]))
+        if (const int difference = Folded(leftUnit) - Folded(rightUnit))
             return difference;
     }
     return left.size() - right.size();

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <typeinfo>
+#include <utility>
 
 namespace {
 
@@ -131,7 +132,7 @@ void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QSt
     for (; key != end; ++key) {
         if (key->indexOf(kSeparator, start) >= 0)
             continue; // in a group of its own
-        const QVariant value = ValueOf(file, *key);
+        QVariant value = ValueOf(file, *key);
         const QString name = key->mid(start);
         key->clear(); // its memory serves for the next ones
         if (isWatched) {
@@ -140,7 +141,7 @@ void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QSt
         }
         if (!section)
             section = &SectionOf(iSections, group);
-        section->insert(section->cend(), name, value);
+        *section->insert(section->cend(), name, QVariant()) = std::move(value); // a copy costs as much as the insertion
     }
 }
 
