@@ -19,8 +19,7 @@ NAMES = {
 PEERS = [target for target in NAMES if target not in (OURS, FLOOR)]
 
 LINES = 240000
-# Of a single thread. At p99.9 the call counts that is the twentieth from the top, and so more than what only happens at
-# the start.
+# Of a single thread. At p99.9 it is the twentieth call from the top that counts.
 BURSTS = 1000
 LINES_OF_A_BURST = 20
 # Who takes longest for a line writes fewer, or the others would wait for it.

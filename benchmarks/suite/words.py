@@ -56,7 +56,8 @@ NOTES = {
         at its peak, and when the log had been stopped. A queue without bounds grows with the number of lines, of which
         who takes long for one got fewer.""",
     "bursty": """Each thread logs 20 lines and rests for 2 ms, again and again. Times of single calls and processor time
-        of a line in ns, the clock included.""",
+        of a line in ns, the clock included. The first 20 bursts are not timed: what a process does once would stand for
+        what it does always.""",
     "stopped": "A debug message behind a test of the level, as call sites have it; one thread.",
     "levels": """Information takes no lock of the logger's; debug and trace try it, warnings wait for it. Measured as
         without a pause.""",
