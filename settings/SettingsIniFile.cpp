@@ -141,7 +141,7 @@ void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QSt
         }
         if (!section)
             section = &SectionOf(iSections, group);
-        *section->insert(section->cend(), name, QVariant()) = std::move(value); // a copy costs as much as the insertion
+        *section->insert(section->cend(), name, QVariant()) = std::move(value);
     }
 }
 

@@ -85,7 +85,7 @@ private:
     static bool IsPlain(const QByteArray& output) { return !output.contains('\r') && !output.contains('\x1b'); }
 
 private Q_SLOTS:
-    void init() { iFolder.reset(new QTemporaryDir(TestSupport::Scratch() + QStringLiteral("/host-XXXXXX"))); }
+    void init() { iFolder.reset(new QTemporaryDir(TestSupport::Scratch() + QStringLiteral("/host"))); }
 
     void summaryAgreesWithTheFiles()
     {

@@ -56,8 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 {
     // In memory where there is such a folder: the framework has each file written to the disk before it goes on.
     static const QString memory = QStringLiteral("/dev/shm");
-    static const QTemporaryDir folder((QDir(memory).exists() ? memory : QDir::tempPath())
-                                      + QStringLiteral("/fuzz-XXXXXX"));
+    static const QTemporaryDir folder((QDir(memory).exists() ? memory : QDir::tempPath()) + QStringLiteral("/fuzz"));
     FUZZ_CHECK(folder.isValid());
     const QString path = folder.filePath(QStringLiteral("any.ini"));
     const QString copy = folder.filePath(QStringLiteral("copy.ini"));

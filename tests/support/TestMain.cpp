@@ -95,7 +95,7 @@ int TestSupport::Main(int argc, char** argv, const std::function<int(int, char**
         QCoreApplication application(argc, argv);
         return RunNamedScenario(application.arguments());
     }
-    QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/NeroltOrvaneBase-test-XXXXXX"));
+    QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/NeroltOrvaneBase-test"));
     if (!scratch.isValid()) {
         std::fprintf(stderr, "cannot make a scratch folder: %s\n", qPrintable(scratch.errorString()));
         return 1;

@@ -71,7 +71,7 @@ QString MakeNode(const QString& path, int mode, mode_t type)
 } // namespace
 
 Playground::Playground(const QString& place)
-    : iFolder(place + QStringLiteral("/NeroltOrvaneBase-ground-XXXXXX"))
+    : iFolder(place + QStringLiteral("/NeroltOrvaneBase-ground"))
 {
     if (!iFolder.isValid())
         qFatal("cannot make a folder in %s", qPrintable(place));
