@@ -1,4 +1,5 @@
 #include "BatchPool.h"
+#include "BatchQueue.h"
 #include "FairLock.h"
 #include "LogLine.h"
 #include "WriterDispatcher.h"
@@ -8,10 +9,13 @@
 #include <NeroltOrvaneBase/LoggerWorker.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
 
 #include <chrono>
+#include <memory>
 #include <mutex>
+#include <sys/time.h>
 
 namespace {
 
@@ -53,6 +57,14 @@ QString Joined(unsigned int code, const QString& first, const QString& second)
     return Joined(code, first) + QLatin1Char('_') + second;
 }
 
+// As the framework asks for it, without the way through the framework.
+qint64 MSecsSinceEpoch()
+{
+    timeval now;
+    ::gettimeofday(&now, nullptr);
+    return qint64(now.tv_sec) * 1000 + now.tv_usec / 1000;
+}
+
 } // namespace
 
 LoggerAgent::LoggerAgent(int level, QObject* parent)
@@ -64,8 +76,8 @@ LoggerAgent::LoggerAgent(int level, QObject* parent)
 
 LoggerAgent::~LoggerAgent() = default;
 
-void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
-                      const char* func, const QString& msg)
+[[gnu::hot]] void LoggerAgent::Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code,
+                                   const char* func, const QString& msg)
 {
     const char* const word = LevelWord(level);
     if (!word || (level & ~Level()) != 0)
@@ -133,21 +145,21 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     return kind == LoggerDefs::FirstIntDec ? Joined(code, QString::number(iFirstInt)) : QString::number(code);
 }
 
-void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
+[[gnu::hot]] void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
     const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
     if (!lock)
         return;
     if (iBuffer.isEmpty())
         iBuffer = BatchPool::Take();
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = MSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
     iLastLineSecs = now / 1000;
     if (iBuffer.size() > kBatchBytes || iResettingLevel)
         SendBufferToThread();
 }
 
-void LoggerAgent::SendBufferToThread()
+[[gnu::hot]] void LoggerAgent::SendBufferToThread()
 {
     const std::lock_guard<QMutex> lock(iMutex);
     QByteArray batch;
@@ -249,11 +261,22 @@ void LoggerAgent::StartThread()
     iThread->start(QThread::InheritPriority);
 }
 
+// Batches take the way of a queued connection of logMessage with onLogMessage, but through a queue of their own.
 void LoggerAgent::ConnectWorker()
 {
+    QAbstractEventDispatcher* const events = iThread->eventDispatcher();
+    const auto queue = std::make_shared<BatchQueue>(*events);
+    const auto put = [queue](const QByteArray& batch) { queue->Put(batch); };
+    const auto deliver = [queue, worker = iWorker] {
+        queue->Deliver([worker](const QByteArray& batch) { worker->onLogMessage(batch); });
+    };
     connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
     connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
-    connect(this, SIGNAL(logMessage(QByteArray)), iWorker, SLOT(onLogMessage(QByteArray)));
+    connect(iThread, &QThread::finished, iWorker, [queue] { queue->Close(); });
+    connect(this, &LoggerAgent::logMessage, iWorker, put, Qt::DirectConnection);
+    connect(events, &QAbstractEventDispatcher::awake, iWorker, deliver);
+    // What was put before the stop comes before it.
+    connect(this, &LoggerAgent::stopWorker, iWorker, deliver, Qt::BlockingQueuedConnection);
     connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
             Qt::BlockingQueuedConnection);
 }

@@ -672,6 +672,59 @@ private Q_SLOTS:
         QCOMPARE(BodiesIn(QStringLiteral("app.log")), expected);
     }
 
+    void whatTheBusyThreadHasNotSeenComesBeforeTheStop()
+    {
+        LoggerAgent agent(Information, nullptr);
+        QSemaphore busy;
+        QSemaphore stopping;
+        connect(&agent, &LoggerAgent::stopWorker, [&stopping] { stopping.release(); });
+        agent.SetLoggerFileName(QStringLiteral("app.log"));
+        QMetaObject::invokeMethod(
+            agent.*LoggerAgent_iWorker(),
+            [&] {
+                busy.release();
+                stopping.acquire();
+                QThread::msleep(50); // until the stop is posted
+            },
+            Qt::QueuedConnection);
+        busy.acquire();
+        const auto batch = [&agent](const QString& name) {
+            agent.Log(Information, NoExtraInfo, 1, "F", name);
+            agent.SendBufferToThread();
+        };
+        batch(QStringLiteral("first"));
+        batch(QStringLiteral("second"));
+        agent.Log(Information, NoExtraInfo, 1, "F", QStringLiteral("rest"));
+        QVERIFY(!QFile::exists(QStringLiteral("app.log"))); // only the logging thread writes
+        agent.StopLogging();
+        QCOMPARE(BodiesIn(QStringLiteral("app.log")),
+                 (QList<QByteArray>{"|1|Information|F|first", "|1|Information|F|second", "|1|Information|F|rest"}));
+    }
+
+    void batchOfAnotherSenderIsWrittenToo()
+    {
+        LoggerAgent agent(Information, nullptr);
+        agent.SetLoggerFileName(QStringLiteral("app.log"));
+        agent.Log(Information, NoExtraInfo, 1, "F", QStringLiteral("line"));
+        Q_EMIT agent.logMessage("other\n");
+        agent.StopLogging();
+        Q_EMIT agent.logMessage("late\n");
+        QCOMPARE(LogText::Read(QStringLiteral("app.log")), "other\n" + kStamp + "|1|Information|F|line\n");
+    }
+
+    void threadEndedByOthersTakesNoMore()
+    {
+        LoggerAgent agent(Information, nullptr);
+        agent.SetLoggerFileName(QStringLiteral("app.log"));
+        RegisteredThread* const thread = agent.*LoggerAgent_iThread();
+        thread->quit();
+        QVERIFY(thread->wait(10000));
+        agent.Log(Information, NoExtraInfo, 1, "F", QStringLiteral("line"));
+        agent.SendBufferToThread();
+        agent.StopLogging();
+        QCOMPARE(LogText::Read(QStringLiteral("app.log")), QByteArray());
+    }
+
     void resetLevel_data()
     {
         QTest::addColumn<int>("before");

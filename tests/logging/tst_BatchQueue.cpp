@@ -1,0 +1,161 @@
+#include "logging/BatchQueue.h"
+#include "logging/WriterDispatcher.h"
+#include "support/TestMain.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtTest/QtTest>
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+QList<QByteArray> Deliver(BatchQueue& queue)
+{
+    QList<QByteArray> batches;
+    queue.Deliver([&batches](const QByteArray& batch) { batches += batch; });
+    return batches;
+}
+
+} // namespace
+
+class tst_BatchQueue : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void emptyDeliversNothing()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        QCOMPARE(Deliver(queue), QList<QByteArray>());
+        QVERIFY(!reader.hasPendingEvents());
+    }
+
+    void batchesComeOnceAndInOrder()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        queue.Put("first");
+        queue.Put("second");
+        QCOMPARE(Deliver(queue), (QList<QByteArray>{"first", "second"}));
+        QCOMPARE(Deliver(queue), QList<QByteArray>());
+        queue.Put("third");
+        QCOMPARE(Deliver(queue), QList<QByteArray>{"third"});
+        QCOMPARE(Deliver(queue), QList<QByteArray>());
+    }
+
+    void emptyBatchIsABatch()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        queue.Put("");
+        QCOMPARE(Deliver(queue), QList<QByteArray>{""});
+    }
+
+    // More than there is room for at first.
+    void backlogKeepsItsOrder()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        QList<QByteArray> expected;
+        for (int i = 0; i < 1000; ++i) {
+            expected += QByteArray::number(i);
+            queue.Put(expected.last());
+        }
+        QCOMPARE(Deliver(queue), expected);
+    }
+
+    void eachBatchWakesTheReader()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        for (int i = 0; i < 2; ++i) {
+            queue.Put("batch");
+            QVERIFY(reader.hasPendingEvents());
+            reader.processEvents(QEventLoop::AllEvents);
+            QVERIFY(!reader.hasPendingEvents());
+        }
+    }
+
+    // It can be used again as soon as it is written.
+    void batchIsLetGoOfBeforeTheNext()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        QByteArray first("first");
+        queue.Put(first);
+        queue.Put("second");
+        QVERIFY(!first.isDetached());
+        queue.Deliver([&first](const QByteArray& batch) { QCOMPARE(first.isDetached(), batch == "second"); });
+        QVERIFY(first.isDetached());
+    }
+
+    void batchThatIsPutMeanwhileWaits()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        queue.Put("first");
+        QList<QByteArray> batches;
+        queue.Deliver([&](const QByteArray& batch) {
+            queue.Put("again");
+            batches += batch;
+        });
+        QCOMPARE(batches, QList<QByteArray>{"first"});
+        QCOMPARE(Deliver(queue), QList<QByteArray>{"again"});
+    }
+
+    void closedQueueDropsWhatItHasAndWhatComes()
+    {
+        auto reader = std::make_unique<WriterDispatcher>();
+        BatchQueue queue(*reader);
+        queue.Put("before");
+        queue.Close();
+        reader->processEvents(QEventLoop::AllEvents);
+        queue.Put("after");
+        QVERIFY(!reader->hasPendingEvents());
+        reader.reset();
+        queue.Put("later");
+        QCOMPARE(Deliver(queue), QList<QByteArray>());
+        queue.Close();
+    }
+
+    void manyPutAtOnce()
+    {
+        constexpr int kThreads = 4;
+        constexpr int kBatches = 2000;
+        WriterDispatcher reader;
+        BatchQueue queue(reader);
+        std::atomic<int> busy{kThreads};
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([&queue, &busy, thread] {
+                for (int i = 0; i < kBatches; ++i)
+                    queue.Put(QByteArray::number(thread) + ' ' + QByteArray::number(i));
+                --busy;
+            });
+        }
+        QList<QByteArray> batches;
+        while (busy > 0)
+            batches += Deliver(queue);
+        for (std::thread& thread : threads)
+            thread.join();
+        batches += Deliver(queue);
+
+        QCOMPARE(batches.size(), kThreads * kBatches);
+        std::array<int, kThreads> next = {};
+        for (const QByteArray& batch : qAsConst(batches)) {
+            const int thread = batch.left(1).toInt();
+            QCOMPARE(batch.mid(2).toInt(), next[size_t(thread)]++);
+        }
+    }
+};
+
+NEROLT_TEST_MAIN(tst_BatchQueue)
+
+#include "tst_BatchQueue.moc"
