@@ -109,7 +109,7 @@ void FetchMemory(QByteArray& buffer)
 
 } // namespace
 
-QByteArray BatchPool::Take()
+[[gnu::hot]] QByteArray BatchPool::Take()
 {
     QByteArray buffer = TakeUsed(ThePool());
     if (buffer.capacity() < kCapacity) {

@@ -22,7 +22,7 @@ public:
 
 } // namespace
 
-std::unique_lock<QMutex> FairLock::Within(QMutex& mutex, std::chrono::milliseconds timeout)
+[[gnu::hot]] std::unique_lock<QMutex> FairLock::Within(QMutex& mutex, std::chrono::milliseconds timeout)
 {
     if (gStarving.load(std::memory_order_relaxed) > 0)
         QThread::usleep(kStandBackUsecs);

@@ -214,7 +214,7 @@ void Logger::WithAgentOrDrop(const Call& call) noexcept
     }
 }
 
-void Logger::Information(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Information(const char* func, const QString& msg) noexcept
 {
     if (!(GetLevel() & LoggerDefs::Information))
         return;
@@ -227,19 +227,19 @@ void Logger::Information(const char* func, const QString& msg) noexcept
     }
 }
 
-void Logger::Debug(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Debug(const char* func, const QString& msg) noexcept
 {
     if (GetLevel() & LoggerDefs::Debug)
         WithAgentOrDrop([&](LoggerAgent& agent) { LogUnfiltered(agent, LoggerDefs::Debug, kDebugCode, func, msg); });
 }
 
-void Logger::Trace(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Trace(const char* func, const QString& msg) noexcept
 {
     if (GetLevel() & LoggerDefs::Trace)
         WithAgentOrDrop([&](LoggerAgent& agent) { LogUnfiltered(agent, LoggerDefs::Trace, kTraceCode, func, msg); });
 }
 
-void Logger::Warning(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Warning(const char* func, const QString& msg) noexcept
 {
     if (GetLevel() & LoggerDefs::Warning)
         WithAgentWaiting(
@@ -277,22 +277,22 @@ void Logger::UnknownException(unsigned int code, const char* func) noexcept
     });
 }
 
-void Logger::LogInformation(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogInformation(const char* func, const QString& msg) noexcept
 {
     GetInstance()->Information(func, msg);
 }
 
-void Logger::LogDebug(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogDebug(const char* func, const QString& msg) noexcept
 {
     GetInstance()->Debug(func, msg);
 }
 
-void Logger::LogTrace(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogTrace(const char* func, const QString& msg) noexcept
 {
     GetInstance()->Trace(func, msg);
 }
 
-void Logger::LogWarning(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogWarning(const char* func, const QString& msg) noexcept
 {
     GetInstance()->Warning(func, msg);
 }

@@ -92,7 +92,7 @@ def _tasks(tasks):
 
 
 def _instructions(counts):
-    rows = [["", "instructions", "limit"]]
+    rows = [["", "counted", "limit"]]
     return _table(rows + [[each["what"], f"{each['counted']:.0f}", str(each["most"])] for each in counts])
 
 
@@ -139,6 +139,8 @@ def _log_commands(quick):
 
 
 def _instruction_commands():
+    command = instructions.places_command("instructions/count_instructions", "FILE")
+    yield "instructions", f"Instructions: {instructions.PLACES}", shlex.join(command)
     for what, options, function, *_ in instructions.COUNTS:
         command = instructions.command("instructions/count_instructions", options, function, "BATCHES")
         yield "instructions", f"Instructions: {what}", shlex.join(command)

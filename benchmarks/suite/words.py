@@ -62,7 +62,8 @@ NOTES = {
     "levels": """Information takes no lock of the logger's; debug and trace try it, warnings wait for it. Measured as
         without a pause.""",
     "instructions": """Counted by callgrind in the optimised build; what the system's calls take within the kernel is
-        not in it. The test `instructions` of the preset `release` fails above the limits, which are a third above what
+        not in it. Places count for a caller who logs now and then: each that the processor's caches have lost meanwhile
+        has to be waited for. They are those that at least nine of ten lines come by. The test `instructions` of the preset `release` fails above the limits, which are a third above what
         was counted when they were set.""",
     "settings": "One INI file of 50,000 keys in 500 sections.",
     "trace": """The same trace again and again, from one place: what was looked up for a frame is kept. The first trace
