@@ -18,6 +18,7 @@
 #include <QtCore/QTimerEvent>
 #include <QtTest/QtTest>
 
+#include <atomic>
 #include <thread>
 
 NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
@@ -585,6 +586,24 @@ private Q_SLOTS:
         QVERIFY(thread.isNull());
     }
 
+    void nothingOfAStoppedWorkerStaysConnected()
+    {
+        struct Open : LoggerAgent
+        {
+            using LoggerAgent::receivers;
+        };
+        LoggerAgent agent(0, nullptr);
+        const auto receivers = [&agent](const char* signal) { return (agent.*&Open::receivers)(signal); };
+        for (int i = 0; i < 2; ++i) {
+            agent.SetLoggerFileName(QStringLiteral("app.log"));
+            QCOMPARE(receivers(SIGNAL(logMessage(QByteArray))), 1);
+            QVERIFY(receivers(SIGNAL(stopWorker(QByteArray))) > 0);
+        }
+        agent.StopLogging();
+        QCOMPARE(receivers(SIGNAL(logMessage(QByteArray))), 0);
+        QCOMPARE(receivers(SIGNAL(stopWorker(QByteArray))), 0);
+    }
+
     void stopDoesNotWaitForARest()
     {
         LoggerAgent agent(0, nullptr);
@@ -672,22 +691,28 @@ private Q_SLOTS:
         QCOMPARE(BodiesIn(QStringLiteral("app.log")), expected);
     }
 
-    void whatTheBusyThreadHasNotSeenComesBeforeTheStop()
+    // The thread has looked for batches, and finds the stop next.
+    void whatTheThreadHasNotSeenComesBeforeTheStop()
     {
         LoggerAgent agent(Information, nullptr);
-        QSemaphore busy;
+        QSemaphore looked;
         QSemaphore stopping;
         connect(&agent, &LoggerAgent::stopWorker, [&stopping] { stopping.release(); });
         agent.SetLoggerFileName(QStringLiteral("app.log"));
-        QMetaObject::invokeMethod(
-            agent.*LoggerAgent_iWorker(),
+        QAbstractEventDispatcher* const events = (agent.*LoggerAgent_iThread())->eventDispatcher();
+        std::atomic<bool> isFirst{true};
+        connect(
+            events, &QAbstractEventDispatcher::awake, events,
             [&] {
-                busy.release();
+                if (!isFirst.exchange(false))
+                    return;
+                looked.release();
                 stopping.acquire();
                 QThread::msleep(50); // until the stop is posted
             },
-            Qt::QueuedConnection);
-        busy.acquire();
+            Qt::DirectConnection);
+        events->wakeUp();
+        looked.acquire();
         const auto batch = [&agent](const QString& name) {
             agent.Log(Information, NoExtraInfo, 1, "F", name);
             agent.SendBufferToThread();
