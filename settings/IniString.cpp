@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int kUnits = 4;
+constexpr int kUnitBits = 16;
 
 // Of several, when they are put together with |.
 constexpr bool IsAscii(int unit)
@@ -26,6 +27,41 @@ quint64 Load4(const ushort* units)
     return qFromLittleEndian<quint64>(units);
 }
 
+// The first unit in which the texts differ, `size` when there is none. Four units at once and without a branch for
+// each: names begin alike.
+int FirstDifference(const ushort* left, const ushort* right, int size)
+{
+    int i = 0;
+    for (; i + kUnits <= size; i += kUnits) {
+        if (const quint64 different = Load4(left + i) ^ Load4(right + i))
+            return i + int(qCountTrailingZeroBits(different)) / kUnitBits;
+    }
+    if (size >= kUnits) { // the last four, some of them once more
+        i = size - kUnits;
+        const quint64 different = Load4(left + i) ^ Load4(right + i);
+        return different ? i + int(qCountTrailingZeroBits(different)) / kUnitBits : size;
+    }
+    while (i < size && left[i] == right[i])
+        ++i;
+    return i;
+}
+
+// Of texts whose first `i` units are the same. A function of its own, for it is seldom needed.
+[[gnu::noinline]] int CompareFrom(int i, const QString& left, const QString& right)
+{
+    const int common = std::min(left.size(), right.size());
+    for (; i < common; ++i) {
+        const int leftUnit = left.at(i).unicode();
+        const int rightUnit = right.at(i).unicode();
+        // Some letters beyond ASCII fold into it, and pairs of units fold together: the framework knows them all.
+        if (!IsAscii(leftUnit | rightUnit))
+            return left.compare(right, Qt::CaseInsensitive);
+        if (const int difference = Folded(leftUnit) - Folded(rightUnit))
+            return difference;
+    }
+    return left.size() - right.size();
+}
+
 } // namespace
 
 int IniString::Compare(const QString& left, const QString& right)
@@ -34,26 +70,11 @@ int IniString::Compare(const QString& left, const QString& right)
     const auto* const leftUnits = reinterpret_cast<const ushort*>(left.constData());
     const auto* const rightUnits = reinterpret_cast<const ushort*>(right.constData());
     const int common = std::min(left.size(), right.size());
-    for (int i = 0; i < common; ++i) {
-        // Four units at once and without a branch for each: names begin alike.
-        for (quint64 different = 0; i + kUnits <= common; i += kUnits) {
-            different = Load4(leftUnits + i) ^ Load4(rightUnits + i);
-            if (different != 0) {
-                i += int(qCountTrailingZeroBits(different)) / 16;
-                break;
-            }
-        }
-        if (i == common)
-            break;
-        const int leftUnit = leftUnits[i];
-        const int rightUnit = rightUnits[i];
-        if (leftUnit == rightUnit)
-            continue; // of the last ones
-        // Some letters beyond ASCII fold into it, and pairs of units fold together: the framework knows them all.
-        if (!IsAscii(leftUnit | rightUnit))
-            return left.compare(right, Qt::CaseInsensitive);
-        if (const int difference = Folded(leftUnit) - Folded(rightUnit))
-            return difference;
-    }
-    return left.size() - right.size();
+    const int i = FirstDifference(leftUnits, rightUnits, common);
+    if (i == common)
+        return left.size() - right.size();
+    const int leftUnit = leftUnits[i];
+    const int rightUnit = rightUnits[i];
+    const int difference = IsAscii(leftUnit | rightUnit) ? Folded(leftUnit) - Folded(rightUnit) : 0;
+    return difference ? difference : CompareFrom(i, left, right);
 }

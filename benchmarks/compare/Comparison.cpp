@@ -28,8 +28,10 @@ Comparison::Figures Comparison::Measure(int ways, int rounds, const std::functio
 {
     QVector<QVector<double>> samples(ways);
     for (int round = 0; round < rounds; ++round) {
-        for (int way = 0; way < ways; ++way)
+        for (int i = 0; i < ways; ++i) {
+            const int way = (round + i) % ways;
             samples[way] += measure(way);
+        }
     }
     Figures figures;
     for (QVector<double>& times : samples) {

@@ -19,7 +19,8 @@ struct Figure
 
 using Figures = QVector<Figure>; // one for each way
 
-/// Measures `ways` in turn, round by round, so that a disturbance hits them all. `measure` gets the way's number.
+/// Measures `ways` in turn, another one first in every round, so that a disturbance hits them all. `measure` gets the
+/// way's number.
 Figures Measure(int ways, int rounds, const std::function<double(int)>& measure);
 
 struct Aim

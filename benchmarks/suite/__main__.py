@@ -21,7 +21,7 @@ import scenarios
 import start
 
 PARTS = [*scenarios.LOG_PARTS, "instructions", "settings", "trace", "start", "size"]
-ROUNDS = {"logs": (6, 2), "settings": (5, 2), "trace": (25, 9), "start": (11, 5)}
+ROUNDS = {"logs": (6, 2), "settings": (9, 2), "trace": (25, 9), "start": (11, 5)}
 
 
 def read_arguments():
