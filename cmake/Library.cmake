@@ -93,8 +93,8 @@ else()
   # Calls within the library stay there, as with the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions)
-  # The way of a line to its buffer. Who logs now and then finds little of it in the processor's caches, so what counts
-  # is how many places in memory it takes: none of tables to jump through, nor copies of loops.
+  # The way of a line to its buffer. Who logs now and then finds little of it in the processor's caches, so it is to touch
+  # few places in memory: calls without the linker's jump tables, thread-locals at fixed places, no unrolled loops.
   set_source_files_properties(
     logging/BatchPool.cpp
     logging/BatchQueue.cpp
