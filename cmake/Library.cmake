@@ -105,7 +105,6 @@ else()
     PROPERTIES COMPILE_OPTIONS "-fno-plt;-ftls-model=initial-exec;$<$<NOT:$<CONFIG:Debug>>:-O2>")
 endif()
 
-
 target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
 target_compile_definitions(NeroltOrvaneBase PRIVATE QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
 target_include_directories(NeroltOrvaneBase PUBLIC

@@ -10,8 +10,9 @@ class QAbstractEventDispatcher;
 
 /// Batches on their way to the logging thread, in the order in which they were put.
 ///
-/// A queued signal does the same, but makes an event of each batch, in several pieces of memory. Where the processor
-/// has done something else since the last batch, that costs the caller twice of what this does.
+/// A queued signal does the same, but makes an event of each batch, in several pieces of memory: three times the
+/// instructions for the caller, who finds few of them in the caches when the processor has done something else
+/// meanwhile.
 class BatchQueue
 {
 public:

@@ -53,6 +53,8 @@ int FirstDifference(const ushort* left, const ushort* right, int size)
     for (; i < common; ++i) {
         const int leftUnit = left.at(i).unicode();
         const int rightUnit = right.at(i).unicode();
+        if (leftUnit == rightUnit)
+            continue;
         // Some letters beyond ASCII fold into it, and pairs of units fold together: the framework knows them all.
         if (!IsAscii(leftUnit | rightUnit))
             return left.compare(right, Qt::CaseInsensitive);

@@ -63,8 +63,9 @@ NOTES = {
         without a pause.""",
     "instructions": """Counted by callgrind in the optimised build; what the system's calls take within the kernel is
         not in it. Places count for a caller who logs now and then: each that the processor's caches have lost meanwhile
-        has to be waited for. They are those that at least nine of ten lines come by. The test `instructions` of the
-        preset `release` fails above the limits, which are a third above what was counted when they were set.""",
+        has to be waited for. They are those with an instruction that runs at least nine times for ten lines. The test
+        `instructions` of the preset `release` fails above the limits, which are a third above what was counted when
+        they were set.""",
     "settings": "One INI file of 50,000 keys in 500 sections.",
     "trace": """The same trace again and again, from one place: what was looked up for a frame is kept. The first trace
         from a place takes longer.""",
