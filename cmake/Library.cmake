@@ -41,9 +41,11 @@ add_library(NeroltOrvaneBase SHARED
   logging/Logger.cpp
   logging/LoggerAgent.cpp
   logging/LoggerWorker.cpp
+  logging/LoggingThread.cpp
   logging/Rotation.cpp
   logging/StackFrame.cpp
   logging/StackTrace.cpp
+  logging/WriteSignals.cpp
   logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
   settings/IniFile.cpp
@@ -92,7 +94,8 @@ else()
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS})
   # Calls within the library stay there, as with the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
-  target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions)
+  # Its thread and its handlers of a copied process would outlive the code when a module that brought it is unloaded.
+  target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,nodelete)
   # The way of a line to its buffer. Who logs now and then finds little of it in the processor's caches, so it is to touch
   # few places in memory: calls without the linker's jump tables, thread-locals at fixed places, no unrolled loops.
   set_source_files_properties(
@@ -102,6 +105,7 @@ else()
     logging/LogLine.cpp
     logging/Logger.cpp
     logging/LoggerAgent.cpp
+    logging/LoggingThread.cpp
     PROPERTIES COMPILE_OPTIONS "-fno-plt;-ftls-model=initial-exec;$<$<NOT:$<CONFIG:Debug>>:-O2>")
 endif()
 

@@ -7,29 +7,53 @@
 namespace {
 
 constexpr std::size_t kExpected = 64;
+constexpr qint64 kOverhead = 64; // so that empty ones count, too
 
 } // namespace
 
-BatchQueue::BatchQueue(QAbstractEventDispatcher& reader)
-    : iReader(&reader)
+BatchQueue::BatchQueue(QAbstractEventDispatcher& reader, qint64 capacity)
+    : iCapacity(capacity)
+    , iReader(&reader)
 {
     iPut.reserve(kExpected);
     iTaken.reserve(kExpected);
 }
 
-[[gnu::hot]] void BatchQueue::Put(const QByteArray& batch)
+[[gnu::hot]] void BatchQueue::Put(const QByteArray& batch) noexcept
 {
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iReader)
         return;
-    iPut.push_back(batch);
+    if (!Append(batch))
+        iDropped += batch.count('\n');
     iReader->wakeUp();
 }
 
-void BatchQueue::TakeAll()
+bool BatchQueue::Append(const QByteArray& batch) noexcept
+{
+    const qint64 size = batch.size() + kOverhead;
+    if (iDropped > 0 || iWaiting + size > iCapacity)
+        return false;
+    try {
+        iPut.push_back(batch);
+    } catch (...) {
+        return false; // no memory for it
+    }
+    iWaiting += size;
+    return true;
+}
+
+qint64 BatchQueue::TakeAll()
 {
     const std::lock_guard<QMutex> lock(iMutex);
     iPut.swap(iTaken);
+    return std::exchange(iDropped, 0);
+}
+
+void BatchQueue::Written(int size)
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    iWaiting -= size + kOverhead;
 }
 
 void BatchQueue::Close()

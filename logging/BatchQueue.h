@@ -16,30 +16,41 @@ class QAbstractEventDispatcher;
 class BatchQueue
 {
 public:
-    /// For the thread with these events, which must live until Close.
-    explicit BatchQueue(QAbstractEventDispatcher& reader);
+    /// For the thread with these events, which must live until Close. `capacity` is how many bytes may wait.
+    BatchQueue(QAbstractEventDispatcher& reader, qint64 capacity);
     Q_DISABLE_COPY(BatchQueue)
 
-    /// Adds a batch and wakes the reader; after Close the batch is dropped. Any thread may call.
-    void Put(const QByteArray& batch);
+    /// Adds a batch and wakes the reader. What does not fit, and what comes then until the reader has taken the rest,
+    /// is dropped and counted; after Close everything is dropped. Any thread may call.
+    void Put(const QByteArray& batch) noexcept;
 
-    /// Calls `write` with each batch that there is, and lets go of it. Only on the reader's thread.
+    /// Calls `write` with each batch that there is, and lets go of it. `write` does not throw. Returns how many lines
+    /// were dropped behind these batches. Only on the reader's thread.
     template <typename Write>
-    void Deliver(const Write& write)
+    qint64 Deliver(const Write& write)
     {
-        TakeAll();
-        for (QByteArray& batch : iTaken)
+        const qint64 dropped = TakeAll();
+        for (QByteArray& batch : iTaken) {
+            const int size = batch.size();
             write(std::exchange(batch, QByteArray()));
+            Written(size);
+        }
         iTaken.clear();
+        return dropped;
     }
 
     /// The reader has come to its end. Any thread may call.
     void Close();
 
 private:
-    void TakeAll();
+    bool Append(const QByteArray& batch) noexcept;
+    qint64 TakeAll();
+    void Written(int size);
 
+    const qint64 iCapacity;
     QMutex iMutex;
+    qint64 iWaiting = 0; ///< bytes, with those taken and not yet written
+    qint64 iDropped = 0; ///< lines
     QAbstractEventDispatcher* iReader; ///< null when closed
     std::vector<QByteArray> iPut;
     std::vector<QByteArray> iTaken; ///< the reader's, whose memory the callers use next

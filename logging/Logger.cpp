@@ -1,4 +1,5 @@
 #include "FairLock.h"
+#include "Swallow.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/Logger.h>
@@ -10,7 +11,6 @@
 
 #include <chrono>
 #include <mutex>
-#include <pthread.h>
 
 namespace {
 
@@ -26,6 +26,21 @@ constexpr unsigned int kWarningCode = 30;
 // Threads that are inside the agent without the Logger's mutex. The agent is not deleted under their feet.
 std::atomic<int> gUnlockedCallers{0};
 std::atomic<bool> gCleanedUp{false};
+// Whether there has ever been a file. Changes with the Logger's mutex held.
+std::atomic<bool> gStarted{false};
+
+// Whether this thread holds the log's locks to make a copy of the process.
+thread_local bool tHoldsLocks = false;
+// How often this thread holds the Logger's mutex in calls that may reach the error reporter.
+thread_local int tReporting = 0;
+
+class Reporting
+{
+public:
+    Reporting() { ++tReporting; }
+    ~Reporting() { --tReporting; }
+    Q_DISABLE_COPY(Reporting)
+};
 
 class UnlockedCaller
 {
@@ -63,6 +78,12 @@ void LogUnfiltered(LoggerAgent& agent, LoggerDefs::LogValues level, unsigned int
     agent.Log(level, LoggerDefs::NoExtraInfo, code, func, msg);
 }
 
+QMutex& CreationMutex()
+{
+    static QMutex mutex;
+    return mutex;
+}
+
 } // namespace
 
 std::atomic<Logger*> Logger::iInstance{nullptr};
@@ -80,10 +101,10 @@ Logger::~Logger()
     if (!iAgent.load())
         return;
     try {
-        const std::lock_guard<QMutex> registry(RegisteredThread::iMutex);
+        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
         const std::lock_guard<QMutex> lock(iMutex);
         if (iAgent.load())
-            EndAgent("~Logger", QStringLiteral("stopping logging"));
+            EndAgent("~Logger", "stopping logging", QString());
     } catch (...) {
         // Nobody is left to hear of it.
     }
@@ -99,8 +120,7 @@ void Logger::operator delete(void*) { }
 
 Logger* Logger::CreateInstance()
 {
-    static QMutex mutex;
-    const std::lock_guard<QMutex> lock(mutex);
+    const std::lock_guard<QMutex> lock(CreationMutex());
     Logger* instance = iInstance.load(std::memory_order_relaxed);
     if (!instance) {
         instance = new Logger;
@@ -117,10 +137,12 @@ void Logger::Cleanup()
 }
 
 // Says farewell and takes the agent out. The registry of threads and this object are locked.
-void Logger::EndAgent(const char* func, const QString& farewell)
+void Logger::EndAgent(const char* func, const char* farewell, const QString& path)
 {
     LoggerAgent* const agent = iAgent.load();
-    LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func, farewell);
+    Swallow([&] {
+        LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func, QLatin1String(farewell) + path);
+    });
     iAgent = nullptr;
     iActiveLevel = 0;
     agent->StopLogging();
@@ -134,21 +156,18 @@ void Logger::StopLogging()
     Logger* const logger = GetInstance();
     if (!logger->iAgent.load())
         return;
-    try {
-        const std::lock_guard<QMutex> registry(RegisteredThread::iMutex);
+    Swallow([logger] {
+        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
         const std::lock_guard<QMutex> lock(logger->iMutex);
         if (const LoggerAgent* const agent = logger->iAgent.load())
-            logger->EndAgent("Logger::StopLogging",
-                             QLatin1String("stopping logging file path is ") + agent->FileName());
-    } catch (...) {
-        // Out of memory: the log may be incomplete, the host goes on.
-    }
+            logger->EndAgent("Logger::StopLogging", "stopping logging file path is ", agent->FileName());
+    });
 }
 
 void Logger::SetLoggerFileName(const QString& path, bool force)
 {
     Logger* const logger = GetInstance();
-    try {
+    Swallow([&] {
         if (force && logger->LoggingEnabled(LoggerDefs::Information)) {
             const UnlockedCaller caller;
             LoggerAgent* const agent = logger->iAgent.load();
@@ -163,20 +182,55 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
         }
         if (!logger->iAgent.load())
             return;
-        const std::lock_guard<QMutex> registry(RegisteredThread::iMutex);
+        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
         const std::lock_guard<QMutex> lock(logger->iMutex);
         LoggerAgent* const agent = logger->iAgent.load();
         if (agent && (force || agent->FileName().isEmpty())) {
-            // A copy of the process has no logging thread, but locks of threads that it has not: there the log is over.
-            static const int once = ::pthread_atfork(nullptr, nullptr, [] {
-                iInstance.load()->iAgent = nullptr;
-                iActiveLevel = 0;
-            });
-            Q_UNUSED(once)
+            gStarted = true;
             agent->SetLoggerFileName(path);
         }
-    } catch (...) {
-        // Out of memory: the log keeps the file it has.
+    });
+}
+
+// Until the log starts a copy of the process (fork) gets a log like any other. The threads that it has not would never
+// give back the locks they hold, so for the moment of the copy they are held by the one that it has.
+void Logger::BeforeCopy()
+{
+    CreationMutex().lock();
+    tHoldsLocks = false;
+    Logger* const logger = iInstance.load();
+    LoggerAgent* const agent = logger && !gStarted ? logger->iAgent.load() : nullptr;
+    if (!agent)
+        return;
+    std::unique_lock<QMutex> lock = FairLock::Within(logger->iMutex, kLockTimeout);
+    if (!lock || gStarted || logger->iAgent.load() != agent)
+        return;
+    std::unique_lock<QMutex> agentLock = FairLock::Within(agent->iMutex, kLockTimeout);
+    if (!agentLock)
+        return;
+    agentLock.release();
+    lock.release();
+    tHoldsLocks = true;
+}
+
+void Logger::AfterCopy()
+{
+    if (tHoldsLocks) {
+        Logger* const logger = iInstance.load();
+        logger->iAgent.load()->iMutex.unlock();
+        logger->iMutex.unlock();
+    }
+    CreationMutex().unlock();
+}
+
+// A copy made later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock.
+void Logger::BeginInCopy()
+{
+    gUnlockedCallers = 0;
+    Logger* const logger = iInstance.load();
+    if (logger && !tHoldsLocks) {
+        logger->iAgent = nullptr;
+        iActiveLevel = 0;
     }
 }
 
@@ -188,58 +242,77 @@ const QString& Logger::GetLoggerFileName()
 }
 
 template <typename Call>
-void Logger::WithAgentWaiting(const Call& call) noexcept
+void Logger::WithAgentWaiting(const Call& call)
 {
     if (!iAgent.load(std::memory_order_relaxed))
         return;
-    try {
+    Swallow([&] {
         const std::lock_guard<QMutex> lock(iMutex);
         if (LoggerAgent* const agent = iAgent.load(std::memory_order_relaxed))
             call(*agent);
-    } catch (...) {
-        // Logging never fails its caller: neither for want of memory nor for what a reporter throws.
-    }
+    });
+}
+
+// For what may call the error reporter, last of all. It may do with threads and with the log what needs the list of
+// threads, whose lock comes before the Logger's.
+template <typename Call>
+void Logger::WithAgentReporting(const Call& call)
+{
+    WithAgentWaiting([&](LoggerAgent& agent) {
+        const Reporting reporting;
+        call(agent);
+    });
+}
+
+// The error reporter wants the list of threads, and somebody has it who may wait for the Logger.
+int Logger::UnlockForList()
+{
+    for (int i = 0; i < tReporting; ++i)
+        iInstance.load()->iMutex.unlock();
+    return tReporting;
+}
+
+void Logger::LockAgain(int times)
+{
+    for (int i = 0; i < times; ++i)
+        iInstance.load()->iMutex.lock();
 }
 
 template <typename Call>
-void Logger::WithAgentOrDrop(const Call& call) noexcept
+void Logger::WithAgentOrDrop(const Call& call)
 {
-    try {
+    Swallow([&] {
         const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
         LoggerAgent* const agent = lock ? iAgent.load(std::memory_order_relaxed) : nullptr;
         if (agent)
             call(*agent);
-    } catch (...) {
-        // As above.
-    }
+    });
 }
 
-[[gnu::hot]] void Logger::Information(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Information(const char* func, const QString& msg)
 {
     if (!(GetLevel() & LoggerDefs::Information))
         return;
-    try {
+    Swallow([&] {
         const UnlockedCaller caller;
         if (LoggerAgent* const agent = iAgent.load())
             LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func, msg);
-    } catch (...) {
-        // As above.
-    }
+    });
 }
 
-[[gnu::hot]] void Logger::Debug(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Debug(const char* func, const QString& msg)
 {
     if (GetLevel() & LoggerDefs::Debug)
         WithAgentOrDrop([&](LoggerAgent& agent) { LogUnfiltered(agent, LoggerDefs::Debug, kDebugCode, func, msg); });
 }
 
-[[gnu::hot]] void Logger::Trace(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Trace(const char* func, const QString& msg)
 {
     if (GetLevel() & LoggerDefs::Trace)
         WithAgentOrDrop([&](LoggerAgent& agent) { LogUnfiltered(agent, LoggerDefs::Trace, kTraceCode, func, msg); });
 }
 
-[[gnu::hot]] void Logger::Warning(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::Warning(const char* func, const QString& msg)
 {
     if (GetLevel() & LoggerDefs::Warning)
         WithAgentWaiting(
@@ -247,82 +320,82 @@ void Logger::WithAgentOrDrop(const Call& call) noexcept
 }
 
 void Logger::Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg, int a,
-                   int b) noexcept
+                   int b)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, func, msg, a, b); });
+    WithAgentReporting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, func, msg, a, b); });
 }
 
 void Logger::Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-                   const QString& text) noexcept
+                   const QString& text)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, func, msg, text); });
+    WithAgentReporting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, func, msg, text); });
 }
 
 void Logger::Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, unsigned int x, unsigned int y,
-                   const char* func, const QString& msg) noexcept
+                   const char* func, const QString& msg)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, x, y, func, msg); });
+    WithAgentReporting([&](LoggerAgent& agent) { agent.Log(LoggerDefs::Error, kind, code, x, y, func, msg); });
 }
 
-void Logger::Exception(unsigned int code, const char* func, const QString& msg, int a) noexcept
+void Logger::Exception(unsigned int code, const char* func, const QString& msg, int a)
 {
-    WithAgentWaiting(
+    WithAgentReporting(
         [&](LoggerAgent& agent) { agent.Log(LoggerDefs::Exception, LoggerDefs::NoExtraInfo, code, func, msg, a); });
 }
 
-void Logger::UnknownException(unsigned int code, const char* func) noexcept
+void Logger::UnknownException(unsigned int code, const char* func)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) {
+    WithAgentReporting([&](LoggerAgent& agent) {
         LogUnfiltered(agent, LoggerDefs::Exception, code, func, QStringLiteral("Unknown exception has been caught."));
     });
 }
 
-[[gnu::hot]] void Logger::LogInformation(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogInformation(const char* func, const QString& msg)
 {
-    GetInstance()->Information(func, msg);
+    Swallow([&] { GetInstance()->Information(func, msg); });
 }
 
-[[gnu::hot]] void Logger::LogDebug(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogDebug(const char* func, const QString& msg)
 {
-    GetInstance()->Debug(func, msg);
+    Swallow([&] { GetInstance()->Debug(func, msg); });
 }
 
-[[gnu::hot]] void Logger::LogTrace(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogTrace(const char* func, const QString& msg)
 {
-    GetInstance()->Trace(func, msg);
+    Swallow([&] { GetInstance()->Trace(func, msg); });
 }
 
-[[gnu::hot]] void Logger::LogWarning(const char* func, const QString& msg) noexcept
+[[gnu::hot]] void Logger::LogWarning(const char* func, const QString& msg)
 {
-    GetInstance()->Warning(func, msg);
-}
-
-void Logger::LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-                      int a, int b) noexcept
-{
-    GetInstance()->Error(code, kind, func, msg, a, b);
+    Swallow([&] { GetInstance()->Warning(func, msg); });
 }
 
 void Logger::LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-                      const QString& text) noexcept
+                      int a, int b)
 {
-    GetInstance()->Error(code, kind, func, msg, text);
+    Swallow([&] { GetInstance()->Error(code, kind, func, msg, a, b); });
+}
+
+void Logger::LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
+                      const QString& text)
+{
+    Swallow([&] { GetInstance()->Error(code, kind, func, msg, text); });
 }
 
 void Logger::LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, unsigned int x, unsigned int y,
-                      const char* func, const QString& msg) noexcept
+                      const char* func, const QString& msg)
 {
-    GetInstance()->Error(code, kind, x, y, func, msg);
+    Swallow([&] { GetInstance()->Error(code, kind, x, y, func, msg); });
 }
 
-void Logger::LogException(unsigned int code, const char* func, const QString& msg, int a) noexcept
+void Logger::LogException(unsigned int code, const char* func, const QString& msg, int a)
 {
-    GetInstance()->Exception(code, func, msg, a);
+    Swallow([&] { GetInstance()->Exception(code, func, msg, a); });
 }
 
-void Logger::LogUnknownException(unsigned int code, const char* func) noexcept
+void Logger::LogUnknownException(unsigned int code, const char* func)
 {
-    GetInstance()->UnknownException(code, func);
+    Swallow([&] { GetInstance()->UnknownException(code, func); });
 }
 
 void Logger::SetErrorReporter(IErrorReporter* reporter)

@@ -1,19 +1,20 @@
 #include "BatchPool.h"
-#include "BatchQueue.h"
 #include "FairLock.h"
 #include "LogLine.h"
+#include "LoggingThread.h"
+#include "Swallow.h"
+#include "WriteSignals.h"
 #include "WriterDispatcher.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/LoggerWorker.h>
-#include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
 
 #include <chrono>
-#include <memory>
 #include <mutex>
 #include <sys/time.h>
 
@@ -63,6 +64,18 @@ qint64 MSecsSinceEpoch()
     timeval now;
     ::gettimeofday(&now, nullptr);
     return qint64(now.tv_sec) * 1000 + now.tv_usec / 1000;
+}
+
+// The system would not start it. One that was ended by others has run.
+bool NeverRan(const QThread& thread)
+{
+    return !thread.isRunning() && !thread.isFinished();
+}
+
+// The host may change its current folder.
+QString AbsolutePath(const QString& path)
+{
+    return path.isEmpty() ? path : QFileInfo(path).absoluteFilePath();
 }
 
 } // namespace
@@ -170,7 +183,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 void LoggerAgent::DebugLine(const char* func, const char* msg)
 {
     if (LoggingEnabled(LoggerDefs::Debug))
-        DoLog(kOwnLinesCode, func, "Debug", QLatin1String(msg));
+        Swallow([&] { DoLog(kOwnLinesCode, func, "Debug", QLatin1String(msg)); });
 }
 
 void LoggerAgent::SetLevel(int level)
@@ -228,7 +241,12 @@ void LoggerAgent::SetLoggerFileName(const QString& path)
     DebugLine("LoggerAgent::SetLoggerFileName", "Enter");
     StopLogging();
     iFileName = path;
-    StartThread();
+    try {
+        StartThread();
+    } catch (...) {
+        iFileName.clear();
+        throw;
+    }
 }
 
 const QString& LoggerAgent::FileName() const
@@ -247,38 +265,68 @@ void LoggerAgent::StartThread()
     const std::lock_guard<QMutex> lock(iMutex);
     if (iThread)
         return;
+    try {
+        MakeThread();
+        ConnectWorker();
+        DebugLine("LoggerAgent::StartThread", "starting timer");
+        AdjustTimer();
+    } catch (...) {
+        DropThread();
+        throw;
+    }
+    Launch();
+}
+
+void LoggerAgent::Launch()
+{
+    try {
+        iThread->start(QThread::InheritPriority);
+    } catch (...) {
+        // The framework takes it for running now, so that it can neither be destroyed nor waited for.
+        disconnect(this, nullptr, iWorker, nullptr);
+        iThread->setParent(nullptr);
+        iThread = nullptr;
+        iWorker = nullptr;
+        throw;
+    }
+}
+
+void LoggerAgent::MakeThread()
+{
+    iWorker = new LoggerWorker(AbsolutePath(iFileName));
     // A child must live where its parent does.
     const bool atHome = QThread::currentThread() == thread();
-    iThread = new RegisteredThread(atHome ? this : nullptr, QStringLiteral("logging thread"));
+    iThread = new LoggingThread(atHome ? this : nullptr, *iWorker);
     if (!atHome)
         iThread->moveToThread(thread());
-    iThread->setEventDispatcher(new WriterDispatcher); // the thread's from now on
-    iWorker = new LoggerWorker(iFileName);
     iWorker->moveToThread(iThread);
-    ConnectWorker();
-    DebugLine("LoggerAgent::StartThread", "starting timer");
-    AdjustTimer();
-    iThread->start(QThread::InheritPriority);
 }
 
 // Batches take the way of a queued connection of logMessage with onLogMessage, but through a queue of their own.
 void LoggerAgent::ConnectWorker()
 {
-    QAbstractEventDispatcher* const events = iThread->eventDispatcher();
-    const auto queue = std::make_shared<BatchQueue>(*events);
-    const auto put = [queue](const QByteArray& batch) { queue->Put(batch); };
-    const auto deliver = [queue, worker = iWorker] {
-        queue->Deliver([worker](const QByteArray& batch) { worker->onLogMessage(batch); });
-    };
-    connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
-    connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
-    connect(iThread, &QThread::finished, iWorker, [queue] { queue->Close(); });
-    connect(this, &LoggerAgent::logMessage, iWorker, put, Qt::DirectConnection);
-    connect(events, &QAbstractEventDispatcher::awake, iWorker, deliver);
+    auto* const thread = static_cast<LoggingThread*>(iThread);
+    const auto deliver = [thread] { thread->Deliver(); };
+    connect(thread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
+    connect(thread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
+    connect(thread, &QThread::finished, iWorker, [thread] { thread->End(); });
+    connect(
+        this, &LoggerAgent::logMessage, iWorker, [thread](const QByteArray& batch) { thread->Put(batch); },
+        Qt::DirectConnection);
+    connect(thread->eventDispatcher(), &QAbstractEventDispatcher::awake, iWorker, deliver);
     // What was put before the stop comes before it.
     connect(this, &LoggerAgent::stopWorker, iWorker, deliver, Qt::BlockingQueuedConnection);
     connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
             Qt::BlockingQueuedConnection);
+}
+
+// For a thread that never ran, so that nobody else knows of it or of its worker.
+void LoggerAgent::DropThread()
+{
+    delete iThread;
+    iThread = nullptr;
+    delete iWorker;
+    iWorker = nullptr;
 }
 
 void LoggerAgent::StopLogging()
@@ -286,15 +334,45 @@ void LoggerAgent::StopLogging()
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iThread)
         return;
+    if (NeverRan(*iThread)) {
+        WriteRestHere();
+        DropThread();
+    } else {
+        WriteRest();
+        EndThread();
+    }
+    DebugLine("LoggerAgent::StopLogging", "stopping timer");
+    Swallow([this] { AdjustTimer(); });
+}
+
+void LoggerAgent::WriteRest()
+{
     if (auto* const dispatcher = qobject_cast<WriterDispatcher*>(iThread->eventDispatcher()))
         dispatcher->Hurry();
-    Q_EMIT stopWorker(iBuffer);
+    bool stopped = false;
+    Swallow([&] {
+        Q_EMIT stopWorker(iBuffer);
+        stopped = true;
+    });
+    // Without memory for that it still takes what was put when it ends.
+    if (!stopped)
+        static_cast<LoggingThread*>(iThread)->Put(iBuffer);
     LoggerWorker* const worker = iWorker;
     iWorker = nullptr;
     disconnect(this, nullptr, worker, nullptr);
-    EndThread();
-    DebugLine("LoggerAgent::StopLogging", "stopping timer");
-    AdjustTimer();
+}
+
+// The system would not start the thread.
+void LoggerAgent::WriteRestHere()
+{
+    const WriteSignals::Blocker blocker;
+    disconnect(this, nullptr, iWorker, nullptr);
+    Swallow([this] {
+        iWorker->onStartWorker();
+        static_cast<LoggingThread*>(iThread)->Deliver();
+        iWorker->onStopWorker(iBuffer);
+        Q_EMIT stopWorker(iBuffer);
+    });
 }
 
 void LoggerAgent::EndThread()
@@ -304,15 +382,17 @@ void LoggerAgent::EndThread()
     thread->quit();
     if (thread->wait(kThreadEndMs)) {
         thread->disconnect();
-        thread->deleteLater();
+        Swallow([thread] { thread->deleteLater(); });
         return;
     }
     // QThread ends the process when it is destroyed while it runs, so this one goes when it has finished.
-    if (thread->parent())
-        thread->setParent(nullptr);
-    connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
-    if (thread->isFinished())
-        thread->deleteLater();
+    Swallow([thread] {
+        if (thread->parent())
+            thread->setParent(nullptr);
+        connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
+        if (thread->isFinished())
+            thread->deleteLater();
+    });
 }
 
 // The timer runs exactly while a logging thread does. Only the agent's own thread can start and stop it.
@@ -322,7 +402,7 @@ void LoggerAgent::AdjustTimer()
         AdjustTimerHere();
     else
         QMetaObject::invokeMethod(
-            this, [this] { AdjustTimerHere(); }, Qt::QueuedConnection);
+            this, [this] { Swallow([this] { AdjustTimerHere(); }); }, Qt::QueuedConnection);
 }
 
 void LoggerAgent::AdjustTimerHere()
@@ -339,10 +419,14 @@ void LoggerAgent::AdjustTimerHere()
 void LoggerAgent::timerEvent(QTimerEvent*)
 {
     const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
-    if (!lock || !iThread || iBuffer.isEmpty())
+    if (!lock || !iThread)
         return;
-    if (SecsSinceEpoch(QDateTime::currentDateTime()) - iLastLineSecs >= kIdleSecs)
-        SendBufferToThread();
+    if (NeverRan(*iThread))
+        Swallow([this] { Launch(); }); // what the system refused before it may grant now
+    const qint64 quietSecs = MSecsSinceEpoch() / 1000 - iLastLineSecs;
+    const bool isDue = quietSecs >= kIdleSecs || quietSecs < 0; // the clock was set back
+    if (isDue && !iBuffer.isEmpty())
+        Swallow([this] { SendBufferToThread(); });
 }
 
 qint64 LoggerAgent::SecsSinceEpoch(const QDateTime& time)

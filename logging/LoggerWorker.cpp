@@ -1,13 +1,12 @@
 #include "BatchPool.h"
 #include "LogFile.h"
 #include "Rotation.h"
-#include "WriterThread.h"
+#include "Swallow.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/LoggerWorker.h>
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 
-#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 
@@ -20,16 +19,12 @@ LoggerWorker::LoggerWorker(const QString& fileName)
 
 LoggerWorker::~LoggerWorker()
 {
-    RegisteredTimer::Cleanup(this, false);
+    Swallow([this] { RegisteredTimer::Cleanup(this, false); }); // children go all the same
 }
 
 void LoggerWorker::onStartWorker()
 {
-    if (iRunning)
-        return;
     iRunning = true;
-    WriterThread::StandBack();
-    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this, &BatchPool::Idle);
 }
 
 void LoggerWorker::onLogMessage(const QByteArray& batch)

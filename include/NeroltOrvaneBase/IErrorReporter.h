@@ -12,8 +12,9 @@ public:
     /// Called on the thread that logged, after the line is in the log's buffer, with the code as
     /// LoggerDefs::ExtraErrorInfoType renders it and the message as the caller gave it (not the formatted line).
     ///
-    /// The Logger's mutex is held meanwhile: the implementation may log on the same thread, but other threads' warnings
-    /// and errors wait until it returns. It must not create, destroy or wait for threads. An exception is swallowed.
+    /// The Logger's mutex is held meanwhile: other threads' warnings and errors wait until it returns. The
+    /// implementation may log, make, list and destroy threads, change the log's file and stop it, all on the same
+    /// thread. It must not wait for another thread that logs. An exception is swallowed.
     virtual void ReportError(const QString& errorCode, const QString& message) = 0;
 
 protected:

@@ -15,8 +15,13 @@ class LoggerAgent;
 /// The process-wide log.
 ///
 /// A call formats one line into a buffer in memory; a thread of the log's own writes the file. Until the first
-/// SetLoggerFileName lines wait in the buffer; after StopLogging every call is ignored. No call ever throws, reports a
-/// failure or waits for the disk, except those that start, change or stop the log.
+/// SetLoggerFileName lines wait in the buffer; after StopLogging every call is ignored. No call ever throws or reports
+/// a failure. Those that start, change or stop the log wait for the disk, and meanwhile warnings, errors and exceptions
+/// of other threads wait for them; information, debug and trace messages wait for a second at most and are then
+/// dropped. No other call waits for the disk.
+///
+/// What waits for a disk that stands still is kept, up to 1 GiB or a quarter of the machine's memory, whichever is
+/// less. Lines beyond that are dropped, and a warning in their place tells how many.
 ///
 /// Test the level before you build a message, as everybody here does:
 /// @code
@@ -24,7 +29,11 @@ class LoggerAgent;
 ///     Logger::LogDebug("Cache::Load", QStringLiteral("entries %1").arg(count));
 /// @endcode
 ///
-/// Any thread may log. The static form (LogWarning) reaches the single instance, the member form (Warning) the object
+/// Any thread may log, but no signal handler: the thread that it interrupts may be within a log call and hold its
+/// locks, for which the handler would wait for ever. A thread that is terminated within a call (QThread::terminate,
+/// where the error reporter gives it occasion) is unwound through it, and the log goes on.
+///
+/// The static form (LogWarning) reaches the single instance, the member form (Warning) the object
 /// it is called on; they do the same. `func` is the name of the calling function, NUL-terminated UTF-8, null for none.
 /// Carriage returns and line feeds are removed, so that a message never makes a second line.
 class NEROLTORVANEBASE_EXPORT Logger
@@ -46,14 +55,16 @@ public:
     virtual ~Logger();
 
     /// Writes what is buffered, stops the logging thread and ends logging for the life of the process.
-    /// Blocks until everything is in the file, and then at most 10 seconds for the thread. Call it on the main thread
-    /// (any thread but the logging thread may), and before the application object ends: without it nothing reaches the
-    /// logging thread, and what is in the buffer is lost. In a copy of the process (fork) that is made while the log
-    /// runs, it is over from the start.
+    /// Blocks until everything is in the file, and then at most 10 seconds for the thread. Where the system would not
+    /// start a logging thread the calling thread writes the file itself. Call it on the main thread (any thread but the
+    /// logging thread may), and before the application object ends: without it nothing reaches the logging thread, and
+    /// what is in the buffer is lost. In a copy of the process (fork) that is made while the log runs, it is over from
+    /// the start.
     static void StopLogging();
 
-    /// Logs to the file at `path`, created when missing, in a folder that exists. Without `force` only the first name
-    /// counts; with `force` the log changes files, and the lines still in the buffer appear in both.
+    /// Logs to the file at `path`, created when missing, in a folder that exists; a relative path is taken from the
+    /// current folder of this moment. Without `force` only the first name counts; with `force` the log changes files,
+    /// and the lines still in the buffer appear in both. Without memory for it the log stands as if no name were set.
     /// The file rotates by size and age, see LoggerWorker. Blocks while the file before it is completed. Call it on the
     /// main thread (any thread but the logging thread may).
     static void SetLoggerFileName(const QString& path, bool force);
@@ -68,14 +79,14 @@ public:
     /// @{
 
     /// One line, if the mask lets its level through.
-    static void LogInformation(const char* func, const QString& msg) noexcept;
-    static void LogDebug(const char* func, const QString& msg) noexcept;
-    static void LogTrace(const char* func, const QString& msg) noexcept;
-    static void LogWarning(const char* func, const QString& msg) noexcept;
-    void Information(const char* func, const QString& msg) noexcept;
-    void Debug(const char* func, const QString& msg) noexcept;
-    void Trace(const char* func, const QString& msg) noexcept;
-    void Warning(const char* func, const QString& msg) noexcept;
+    static void LogInformation(const char* func, const QString& msg);
+    static void LogDebug(const char* func, const QString& msg);
+    static void LogTrace(const char* func, const QString& msg);
+    static void LogWarning(const char* func, const QString& msg);
+    void Information(const char* func, const QString& msg);
+    void Debug(const char* func, const QString& msg);
+    void Trace(const char* func, const QString& msg);
+    void Warning(const char* func, const QString& msg);
     /// @}
 
     /// @name Errors and exceptions
@@ -85,21 +96,21 @@ public:
 
     /// One line, if the mask lets its level through.
     static void LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-                         int a, int b) noexcept;
+                         int a, int b);
     static void LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-                         const QString& text) noexcept;
+                         const QString& text);
     static void LogError(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, unsigned int x, unsigned int y,
-                         const char* func, const QString& msg) noexcept;
-    static void LogException(unsigned int code, const char* func, const QString& msg, int a) noexcept;
-    static void LogUnknownException(unsigned int code, const char* func) noexcept;
+                         const char* func, const QString& msg);
+    static void LogException(unsigned int code, const char* func, const QString& msg, int a);
+    static void LogUnknownException(unsigned int code, const char* func);
     void Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg, int a,
-               int b) noexcept;
+               int b);
     void Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, const char* func, const QString& msg,
-               const QString& text) noexcept;
+               const QString& text);
     void Error(unsigned int code, LoggerDefs::ExtraErrorInfoType kind, unsigned int x, unsigned int y, const char* func,
-               const QString& msg) noexcept;
-    void Exception(unsigned int code, const char* func, const QString& msg, int a) noexcept;
-    void UnknownException(unsigned int code, const char* func) noexcept;
+               const QString& msg);
+    void Exception(unsigned int code, const char* func, const QString& msg, int a);
+    void UnknownException(unsigned int code, const char* func);
     /// @}
 
     /// Who hears of errors and exceptions; null for nobody. Not owned: it must live until it is replaced or the log
@@ -137,10 +148,20 @@ private:
 
     static Logger* CreateInstance();
     template <typename Call>
-    void WithAgentWaiting(const Call& call) noexcept;
+    void WithAgentWaiting(const Call& call);
     template <typename Call>
-    void WithAgentOrDrop(const Call& call) noexcept;
-    void EndAgent(const char* func, const QString& farewell);
+    void WithAgentReporting(const Call& call);
+    template <typename Call>
+    void WithAgentOrDrop(const Call& call);
+    void EndAgent(const char* func, const char* farewell, const QString& path);
+
+    // The list of threads is there before any logger: it watches for copies of the process. And its lock comes first.
+    friend class RegisteredThread;
+    static int UnlockForList();
+    static void LockAgain(int times);
+    static void BeforeCopy();
+    static void AfterCopy();
+    static void BeginInCopy();
 
     static std::atomic<Logger*> iInstance;
     // The agent's mask, 0 without an agent: the level test of every call site is this one load.

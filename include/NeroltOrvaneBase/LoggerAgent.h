@@ -74,17 +74,20 @@ public:
     /// at once. False when the mask was locked.
     bool ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg);
 
-    /// Completes the file so far, if any, and starts the logging thread on `path`. Blocks as StopLogging does.
+    /// Completes the file so far, if any, and starts the logging thread on `path`. Blocks as StopLogging does. Throws
+    /// std::bad_alloc, and has then no path and no thread.
     void SetLoggerFileName(const QString& path);
     /// The path given last, empty before.
     const QString& FileName() const;
     /// The same, safe to ask while another thread changes it.
     QString FileNameCopy() const;
 
-    /// Starts the logging thread and the timer; nothing when they run.
+    /// Starts the logging thread and the timer; nothing when they run. A thread that the system refuses is asked for
+    /// again by the timer. Throws std::bad_alloc, and then nothing runs.
     void StartThread();
     /// Blocks until the logging thread has written all it was given and the buffer too, then at most 10 seconds for
-    /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well.
+    /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well. When the system
+    /// has refused the thread, the calling one writes all that.
     void StopLogging();
     /// Hands the buffer to the logging thread, which writes it within milliseconds, and empties it.
     void SendBufferToThread();
@@ -104,11 +107,17 @@ protected:
 
 private:
     Q_DISABLE_COPY(LoggerAgent)
+    friend class Logger;
 
     QString ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     QString ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     void DebugLine(const char* func, const char* msg);
+    void MakeThread();
     void ConnectWorker();
+    void Launch();
+    void DropThread();
+    void WriteRest();
+    void WriteRestHere();
     void EndThread();
     void AdjustTimer();
     void AdjustTimerHere();

@@ -8,6 +8,7 @@
 #include <QtCore/QThread>
 
 #include <atomic>
+#include <mutex>
 
 /// A thread with a name that is listed for its whole life, and with a flag by which its work can be asked to end.
 class NEROLTORVANEBASE_EXPORT RegisteredThread : public QThread
@@ -15,7 +16,8 @@ class NEROLTORVANEBASE_EXPORT RegisteredThread : public QThread
     Q_OBJECT
 
 public:
-    /// Enters the thread in the list. Any thread may call; may wait for the list.
+    /// Enters the thread in the list; without memory for that the thread works, but is not listed. Any thread may call;
+    /// may wait for the list.
     RegisteredThread(QObject* parent, const QString& name) noexcept;
 
     /// Takes the thread off the list. It neither stops nor waits for a thread that runs: call quit() and wait() first.
@@ -27,6 +29,7 @@ public:
 
     /// Logs a warning line for each registered thread, in the order of their construction: its name, and whether it
     /// runs. For the end of the host, to see what is still alive. Any thread may call; the list is locked meanwhile.
+    /// In a copy of the process (fork) the list begins with the thread that made it, the only one that is there.
     static void LogThreads() noexcept;
 
     /// Sets this thread's flag, for good, and logs its name at debug level. Any thread may call.
@@ -39,6 +42,16 @@ private:
     // Starting and stopping the log creates and destroys a registered thread while the Logger is locked; the list is
     // locked first, everywhere.
     friend class Logger;
+    friend class LoggingThread;
+
+    // The same without an end of the process: what the framework needs memory for throws std::bad_alloc.
+    struct MayThrow
+    {
+    };
+    RegisteredThread(MayThrow, QObject* parent, const QString& name);
+
+    static void WatchCopies() noexcept;
+    static std::unique_lock<QMutex> LockList() noexcept;
 
     static QList<RegisteredThread*> iThreads;
     static QMutex iMutex;

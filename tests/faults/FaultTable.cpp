@@ -35,7 +35,7 @@ void RemoveLog()
 
 void LimitFiles(rlim_t bytes)
 {
-    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_DFL);
     struct rlimit limit = {};
     ::getrlimit(RLIMIT_FSIZE, &limit);
     limit.rlim_cur = std::min(bytes, limit.rlim_max);

@@ -251,6 +251,44 @@ const Scenario forksBeforeTheStart("forksBeforeTheStart", [](const QStringList&)
     return ExitCodeOf(child) == 7 ? 0 : 1;
 });
 
+// Others log, list their threads and make new ones while the copies are made, and are not there to give back a lock.
+const Scenario forksBeforeTheStartUnderLoad("forksBeforeTheStartUnderLoad", [](const QStringList& arguments) {
+    const bool logs = arguments.contains(QStringLiteral("log"));
+    Lines::Body(0, 0); // its own statics are not the matter
+    if (logs)
+        Logger::GetInstance()->SetLevel(kAlwaysOn);
+    std::atomic<bool> end{false};
+    std::vector<std::thread> others;
+    for (int thread = 1; thread <= 3; ++thread) {
+        others.emplace_back([thread, logs, &end] {
+            for (int number = 0; !end; ++number) {
+                if (logs)
+                    Lines::Say(thread, number);
+                const RegisteredThread made(nullptr, QStringLiteral("of another"));
+                RegisteredThread::LogThreads();
+            }
+        });
+    }
+    int ended = 0;
+    for (int i = 0; i < 50; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            RegisteredThread::LogThreads();
+            Start();
+            const RegisteredThread own(nullptr, QStringLiteral("of the copy"));
+            RegisteredThread::LogThreads();
+            SayTen(0);
+            Logger::StopLogging();
+            ::_exit(7);
+        }
+        ended += ExitCodeOf(child) == 7;
+    }
+    end = true;
+    for (std::thread& other : others)
+        other.join();
+    return ended == 50 ? 0 : 1;
+});
+
 const Scenario forksAfterTheStop("forksAfterTheStop", [](const QStringList&) {
     Start();
     SayTen(0);
@@ -382,6 +420,23 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
         QCOMPARE(Numbers(Text(result)), Expected(0, 20));
         QCOMPARE(Numbers(Text(result, QStringLiteral("child.log"))), Expected(0, 10) + Expected(100, 110));
+    }
+
+    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads_data()
+    {
+        QTest::addColumn<QString>("what");
+        QTest::newRow("others log") << "log";
+        QTest::newRow("nobody has logged") << QString();
+    }
+    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads()
+    {
+        QFETCH(QString, what);
+        const auto result = TestSupport::RunScenario("forksBeforeTheStartUnderLoad", {what});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QByteArray text = Text(result);
+        QCOMPARE(text.count("|RegisteredThread::LogThreads|Thread: of the copy, running: 0\n"), 50);
+        const QList<int> once = Expected(0, 10);
+        QVERIFY(Numbers(text).size() >= 50 * once.size());
     }
 
     void aCopyMadeAfterTheStopIsSilent()

@@ -15,6 +15,15 @@
 
 namespace {
 
+constexpr qint64 kPlenty = 1 << 30;
+constexpr qint64 kBatch = 1000;
+constexpr qint64 kThree = 3 * kBatch + 500; // what it costs to hold them included
+
+QByteArray BatchOf(char letter)
+{
+    return QByteArray(kBatch / 2 - 1, letter) + '\n' + QByteArray(kBatch / 2 - 1, letter) + '\n';
+}
+
 QList<QByteArray> Deliver(BatchQueue& queue)
 {
     QList<QByteArray> batches;
@@ -32,7 +41,7 @@ private Q_SLOTS:
     void emptyDeliversNothing()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         QCOMPARE(Deliver(queue), QList<QByteArray>());
         QVERIFY(!reader.hasPendingEvents());
     }
@@ -40,7 +49,7 @@ private Q_SLOTS:
     void batchesComeOnceAndInOrder()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         queue.Put("first");
         queue.Put("second");
         QCOMPARE(Deliver(queue), (QList<QByteArray>{"first", "second"}));
@@ -53,7 +62,7 @@ private Q_SLOTS:
     void emptyBatchIsABatch()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         queue.Put("");
         QCOMPARE(Deliver(queue), QList<QByteArray>{""});
     }
@@ -62,7 +71,7 @@ private Q_SLOTS:
     void backlogKeepsItsOrder()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         QList<QByteArray> expected;
         for (int i = 0; i < 1000; ++i) {
             expected += QByteArray::number(i);
@@ -74,7 +83,7 @@ private Q_SLOTS:
     void eachBatchWakesTheReader()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         for (int i = 0; i < 2; ++i) {
             queue.Put("batch");
             QVERIFY(reader.hasPendingEvents());
@@ -87,7 +96,7 @@ private Q_SLOTS:
     void batchIsLetGoOfBeforeTheNext()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         QByteArray first("first");
         queue.Put(first);
         queue.Put("second");
@@ -99,7 +108,7 @@ private Q_SLOTS:
     void batchThatIsPutMeanwhileWaits()
     {
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         queue.Put("first");
         QList<QByteArray> batches;
         queue.Deliver([&](const QByteArray& batch) {
@@ -113,7 +122,7 @@ private Q_SLOTS:
     void closedQueueDropsWhatItHasAndWhatComes()
     {
         auto reader = std::make_unique<WriterDispatcher>();
-        BatchQueue queue(*reader);
+        BatchQueue queue(*reader, kPlenty);
         queue.Put("before");
         queue.Close();
         reader->processEvents(QEventLoop::AllEvents);
@@ -125,12 +134,77 @@ private Q_SLOTS:
         queue.Close();
     }
 
+    void whatDoesNotFitIsDroppedAndItsLinesAreCounted()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, kThree);
+        QList<QByteArray> batches;
+        const auto take = [&batches](const QByteArray& batch) { batches += batch; };
+        for (const char letter : {'a', 'b', 'c'})
+            queue.Put(BatchOf(letter));
+        QCOMPARE(queue.Deliver(take), qint64(0));
+        for (const char letter : {'d', 'e', 'f', 'g', 'h'})
+            queue.Put(BatchOf(letter));
+        QCOMPARE(queue.Deliver(take), qint64(4));
+        queue.Put(BatchOf('i'));
+        QCOMPARE(queue.Deliver(take), qint64(0));
+        QList<QByteArray> expected;
+        for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'i'})
+            expected += BatchOf(letter);
+        QCOMPARE(batches, expected);
+    }
+
+    // Or the lines would not be in their order, and nobody could say where some are missing.
+    void nothingComesBehindWhatWasDroppedUntilTheReaderHasTakenTheRest()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, kThree);
+        for (const char letter : {'a', 'b', 'c', 'd'})
+            queue.Put(BatchOf(letter));
+        queue.Put("small\n");
+        QCOMPARE(queue.Deliver([](const QByteArray&) {}), qint64(3));
+    }
+
+    void whatIsBeingWrittenStillTakesRoom()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, kThree);
+        for (const char letter : {'a', 'b', 'c'})
+            queue.Put(BatchOf(letter));
+        int written = 0;
+        queue.Deliver([&](const QByteArray&) {
+            queue.Put(BatchOf('x'));
+            ++written;
+        });
+        QCOMPARE(written, 3);
+        QCOMPARE(queue.Deliver([&](const QByteArray&) { ++written; }), qint64(6));
+        QCOMPARE(written, 3);
+    }
+
+    // A reader that has done with what it had would never tell of it otherwise.
+    void whatIsDroppedWakesTheReader()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, 0);
+        queue.Put(BatchOf('a'));
+        QVERIFY(reader.hasPendingEvents());
+    }
+
+    void emptyBatchesTakeRoom()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, kThree);
+        for (int i = 0; i < 1000; ++i)
+            queue.Put("");
+        QVERIFY(Deliver(queue).size() < 100);
+    }
+
     void manyPutAtOnce()
     {
         constexpr int kThreads = 4;
         constexpr int kBatches = 2000;
         WriterDispatcher reader;
-        BatchQueue queue(reader);
+        BatchQueue queue(reader, kPlenty);
         std::atomic<int> busy{kThreads};
         std::vector<std::thread> threads;
         for (int thread = 0; thread < kThreads; ++thread) {

@@ -4,6 +4,7 @@
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QSemaphore>
@@ -231,6 +232,64 @@ const Scenario reporterThrows("reporterThrows", [](const QStringList&) {
     return 0;
 });
 
+// Does what needs the list of threads, while others have the list and wait for the log.
+class BusyReporter : public IErrorReporter
+{
+public:
+    explicit BusyReporter(const QString& what)
+        : iWhat(what)
+    {
+    }
+    void ReportError(const QString& errorCode, const QString&) override
+    {
+        if (iWhat == QLatin1String("nested") && errorCode == QLatin1String("1"))
+            return Logger::LogError(2, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+        RegisteredThread::LogThreads();
+        const RegisteredThread thread(nullptr, QStringLiteral("of the reporter"));
+        if (iWhat == QLatin1String("file"))
+            Logger::SetLoggerFileName(kLog, true);
+        if (iWhat == QLatin1String("stop"))
+            Logger::StopLogging();
+        if (iWhat == QLatin1String("clean up"))
+            Logger::Cleanup();
+    }
+
+private:
+    const QString iWhat;
+};
+
+const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments) {
+    BusyReporter reporter(arguments.value(0));
+    Logger::GetInstance()->SetLevel(LoggerDefs::Error | LoggerDefs::Warning);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::SetErrorReporter(&reporter);
+    std::atomic<bool> end{false};
+    std::vector<std::thread> others;
+    for (int i = 0; i < 2; ++i) {
+        others.emplace_back([&end] {
+            while (!end) {
+                const RegisteredThread thread(nullptr, QStringLiteral("of another"));
+                RegisteredThread::LogThreads();
+            }
+        });
+    }
+    for (int i = 0; i < 200; ++i)
+        Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+    end = true;
+    for (std::thread& other : others)
+        other.join();
+    Logger::StopLogging();
+    return 0;
+});
+
+// While a reporter takes its time others make threads.
+const Scenario reporterIsSlow("reporterIsSlow", [](const QStringList&) {
+    Logger::SetLoggerFileName(kLog, false);
+    const Contention contention;
+    const RegisteredThread thread(nullptr, QStringLiteral("worker"));
+    return 0;
+});
+
 class StoppingReporter : public IErrorReporter
 {
 public:
@@ -310,6 +369,25 @@ private Q_SLOTS:
         QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
                  (QList<QByteArray>{"|1|Error|F|m", "|2|Exception|F|m",
                                     "|3|Exception|F|Unknown exception has been caught.", "|4|Error|F|m"}));
+    }
+
+    void reporterMayDoAnythingWhileOthersListThreads_data()
+    {
+        QTest::addColumn<QString>("what");
+        for (const char* what : {"threads", "nested", "file", "stop", "clean up"})
+            QTest::newRow(what) << QString::fromLatin1(what);
+    }
+    void reporterMayDoAnythingWhileOthersListThreads()
+    {
+        QFETCH(QString, what);
+        const auto result = TestSupport::RunScenario("reporterIsBusy", {what});
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+    }
+
+    void threadsAreMadeWhileTheLogIsLocked()
+    {
+        const auto result = TestSupport::RunScenario("reporterIsSlow");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 
     void reporterMayStopTheLog()

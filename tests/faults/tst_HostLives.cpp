@@ -1,0 +1,339 @@
+#include "Lines.h"
+#include "RunningLog.h"
+#include "support/LogText.h"
+#include "support/OrdinaryUser.h"
+#include "support/PrivateAccess.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IErrorReporter.h>
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/LoggerAgent.h>
+
+#include <QtCore/QTimerEvent>
+#include <QtTest/QtTest>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
+
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
+
+std::atomic<bool> gNoThreads{false};
+std::atomic<bool> gBrokenPipe{false};
+
+template <typename Function>
+Function* Original(Function*, const char* name)
+{
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+// The end of a pipe that nobody reads from any more.
+int BrokenPipe()
+{
+    int ends[2] = {-1, -1};
+    if (::pipe(ends) != 0)
+        return -1;
+    ::close(ends[0]);
+    return ends[1];
+}
+
+void Start(const QString& path = kLog)
+{
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    Logger::SetLoggerFileName(path, true);
+}
+
+void SayTen(int from)
+{
+    for (int number = from; number < from + 10; ++number)
+        Lines::Say(0, number);
+}
+
+QList<int> Numbers(const QByteArray& text)
+{
+    QList<int> numbers;
+    for (const QByteArray& body : LogText::Bodies(text)) {
+        if (const std::optional<Lines::Said> said = Lines::Whose(body))
+            numbers += said->iNumber;
+    }
+    return numbers;
+}
+
+QList<int> Expected(int from, int to)
+{
+    QList<int> numbers;
+    for (int number = from; number < to; ++number) {
+        if (Lines::LevelOf(number) & kAlwaysOn)
+            numbers += number;
+    }
+    return numbers;
+}
+
+// As the agent's timer does it.
+void Tick()
+{
+    QTimerEvent event(1);
+    QCoreApplication::sendEvent((Logger::GetInstance()->*Logger_iAgent()).load(), &event);
+}
+
+// --- No thread to be had
+
+const Scenario noThread("noThread", [](const QStringList&) {
+    gNoThreads = true;
+    Start();
+    SayTen(0);
+    (Logger::GetInstance()->*Logger_iAgent()).load()->SendBufferToThread();
+    SayTen(10);
+    Logger::StopLogging();
+    return 0;
+});
+
+const Scenario noThreadAtAChange("noThreadAtAChange", [](const QStringList&) {
+    gNoThreads = true;
+    Start(QStringLiteral("before.log"));
+    SayTen(0);
+    Logger::SetLoggerFileName(kLog, true);
+    gNoThreads = false;
+    Logger::SetLoggerFileName(QStringLiteral("after.log"), true);
+    SayTen(10);
+    RunningLog::HandOver();
+    Logger::StopLogging();
+    return 0;
+});
+
+// It is asked for again.
+const Scenario threadLater("threadLater", [](const QStringList&) {
+    gNoThreads = true;
+    Start();
+    SayTen(0);
+    Tick();
+    gNoThreads = false;
+    Tick();
+    RunningLog::HandOver();
+    ::_exit(0);
+    return 0;
+});
+
+const Scenario noProcesses("noProcesses", [](const QStringList&) {
+    constexpr uid_t nobody = 65534; // in earnest: the system lets root have more
+    OrdinaryUser::Own(QDir::currentPath());
+    const struct rlimit none = {0, 0};
+    if ((OrdinaryUser::IsTestRoot() && ::setresuid(nobody, nobody, nobody) != 0)
+        || ::setrlimit(RLIMIT_NPROC, &none) != 0)
+        return 1;
+    Start();
+    SayTen(0);
+    Logger::StopLogging();
+    return 0;
+});
+
+// --- Signals of a write
+
+const Scenario brokenPipe("brokenPipe", [](const QStringList&) {
+    Start();
+    SayTen(0);
+    RunningLog::HandOver();
+    gBrokenPipe = true;
+    SayTen(10);
+    RunningLog::HandOver();
+    gBrokenPipe = false;
+    SayTen(20);
+    Logger::StopLogging();
+    return 0;
+});
+
+bool IsIn(const sigset_t& set, int signal)
+{
+    return sigismember(&set, signal) == 1;
+}
+
+// Where the stop writes itself the caller's mask is as before, and nothing is left pending that was not.
+const Scenario signalsAtAStopWithoutAThread("signalsAtAStopWithoutAThread", [](const QStringList& arguments) {
+    const bool hasOwn = arguments.contains(QStringLiteral("own"));
+    if (hasOwn) {
+        sigset_t own;
+        sigemptyset(&own);
+        sigaddset(&own, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &own, nullptr);
+        ::raise(SIGPIPE);
+    }
+    gNoThreads = true;
+    Start();
+    SayTen(0);
+    gBrokenPipe = arguments.contains(QStringLiteral("pipe"));
+    if (!gBrokenPipe) {
+        const struct rlimit none = {0, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &none);
+    }
+    Logger::StopLogging();
+    sigset_t mask;
+    sigset_t pending;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    ::sigpending(&pending);
+    const bool isAsBefore = IsIn(mask, SIGPIPE) == hasOwn && IsIn(pending, SIGPIPE) == hasOwn && !IsIn(mask, SIGXFSZ)
+        && !IsIn(pending, SIGXFSZ);
+    return isAsBefore ? 0 : 1;
+});
+
+// The host's threads keep their masks, the logging thread takes no other signals away.
+const Scenario signalMasks("signalMasks", [](const QStringList&) {
+    Start();
+    sigset_t mask;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    Logger::StopLogging();
+    return IsIn(mask, SIGPIPE) || IsIn(mask, SIGXFSZ) ? 1 : 0;
+});
+
+// --- A thread that is terminated while it logs
+
+class SleepingReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override
+    {
+        iCalled = true;
+        ::usleep(1); // where a thread may be cancelled
+    }
+
+    std::atomic<bool> iCalled{false};
+};
+
+const Scenario terminated("terminated", [](const QStringList&) {
+    SleepingReporter reporter;
+    Start();
+    Logger::SetErrorReporter(&reporter);
+    const std::unique_ptr<QThread> thread(QThread::create([] {
+        for (;;)
+            Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", QStringLiteral("again"), 0, 0);
+    }));
+    thread->start();
+    while (!reporter.iCalled)
+        QThread::yieldCurrentThread();
+    thread->terminate();
+    if (!thread->wait(30000))
+        return 1;
+    SayTen(0);
+    Logger::StopLogging();
+    return 0;
+});
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                                            void* argument) noexcept
+{
+    static auto* const original = Original(&pthread_create, "pthread_create");
+    return gNoThreads ? EAGAIN : original(thread, attributes, run, argument);
+}
+
+extern "C" Q_DECL_EXPORT int open(const char* path, int flags, ...)
+{
+    using Open = int(const char*, int, ...);
+    static auto* const original = reinterpret_cast<Open*>(::dlsym(RTLD_NEXT, "open"));
+    va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = va_arg(arguments, unsigned int);
+    va_end(arguments);
+    return gBrokenPipe && std::strstr(path, "app.log") ? BrokenPipe() : original(path, flags, mode);
+}
+
+// What the system refuses, what it sends, and what the host does to its own threads: the host lives on, and the log
+// too.
+class tst_HostLives : public QObject
+{
+    Q_OBJECT
+
+private:
+    static QList<int> NumbersIn(const TestSupport::ScenarioResult& result, const char* name)
+    {
+        return Numbers(LogText::Read(result.iFolder.filePath(QString::fromLatin1(name))));
+    }
+
+private Q_SLOTS:
+    void stopWritesWhereNoThreadWasToBeHad_data()
+    {
+        QTest::addColumn<QString>("scenario");
+        QTest::addColumn<int>("lines");
+        QTest::newRow("refused") << "noThread" << 20;
+#ifndef NEROLT_SANITIZED // they need a thread themselves
+        QTest::newRow("limit of processes") << "noProcesses" << 10;
+#endif
+    }
+    void stopWritesWhereNoThreadWasToBeHad()
+    {
+        QFETCH(QString, scenario);
+        QFETCH(int, lines);
+        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData());
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, lines));
+    }
+
+    void changeOfFilesWritesToo()
+    {
+        const auto result = TestSupport::RunScenario("noThreadAtAChange");
+        QVERIFY2(result.IsOk(), result.Describe());
+        // What was in the buffer at a change opens the next file.
+        QCOMPARE(NumbersIn(result, "before.log"), Expected(0, 10));
+        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
+        QCOMPARE(NumbersIn(result, "after.log"), Expected(0, 20));
+    }
+
+    void threadIsAskedForAgain()
+    {
+        const auto result = TestSupport::RunScenario("threadLater");
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
+    }
+
+    void pipeWithoutAReader()
+    {
+        const auto result = TestSupport::RunScenario("brokenPipe");
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10) + Expected(20, 30));
+    }
+
+    void signalsOfAWriteElsewhere_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("pipe") << QStringList{"pipe"};
+        QTest::newRow("limit of the file's size") << QStringList{"size"};
+        QTest::newRow("pipe, with a signal of the host's pending") << QStringList{"pipe", "own"};
+        QTest::newRow("limit, with a signal of the host's pending") << QStringList{"size", "own"};
+    }
+    void signalsOfAWriteElsewhere()
+    {
+        QFETCH(QStringList, arguments);
+        const auto result = TestSupport::RunScenario("signalsAtAStopWithoutAThread", arguments);
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
+
+    void hostsThreadsKeepTheirMasks()
+    {
+        const auto result = TestSupport::RunScenario("signalMasks");
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
+
+    void terminatedThreadIsUnwoundThroughItsCall()
+    {
+        const auto result = TestSupport::RunScenario("terminated");
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
+    }
+};
+
+NEROLT_TEST_MAIN(tst_HostLives)
+
+#include "tst_HostLives.moc"

@@ -1,0 +1,175 @@
+#include "RunningLog.h"
+#include "support/LogText.h"
+#include "support/ShortMemory.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+#include <NeroltOrvaneBase/RegisteredThread.h>
+
+#include <QtTest/QtTest>
+
+#include <csignal>
+#include <cstring>
+#include <dlfcn.h>
+#include <memory>
+#include <unistd.h>
+
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Warning | LoggerDefs::Error | LoggerDefs::Exception;
+
+// What became of a run.
+constexpr int kRefused = 0;
+constexpr int kNotAsked = 3; // so often memory was not even wanted: the test has come to its end
+constexpr int kFrameworkCrashed = 4;
+
+// The framework writes to memory that it did not get in some places. That is told from a crash of ours by what crashed.
+void TellTheFrameworksCrash(int, siginfo_t*, void* context)
+{
+    Dl_info info = {};
+    const auto* const at = reinterpret_cast<void*>(static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP]);
+    if (::dladdr(at, &info) != 0 && std::strstr(info.dli_fname, "/libQt5Core.so"))
+        ::_exit(kFrameworkCrashed);
+    std::signal(SIGSEGV, SIG_DFL);
+}
+
+void AllowTheFrameworkToCrash()
+{
+    struct sigaction action = {};
+    action.sa_flags = SA_SIGINFO;
+    action.sa_sigaction = TellTheFrameworksCrash;
+    ::sigaction(SIGSEGV, &action, nullptr);
+}
+
+// Memory is short within one call of the log; afterwards there is enough, and the log works.
+int WhileShort(const QStringList& arguments, bool runs, const std::function<void()>& call)
+{
+    AllowTheFrameworkToCrash();
+    Logger::GetInstance()->SetLevel(kLevels);
+    if (runs)
+        Logger::SetLoggerFileName(QStringLiteral("before.log"), false);
+    Logger::LogWarning("F", QStringLiteral("before"));
+    const bool refused = ShortMemory::Refuse(arguments.value(0).toInt(), arguments.value(1).toInt(), call);
+    Logger::SetLoggerFileName(kLog, true);
+    Logger::LogWarning("F", QStringLiteral("after"));
+    Logger::StopLogging();
+    return refused ? kRefused : kNotAsked;
+}
+
+const Scenario start("start", [](const QStringList& arguments) {
+    return WhileShort(arguments, false, [] { Logger::SetLoggerFileName(kLog, false); });
+});
+
+const Scenario change("change", [](const QStringList& arguments) {
+    return WhileShort(arguments, true, [] { Logger::SetLoggerFileName(kLog, true); });
+});
+
+const Scenario line("line", [](const QStringList& arguments) {
+    const QString text(6000, QLatin1Char('x'));
+    return WhileShort(arguments, true, [text] {
+        Logger::LogError(1, LoggerDefs::ExtraText, "F", text, text);
+        Logger::LogInformation("F", text);
+    });
+});
+
+const Scenario stop("stop", [](const QStringList& arguments) {
+    return WhileShort(arguments, true, [] { Logger::StopLogging(); });
+});
+
+// Only the thread's own part is short of memory: without the framework's there is no thread.
+const Scenario thread("thread", [](const QStringList& arguments) {
+    const int frameworks = ShortMemory::Count([] { QThread probe; });
+    Logger::GetInstance()->SetLevel(kLevels | LoggerDefs::Debug);
+    Logger::SetLoggerFileName(kLog, false);
+    const QString name = QStringLiteral("worker");
+    alignas(RegisteredThread) unsigned char memory[sizeof(RegisteredThread)];
+    RegisteredThread* worker = nullptr;
+    const int more = arguments.value(1).toInt();
+    const bool refused = ShortMemory::Refuse(arguments.value(0).toInt() + frameworks, more, [&] {
+        worker = new (memory) RegisteredThread(nullptr, name);
+        worker->SetInterrupted();
+        RegisteredThread::LogThreads();
+    });
+    worker->start();
+    const bool works = worker->IsInterrupted() && worker->Name() == name && worker->isRunning();
+    ShortMemory::Refuse(arguments.value(0).toInt(), more, [&] { RegisteredThread::LogThreads(); });
+    worker->quit();
+    worker->wait();
+    worker->~RegisteredThread();
+    Logger::StopLogging();
+    return !works ? 1 : refused ? kRefused : kNotAsked;
+});
+
+const Scenario writer("writer", [](const QStringList& arguments) {
+    AllowTheFrameworkToCrash();
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::LogWarning("F", QStringLiteral("before"));
+    RunningLog::HandOver();
+    ShortMemory::RefuseThread("RegisteredThrea", arguments.value(0).toInt(), arguments.value(1).toInt());
+    for (int i = 0; i < 20; ++i) {
+        Logger::LogWarning("F", QStringLiteral("meanwhile"));
+        RunningLog::HandOver();
+    }
+    const bool refused = ShortMemory::HasRefusedThread();
+    ShortMemory::RefuseThread("", 0, 0);
+    Logger::LogWarning("F", QStringLiteral("after"));
+    Logger::StopLogging();
+    return refused ? kRefused : kNotAsked;
+});
+
+} // namespace
+
+// Memory ends at each place in turn where it is asked for, for one allocation or for many.
+class tst_NoMemory : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nobodyEndsAndNothingHangs_data()
+    {
+        QTest::addColumn<QString>("scenario");
+        QTest::addColumn<int>("more");
+        QTest::addColumn<int>("least");
+        QTest::newRow("start, once") << "start" << 0 << 20;
+        QTest::newRow("start, for a while") << "start" << 5 << 20;
+        QTest::newRow("change of files, once") << "change" << 0 << 20;
+        QTest::newRow("change of files, for a while") << "change" << 5 << 20;
+        QTest::newRow("line, once") << "line" << 0 << 2;
+        QTest::newRow("line, from then on") << "line" << 1000 << 2;
+        QTest::newRow("stop, once") << "stop" << 0 << 3;
+        QTest::newRow("stop, from then on") << "stop" << 1000 << 3;
+        QTest::newRow("registered thread, once") << "thread" << 0 << 3;
+        QTest::newRow("registered thread, from then on") << "thread" << 1000 << 3;
+        QTest::newRow("logging thread, once") << "writer" << 0 << 1;
+        QTest::newRow("logging thread, for a while") << "writer" << 5 << 1;
+    }
+    void nobodyEndsAndNothingHangs()
+    {
+        QFETCH(QString, scenario);
+        QFETCH(int, more);
+        QFETCH(int, least);
+        const QList<int> exitCodes{kRefused, kNotAsked, kFrameworkCrashed};
+        const bool hasAfter = scenario != "stop" && scenario != "thread";
+        int number = 0;
+        int exitCode = kRefused;
+        while (exitCode != kNotAsked) {
+            const auto result = TestSupport::RunScenario(scenario.toLatin1().constData(),
+                                                         {QString::number(number), QString::number(more)});
+            exitCode = result.iExitCode;
+            const QByteArray told = "allocation " + QByteArray::number(number) + ": " + result.Describe();
+            QVERIFY2(!result.iTimedOut && !result.iCrashed && exitCodes.contains(exitCode), told);
+            if (hasAfter && exitCode != kFrameworkCrashed)
+                QVERIFY2(LogText::Read(result.iFolder.filePath(kLog)).contains("|30|Warning|F|after\n"), told);
+            ++number;
+        }
+        QVERIFY2(number > least, QByteArray::number(number));
+    }
+};
+
+NEROLT_TEST_MAIN(tst_NoMemory)
+
+#include "tst_NoMemory.moc"
