@@ -9,6 +9,7 @@
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtTest/QtTest>
 
@@ -216,6 +217,19 @@ const Scenario changeOfFiles("changeOfFiles", [](const QStringList& arguments) {
     return 0;
 });
 
+const Scenario currentFolder("currentFolder", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(kAllButTheirOwn & ~LoggerDefs::Trace);
+    Logger::SetLoggerFileName(QStringLiteral("./app.log"), false);
+    CHECK(QDir().mkdir(QStringLiteral("below")) && QDir::setCurrent(QStringLiteral("below")));
+    CHECK(Logger::GetLoggerFileName() == QStringLiteral("./app.log"));
+    Logger::LogWarning("F", QStringLiteral("one"));
+    Logger::SetLoggerFileName(QStringLiteral("b.log"), true);
+    CHECK(QDir::setCurrent(QStringLiteral("..")));
+    Logger::LogWarning("F", QStringLiteral("two"));
+    Logger::StopLogging();
+    return 0;
+});
+
 const Scenario fromManyThreads("fromManyThreads", [](const QStringList& arguments) {
     const int threads = arguments.value(0).toInt();
     const int lines = arguments.value(1).toInt();
@@ -400,6 +414,21 @@ private Q_SLOTS:
         const auto result = TestSupport::RunScenario("firstNameWins");
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(BodiesOf(result), (QList<QByteArray>{"|10|Information|F|early", kStopping}));
+    }
+
+    // A path counts from the folder that was the current one when it was given; what is said of it is what was given.
+    void changeOfTheCurrentFolderMovesNoLog()
+    {
+        const auto result = TestSupport::RunScenario("currentFolder");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        const QList<QByteArray> before{"|30|Warning|F|one",
+                                       "|10|Information|Logger::SetLoggerFileName|Existing path is ./app.log",
+                                       "|10|Information|Logger::SetLoggerFileName|New path is b.log"};
+        QCOMPARE(BodiesOf(result), before);
+        QCOMPARE(BodiesOf(result, QStringLiteral("below/b.log")),
+                 before
+                     + (QList<QByteArray>{"|30|Warning|F|two",
+                                          "|10|Information|Logger::StopLogging|stopping logging file path is b.log"}));
     }
 
     void forceChangesFiles()

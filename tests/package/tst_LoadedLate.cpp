@@ -1,5 +1,7 @@
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QLibrary>
+#include <QtCore/QProcess>
 #include <QtCore/QSemaphore>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
@@ -9,6 +11,7 @@
 namespace {
 
 constexpr int kInformation = 1;
+constexpr const char* kUnload = "--unload";
 
 struct Functions
 {
@@ -40,6 +43,22 @@ Functions Load(QLibrary& library)
     return logger;
 }
 
+int LogAndUnload()
+{
+    QLibrary library(QStringLiteral(LIBRARY));
+    const Functions logger = Load(library);
+    if (!logger.iSetLoggerFileName || !logger.iResetLoggingLevel || !logger.iLogInformation)
+        return 1;
+    const QString path = QStringLiteral("app.log");
+    logger.iSetLoggerFileName(path, false);
+    logger.iResetLoggingLevel(kInformation); // handed over at once
+    if (!QTest::qWaitFor([&path] { return QFileInfo(path).size() > 0; }))
+        return 1;
+    library.unload();
+    // Its thread ends its rest somewhere in the library's code, and a copy of the process is made with its handlers.
+    return QProcess::execute(QStringLiteral("sleep"), {QStringLiteral("0.1")});
+}
+
 } // namespace
 
 // A host need not be linked with the library: it may load it when it has long had threads.
@@ -48,6 +67,18 @@ class tst_LoadedLate : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // What runs in it outlives a module that brought it and goes without a word to the log.
+    void unloadedWhileTheLogRuns()
+    {
+        const QTemporaryDir folder;
+        QProcess process;
+        process.setWorkingDirectory(folder.path());
+        process.start(QCoreApplication::applicationFilePath(), {QString::fromLatin1(kUnload)});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+    }
+
     void threadsFromBeforeLog()
     {
         const QTemporaryDir folder;
@@ -79,6 +110,13 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_LoadedLate)
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc > 1 && qstrcmp(argv[1], kUnload) == 0)
+        return LogAndUnload();
+    tst_LoadedLate test;
+    return QTest::qExec(&test, argc, argv);
+}
 
 #include "tst_LoadedLate.moc"
