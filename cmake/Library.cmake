@@ -46,6 +46,7 @@ add_library(NeroltOrvaneBase SHARED
   logging/StackFrame.cpp
   logging/StackTrace.cpp
   logging/WriteSignals.cpp
+  logging/Stamp.cpp
   logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
   settings/IniFile.cpp

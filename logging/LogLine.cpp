@@ -1,7 +1,8 @@
 #include "LogLine.h"
 
+#include "Stamp.h"
+
 #include <QtCore/QByteArray>
-#include <QtCore/QDateTime>
 #include <QtCore/QString>
 
 #include <array>
@@ -13,10 +14,8 @@
 
 namespace {
 
-constexpr int kStampToSecond = 19; // yyyy-MM-dd hh:mm:ss
-constexpr int kStamp = kStampToSecond + 4; // and .zzz
 constexpr int kMaxCode = 10;
-constexpr int kMaxHead = kStamp + 2 + kMaxCode; // and the code between two bars
+constexpr int kMaxHead = Stamp::kMaxSize + 2 + kMaxCode; // and the code between two bars
 constexpr int kMaxBytesPerUnit = 3; // a surrogate pair makes four bytes of two units
 
 // The rendered local time of one second. The framework's conversion costs microseconds, and lines come by the thousand
@@ -27,34 +26,24 @@ struct RenderedSecond
     qint64 second;
     long zone;
     const char* zoneName;
-    char text[kStampToSecond];
+    char text[Stamp::kToSecond];
 };
 
 // One for each thread, so that neither a lock nor a field of the agent guards it.
 thread_local RenderedSecond tRendered{std::numeric_limits<qint64>::min(), 0, nullptr, {}};
 
-void PutDigits(char* out, int width, int value)
+// False, with nothing changed, for a year that does not have four digits.
+[[gnu::noinline, gnu::cold]] bool RenderSecond(RenderedSecond& rendered, qint64 second, qint64 msecsSinceEpoch)
 {
-    for (int i = width - 1; i >= 0; --i, value /= 10)
-        out[i] = char('0' + value % 10);
-}
-
-[[gnu::noinline, gnu::cold]] void RenderSecond(RenderedSecond& rendered, qint64 second)
-{
-    const QDateTime local = QDateTime::fromMSecsSinceEpoch(second * 1000);
-    const QDate date = local.date();
-    const QTime time = local.time();
-    std::memcpy(rendered.text, "0000-00-00 00:00:00", kStampToSecond);
-    PutDigits(rendered.text, 4, date.year());
-    PutDigits(rendered.text + 5, 2, date.month());
-    PutDigits(rendered.text + 8, 2, date.day());
-    PutDigits(rendered.text + 11, 2, time.hour());
-    PutDigits(rendered.text + 14, 2, time.minute());
-    PutDigits(rendered.text + 17, 2, time.second());
+    std::array<char, Stamp::kMaxSize> text = {};
+    if (Stamp::Put(text.data(), msecsSinceEpoch) - text.data() != Stamp::kSize)
+        return false;
+    std::memcpy(rendered.text, text.data(), Stamp::kToSecond);
     // The conversion refreshed the C library's zone, so it is noted afterwards.
     rendered.second = second;
     rendered.zone = ::timezone;
     rendered.zoneName = ::tzname[0];
+    return true;
 }
 
 char* PutStamp(char* out, qint64 msecsSinceEpoch)
@@ -66,12 +55,14 @@ char* PutStamp(char* out, qint64 msecsSinceEpoch)
         --second;
     }
     RenderedSecond& rendered = tRendered;
-    if (rendered.second != second || rendered.zone != ::timezone || rendered.zoneName != ::tzname[0])
-        RenderSecond(rendered, second);
-    std::memcpy(out, rendered.text, kStampToSecond);
-    out[kStampToSecond] = '.';
-    PutDigits(out + kStampToSecond + 1, 3, milliseconds);
-    return out + kStamp;
+    if (rendered.second != second || rendered.zone != ::timezone || rendered.zoneName != ::tzname[0]) {
+        if (!RenderSecond(rendered, second, msecsSinceEpoch))
+            return Stamp::Put(out, msecsSinceEpoch);
+    }
+    std::memcpy(out, rendered.text, Stamp::kToSecond);
+    out[Stamp::kToSecond] = '.';
+    Stamp::PutDigits(out + Stamp::kToSecond + 1, 3, milliseconds);
+    return out + Stamp::kSize;
 }
 
 constexpr bool IsLineBreak(ushort unit)

@@ -7,6 +7,7 @@
 #include <QtTest/QtTest>
 
 #include <ctime>
+#include <limits>
 #include <random>
 
 namespace {
@@ -32,6 +33,11 @@ QByteArray Line(qint64 msecs, unsigned int code, const char* word, const char* f
 qint64 Msecs(const char* isoTime)
 {
     return QDateTime::fromString(QString::fromLatin1(isoTime), Qt::ISODateWithMs).toMSecsSinceEpoch();
+}
+
+qint64 FirstOfMay(int year)
+{
+    return QDateTime(QDate(year, 5, 1), QTime(14, 7, 9, 42), Qt::UTC).toMSecsSinceEpoch();
 }
 
 void SetZone(const char* zone, bool tellLibrary = true)
@@ -103,6 +109,15 @@ private Q_SLOTS:
             << QByteArray("Europe/Berlin") << Msecs("2024-10-27T01:30:00.000Z");
         QTest::newRow("beyond 32 bits") << QByteArray("Europe/Berlin") << Msecs("2039-07-01T12:00:00.000Z");
         QTest::newRow("last second of year 9999") << QByteArray("UTC") << Msecs("9999-12-31T23:59:59.999Z");
+        QTest::newRow("year 10000") << QByteArray("UTC") << FirstOfMay(10000);
+        QTest::newRow("year 123456") << QByteArray("Asia/Kathmandu") << FirstOfMay(123456);
+        QTest::newRow("year 292278993") << QByteArray("UTC") << FirstOfMay(292278993);
+        QTest::newRow("year 1") << QByteArray("UTC") << FirstOfMay(1);
+        QTest::newRow("year before that") << QByteArray("UTC") << FirstOfMay(-1);
+        QTest::newRow("year -9999") << QByteArray("UTC") << FirstOfMay(-9999);
+        QTest::newRow("year -10000") << QByteArray("UTC") << FirstOfMay(-10000);
+        QTest::newRow("first millisecond") << QByteArray("UTC") << std::numeric_limits<qint64>::min();
+        QTest::newRow("last millisecond") << QByteArray("UTC") << std::numeric_limits<qint64>::max();
     }
     void time()
     {
