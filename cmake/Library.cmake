@@ -35,6 +35,7 @@ add_library(NeroltOrvaneBase SHARED
   ${public_headers}
   logging/BatchPool.cpp
   logging/BatchQueue.cpp
+  logging/Descriptor.cpp
   logging/FairLock.cpp
   logging/LogFile.cpp
   logging/LogLine.cpp
@@ -73,6 +74,7 @@ if(APPLE)
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_mac.cpp
     logging/FreeMemory_mac.cpp
+    logging/Rename_mac.cpp
     logging/WriterThread_mac.cpp
     system/Host_mac.cpp
     util/DiskSpace_mac.cpp
@@ -85,6 +87,7 @@ else()
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_linux.cpp
     logging/FreeMemory_linux.cpp
+    logging/Rename_linux.cpp
     logging/WriterThread_linux.cpp
     system/Host_linux.cpp
     util/DiskSpace_linux.cpp

@@ -1,100 +1,79 @@
 #include "LogFile.h"
 
+#include "Rename.h"
+#include "Rotation.h"
+
+#include <NeroltOrvaneBase/FileInfoMac.h>
 #include <NeroltOrvaneBase/FileUtilities.h>
 
-#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
 
-#include <cerrno>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
-class Descriptor
+// Empty, and so the name of no file, where the system would take a part of it for the name.
+QByteArray Encoded(const QString& path)
 {
-public:
-    // Not blocking, so that a pipe without a reader in the log's place fails to open instead of holding up the log,
-    // and with it whoever stops it. Files know no difference.
-    Descriptor(const QString& path, int flags)
-    {
-        if (path.contains(QChar(0)))
-            return; // the system would take the part before it for the name
-        const QByteArray name = QFile::encodeName(path);
-        do {
-            iDescriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | flags, 0666);
-        } while (iDescriptor < 0 && errno == EINTR);
-    }
-
-    // Nothing can be done about a failing close: what is lost by then is lost.
-    ~Descriptor()
-    {
-        if (IsOpen())
-            ::close(iDescriptor);
-    }
-
-    Q_DISABLE_COPY(Descriptor)
-
-    bool IsOpen() const { return iDescriptor >= 0; }
-
-    // How much of the bytes was written. A full disk or a full pipe takes what it can; a batch is not tried again.
-    int Write(const QByteArray& bytes) const
-    {
-        const char* from = bytes.constData();
-        const char* const end = from + bytes.size();
-        while (from != end) {
-            const ssize_t written = ::write(iDescriptor, from, size_t(end - from));
-            if (written > 0)
-                from += written;
-            else if (written == 0 || errno != EINTR)
-                break;
-        }
-        return int(from - bytes.constData());
-    }
-
-    // Undoes the end of what was just appended, unless somebody has written behind it. A pipe keeps what it has.
-    void TakeBack(int bytes) const
-    {
-        const off_t end = ::lseek(iDescriptor, 0, SEEK_CUR);
-        if (bytes > 0 && end >= bytes && end == Size() && ::ftruncate(iDescriptor, end - bytes) != 0)
-            return; // then the next line stands behind half of one
-    }
-
-    // Half the price of fstat. A pipe has no size.
-    qint64 Size() const
-    {
-        const off_t end = ::lseek(iDescriptor, 0, SEEK_END);
-        return end < 0 ? 0 : qint64(end);
-    }
-
-    std::optional<qint64> CreatedMSecs(const QString& path) const
-    {
-        return FileUtilities::GetMSecs(path, FileTimeCreation, iDescriptor);
-    }
-
-private:
-    int iDescriptor = -1;
-};
+    return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
+}
 
 } // namespace
 
-std::optional<LogFile::State> LogFile::Append(const QString& path, const QByteArray& bytes)
+LogFile::LogFile(const QString& path, QObject* parent)
+    : QObject(parent)
+    , iPath(path)
+    , iName(Encoded(path))
 {
-    const Descriptor file(path, O_APPEND);
-    if (!file.IsOpen())
-        return std::nullopt;
-    const int written = file.Write(bytes);
-    // Lines that do not fit are lost whole, or the next to be written would stand behind half of one.
-    if (written > 0 && written < bytes.size())
-        file.TakeBack(written - (bytes.lastIndexOf('\n', written - 1) + 1));
-    // While it is open: the path need not be gone again.
-    return State{file.Size(), file.CreatedMSecs(path)};
 }
 
-bool LogFile::Replace(const QString& path, const QByteArray& bytes)
+bool LogFile::Append(const QByteArray& lines)
 {
-    const Descriptor file(path, O_TRUNC);
-    if (file.IsOpen())
-        file.Write(bytes);
-    return file.IsOpen();
+    const Descriptor file(iName);
+    if (!file.IsOpen())
+        return false;
+    const int written = file.Write(lines);
+    // Or the next line to be written would stand behind half of one.
+    if (written > 0 && written < lines.size())
+        file.TakeBack(written - (lines.lastIndexOf('\n', written - 1) + 1));
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (IsDue(file, now))
+        Rotate(file, now);
+    return true;
+}
+
+bool LogFile::IsDue(const Descriptor& file, qint64 nowMSecs) const
+{
+    const qint64 size = file.Size();
+    if (!Rotation::IsDue(size, FileUtilities::GetMSecs(iPath, FileTimeCreation, file.Number()), nowMSecs))
+        return false;
+    return !iStart || !(iStart->iFile == file.Which()) || Rotation::IsDue(size, iStart->iMSecs, nowMSecs);
+}
+
+void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
+{
+    const QByteArray rotatedName = Rotation::RotatedPath(iName, nowMSecs);
+    const QByteArray header = Rotation::HeaderLine(Rotation::RotatedPath(iPath.toUtf8(), nowMSecs), nowMSecs);
+    // Whoever has the lock rotates the file. The next batch shows whether that was done.
+    if (!file.Lock())
+        return;
+    const auto unlock = qScopeGuard([&file] { file.Unlock(); });
+    if (!file.IsAt(iName) || !IsDue(file, nowMSecs))
+        return; // it was
+    StartNew(header, RenameUnlessTaken(iName.constData(), rotatedName.constData()), nowMSecs);
+}
+
+void LogFile::StartNew(const QByteArray& header, bool isMoved, qint64 nowMSecs)
+{
+    // A file that cannot be moved is emptied all the same, or the log would grow without bounds. A moved one may have
+    // been followed already by another process's lines. Neither is a link of somebody else's to be trusted.
+    const Descriptor file(iName, isMoved ? O_NOFOLLOW : O_NOFOLLOW | O_TRUNC);
+    if (!file.IsOpen())
+        return;
+    file.Write(header);
+    iStart.reset();
+    if (!FileInfoMac(iPath).SetCreationMSecs(nowMSecs, file.Number()))
+        iStart = Start{file.Which(), nowMSecs};
 }

@@ -1,20 +1,15 @@
 #include "BatchPool.h"
 #include "LogFile.h"
-#include "Rotation.h"
 #include "Swallow.h"
 
-#include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/LoggerWorker.h>
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 
-#include <QtCore/QDateTime>
-#include <QtCore/QFile>
-
-#include <optional>
 
 LoggerWorker::LoggerWorker(const QString& fileName)
     : iFileName(fileName)
 {
+    new LogFile(fileName, this); // goes to the logging thread with its parent
 }
 
 LoggerWorker::~LoggerWorker()
@@ -66,20 +61,5 @@ void LoggerWorker::Log(bool scheduleMore)
 
 void LoggerWorker::WriteBatch(const QByteArray& batch)
 {
-    const std::optional<LogFile::State> file = LogFile::Append(iFileName, batch);
-    if (!file)
-        return;
-    // In plain numbers: the framework's local times would double the cost of a batch.
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (Rotation::IsDue(file->iSize, file->iCreatedMSecs, now))
-        Rotate(QDateTime::fromMSecsSinceEpoch(now));
-}
-
-void LoggerWorker::Rotate(const QDateTime& now)
-{
-    const QString rotatedPath = Rotation::RotatedPath(iFileName, now);
-    // A file that cannot be moved is emptied all the same, or the log would grow without bounds.
-    QFile::rename(iFileName, rotatedPath);
-    if (LogFile::Replace(iFileName, Rotation::HeaderLine(rotatedPath, now)))
-        FileUtilities::SetTime(iFileName, now, FileTimeCreation, false);
+    findChild<LogFile*>(QString(), Qt::FindDirectChildrenOnly)->Append(batch);
 }

@@ -1,18 +1,21 @@
 #include "Rotation.h"
 
-#include <QtCore/QDateTime>
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
+#include "Stamp.h"
+
+#include <QtCore/QByteArray>
+
+#include <array>
 
 namespace {
 
 constexpr qint64 kMaxAgeSecs = 86400;
 constexpr qint64 kMaxBytes = 104857600;
+constexpr int kMilliseconds = 4; // ".zzz"
 
-// A name makes no second line, either.
-QString WithoutBreaks(QString text)
+QByteArray StampOf(qint64 msecs)
 {
-    return text.remove(QLatin1Char('\r')).remove(QLatin1Char('\n'));
+    std::array<char, Stamp::kMaxSize> text = {};
+    return QByteArray(text.data(), int(Stamp::Put(text.data(), msecs) - text.data()));
 }
 
 } // namespace
@@ -22,17 +25,19 @@ bool Rotation::IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 now
     return size > kMaxBytes || (nowMSecs - createdMSecs.value_or(nowMSecs)) / 1000 > kMaxAgeSecs;
 }
 
-QString Rotation::RotatedPath(const QString& path, const QDateTime& now)
+QByteArray Rotation::RotatedPath(const QByteArray& path, qint64 nowMSecs)
 {
-    const QFileInfo info(path);
-    const QString name = info.completeBaseName() + QLatin1Char('-')
-        + now.toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss")) + QLatin1Char('.') + info.suffix();
-    return info.dir().filePath(name);
+    const QByteArray when = StampOf(nowMSecs).chopped(kMilliseconds).replace(' ', '_').replace(':', '-');
+    const int name = path.lastIndexOf('/') + 1;
+    const int dot = path.lastIndexOf('.');
+    const bool hasSuffix = dot >= name;
+    return path.left(hasSuffix ? dot : path.size()) + '-' + when + '.' + (hasSuffix ? path.mid(dot + 1) : QByteArray());
 }
 
-QByteArray Rotation::HeaderLine(const QString& rotatedPath, const QDateTime& now)
+QByteArray Rotation::HeaderLine(const QByteArray& rotatedPath, qint64 nowMSecs)
 {
-    const QString line = now.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")) + QLatin1String("continued from ")
-        + QFileInfo(rotatedPath).fileName();
-    return WithoutBreaks(line).toUtf8() + '\n';
+    const QByteArray name = rotatedPath.mid(rotatedPath.lastIndexOf('/') + 1);
+    QByteArray line = StampOf(nowMSecs) + "continued from " + name;
+    // A name makes no second line, either.
+    return line.replace('\r', "").replace('\n', "") + '\n';
 }

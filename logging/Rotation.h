@@ -5,20 +5,19 @@
 #include <optional>
 
 class QByteArray;
-class QDateTime;
-class QString;
 
-/// When a log file is rotated, and how the files are then named and begun.
+/// When a log file is rotated, and how the files are then named and begun. Times are in milliseconds since the epoch.
+/// May be called until the very end of the process.
 namespace Rotation {
 
-/// Whether a file of `size` bytes is due. Times are in milliseconds since the epoch; the age counts in whole seconds,
-/// and is zero when the creation time is unknown.
+/// Whether a file of `size` bytes is due. The age counts in whole seconds, and is zero when the creation time is
+/// unknown.
 bool IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs);
 
-/// The path that the log file at `path` is moved to.
-QString RotatedPath(const QString& path, const QDateTime& now);
+/// The path that the log file at `path` is moved to, in the encoding of `path`.
+QByteArray RotatedPath(const QByteArray& path, qint64 nowMSecs);
 
-/// The first line of the file that follows, line feed included.
-QByteArray HeaderLine(const QString& rotatedPath, const QDateTime& now);
+/// The first line of the file that follows, line feed included. The path is in UTF-8.
+QByteArray HeaderLine(const QByteArray& rotatedPath, qint64 nowMSecs);
 
 } // namespace Rotation

@@ -66,13 +66,14 @@ std::optional<qint64> CreationTime(const QByteArray& path)
     return Status(path, status) ? FromStatx(status, STATX_BTIME, status.stx_btime) : std::nullopt;
 }
 
-// Nothing, too, when only the path may lead to an answer.
 std::optional<qint64> CreationTime(int descriptor)
 {
     std::array<char, 64> text = {};
     const ssize_t size = ::fgetxattr(descriptor, kCreationTime, text.data(), text.size() - 1);
-    if (size < 0 && errno != ENODATA && errno != ENOTSUP)
-        return std::nullopt;
+    // What its owner may not read he may permit himself to, and for that it needs a name. Any but this would have to be
+    // encoded, at the end of the process without the framework's codecs.
+    if (size < 0 && errno == EACCES)
+        return CreationTime("/proc/self/fd/" + QByteArray::number(descriptor));
     if (size > 0) {
         if (const std::optional<qint64> msecs = ToNumber(QByteArray(text.data(), int(size))))
             return msecs;
@@ -121,11 +122,7 @@ std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type, int descriptor)
 {
     switch (type) {
     case FileTimeCreation:
-        if (descriptor >= 0) {
-            if (const std::optional<qint64> msecs = CreationTime(descriptor))
-                return msecs;
-        }
-        return CreationTime(NativePath(iPath));
+        return descriptor >= 0 ? CreationTime(descriptor) : CreationTime(NativePath(iPath));
     case FileTimeModification:
     case FileTimeWrite:
         return ModificationTime(NativePath(iPath));
@@ -145,6 +142,12 @@ bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)
         return SetModificationTime(NativePath(iPath), time.toMSecsSinceEpoch());
     }
     return false;
+}
+
+bool FileInfoMac::SetCreationMSecs(qint64 msecs, int descriptor)
+{
+    const QByteArray text = QByteArray::number(msecs);
+    return ::fsetxattr(descriptor, kCreationTime, text.constData(), size_t(text.size()), 0) == 0;
 }
 
 bool FileInfoMac::SetReadOnlyFlag(bool readOnly)

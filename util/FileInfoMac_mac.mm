@@ -67,6 +67,11 @@ bool FileInfoMac::SetTime(const QDateTime& time, FileTimeType type)
     return date && SetAttribute(iPath, name, date);
 }
 
+bool FileInfoMac::SetCreationMSecs(qint64 msecs, int)
+{
+    return SetTime(QDateTime::fromMSecsSinceEpoch(msecs), FileTimeCreation);
+}
+
 bool FileInfoMac::SetReadOnlyFlag(bool readOnly)
 {
     if (iPath.isEmpty())

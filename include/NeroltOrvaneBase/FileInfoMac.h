@@ -44,5 +44,10 @@ public:
     static OSVersion GetOSVersion();
 
 private:
+    friend class LogFile;
+
+    // SetTime for the creation time, of the file that `descriptor` is open on where the platform can do that.
+    bool SetCreationMSecs(qint64 msecs, int descriptor);
+
     QString iPath;
 };

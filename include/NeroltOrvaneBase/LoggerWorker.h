@@ -7,7 +7,6 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
-class QDateTime;
 class RegisteredTimer;
 
 /// Writes the log file: appends batches of lines, and starts a new file when it has grown too large or too old.
@@ -20,6 +19,10 @@ class RegisteredTimer;
 /// the line "yyyy-MM-dd hh:mm:ss.zzzcontinued from <new name of the old file>". A file that cannot be renamed loses its
 /// content: in a folder that must not be written, or when its new name is taken, as by a second rotation within one
 /// second.
+///
+/// Several processes may write to one file. The one that finds it due locks it, and rotates it unless another has done
+/// so meanwhile; nothing is lost between them. A link in the file's place is written through and renamed as a file
+/// is; what it leads to is never emptied.
 class NEROLTORVANEBASE_EXPORT LoggerWorker : public QObject
 {
     Q_OBJECT
@@ -46,7 +49,6 @@ private:
     Q_DISABLE_COPY(LoggerWorker)
 
     void WriteBatch(const QByteArray& batch);
-    void Rotate(const QDateTime& now);
 
     QList<QByteArray> iQueue;
     QString iFileName;

@@ -1,4 +1,5 @@
 #include "logging/LogFile.h"
+#include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/TestMain.h"
 
@@ -9,13 +10,26 @@
 #include <QtCore/QScopeGuard>
 #include <QtTest/QtTest>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <functional>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
+
+// What others do at these moments, once.
+std::function<void()> gBeforeLock;
+std::function<void()> gAfterRename;
+
+int gLockError = 0;
+bool gDuplicate = false;
+int gDuplicated = -1;
 
 int OpenDescriptors()
 {
@@ -24,14 +38,49 @@ int OpenDescriptors()
         .size();
 }
 
-// The size afterwards, -1 when the file cannot be opened.
-qint64 Append(const QString& path, const QByteArray& bytes)
+bool Append(const QString& path, const QByteArray& bytes)
 {
-    const std::optional<LogFile::State> file = LogFile::Append(path, bytes);
-    return file ? file->iSize : -1;
+    return LogFile(path).Append(bytes);
+}
+
+QDateTime Now()
+{
+    return QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
+}
+
+// A file that is due when the clock stands at Now().
+void MakeOldFile(const QString& path)
+{
+    QVERIFY(Append(path, "old\n"));
+    QVERIFY(FileUtilities::SetTime(path, Now().addDays(-2), FileTimeCreation, false));
 }
 
 } // namespace
+
+// Only calls of the log come here: the files of the tests are not locked and renamed by these.
+extern "C" Q_DECL_EXPORT int flock(int file, int operation) noexcept
+{
+    if (gBeforeLock)
+        std::exchange(gBeforeLock, nullptr)();
+    if (gDuplicate) {
+        gDuplicate = false;
+        gDuplicated = ::fcntl(file, F_DUPFD_CLOEXEC, 0);
+    }
+    if (gLockError != 0) {
+        errno = gLockError;
+        return -1;
+    }
+    return int(::syscall(SYS_flock, file, operation));
+}
+
+extern "C" Q_DECL_EXPORT int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+                                       unsigned int flags) noexcept
+{
+    const int result = int(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+    if (gAfterRename)
+        std::exchange(gAfterRename, nullptr)();
+    return result;
+}
 
 class tst_LogFile : public QObject
 {
@@ -48,53 +97,29 @@ private Q_SLOTS:
                 QVERIFY(QFile::remove(entry.filePath()));
         }
     }
-
-    void creationTime()
-    {
-        const QString path = QStringLiteral("a.log");
-        const auto created = [&] { return LogFile::Append(path, "one\n")->iCreatedMSecs; };
-        const std::optional<qint64> born = created();
-        QVERIFY(born);
-        QCOMPARE(born, FileUtilities::GetMSecs(path, FileTimeCreation));
-        const QDateTime time(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
-        QVERIFY(FileUtilities::SetTime(path, time, FileTimeCreation, false));
-        QCOMPARE(created(), std::optional<qint64>(time.toMSecsSinceEpoch()));
-    }
+    void cleanup() { ForgedClock::Release(); }
 
     void appendCreatesAndAppends()
     {
-        QCOMPARE(Append(QStringLiteral("a.log"), "one\n"), qint64(4));
-        QCOMPARE(Append(QStringLiteral("a.log"), "three\n"), qint64(10));
+        QVERIFY(Append(QStringLiteral("a.log"), "one\n"));
+        QVERIFY(Append(QStringLiteral("a.log"), "three\n"));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\nthree\n"));
     }
 
     void appendOfNothingCreatesTheFile()
     {
-        QCOMPARE(Append(QStringLiteral("a.log"), QByteArray()), qint64(0));
+        QVERIFY(Append(QStringLiteral("a.log"), QByteArray()));
         QVERIFY(QFile::exists(QStringLiteral("a.log")));
     }
 
     void appendGoesBehindWhatAnotherWrote()
     {
-        LogFile::Append(QStringLiteral("a.log"), "one\n");
+        Append(QStringLiteral("a.log"), "one\n");
         QFile other(QStringLiteral("a.log"));
         QVERIFY(other.open(QIODevice::Append | QIODevice::Unbuffered));
         other.write("other\n");
-        QCOMPARE(Append(QStringLiteral("a.log"), "two\n"), qint64(14));
+        QVERIFY(Append(QStringLiteral("a.log"), "two\n"));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\nother\ntwo\n"));
-    }
-
-    void replaceTruncates()
-    {
-        LogFile::Append(QStringLiteral("a.log"), "one and more\n");
-        QVERIFY(LogFile::Replace(QStringLiteral("a.log"), "two\n"));
-        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("two\n"));
-    }
-
-    void replaceCreates()
-    {
-        QVERIFY(LogFile::Replace(QStringLiteral("a.log"), "two\n"));
-        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("two\n"));
     }
 
     void bytesStayAsTheyAre()
@@ -102,7 +127,7 @@ private Q_SLOTS:
         QByteArray all;
         for (int i = 0; i < 256; ++i)
             all += char(i);
-        QCOMPARE(Append(QStringLiteral("a.log"), all), qint64(256));
+        QVERIFY(Append(QStringLiteral("a.log"), all));
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), all);
     }
 
@@ -110,7 +135,7 @@ private Q_SLOTS:
     {
         const mode_t before = ::umask(027);
         const auto restore = qScopeGuard([before] { ::umask(before); });
-        LogFile::Append(QStringLiteral("a.log"), "one\n");
+        Append(QStringLiteral("a.log"), "one\n");
         struct stat status = {};
         QCOMPARE(::stat("a.log", &status), 0);
         QCOMPARE(int(status.st_mode & 07777), 0640);
@@ -131,11 +156,10 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QVERIFY(QDir().mkdir(QStringLiteral("folder")));
-        QVERIFY(LogFile::Replace(QStringLiteral("file"), QByteArray()));
+        QVERIFY(Append(QStringLiteral("file"), QByteArray()));
         QCOMPARE(::mkfifo("pipe", 0600), 0);
         const int before = OpenDescriptors();
-        QCOMPARE(Append(path, "one\n"), qint64(-1));
-        QVERIFY(!LogFile::Replace(path, "one\n"));
+        QVERIFY(!Append(path, "one\n"));
         QCOMPARE(OpenDescriptors(), before);
         QCOMPARE(LogText::Read(QStringLiteral("file")), QByteArray());
     }
@@ -143,8 +167,12 @@ private Q_SLOTS:
     void leavesNothingOpen()
     {
         const int before = OpenDescriptors();
-        LogFile::Append(QStringLiteral("a.log"), "one\n");
-        LogFile::Replace(QStringLiteral("a.log"), "one\n");
+        Append(QStringLiteral("a.log"), "one\n");
+        QCOMPARE(OpenDescriptors(), before);
+        MakeOldFile(QStringLiteral("a.log"));
+        ForgedClock::Freeze(Now());
+        Append(QStringLiteral("a.log"), "two\n");
+        QVERIFY(QFile::exists(QStringLiteral("a-2024-03-05_14-07-09.log")));
         QCOMPARE(OpenDescriptors(), before);
     }
 
@@ -154,8 +182,117 @@ private Q_SLOTS:
         const int reader = ::open("pipe", O_RDONLY | O_NONBLOCK);
         QVERIFY(reader >= 0);
         const QByteArray much(1 << 20, 'x');
-        QCOMPARE(Append(QStringLiteral("pipe"), much), qint64(0));
+        QVERIFY(Append(QStringLiteral("pipe"), much));
         ::close(reader);
+    }
+
+    void rotation()
+    {
+        const QString path = QString::fromUtf8("l\xc3\xbcge.log");
+        MakeOldFile(path);
+        ForgedClock::Freeze(Now());
+        LogFile file(path);
+        QVERIFY(file.Append("one\n"));
+        const QString rotated = QString::fromUtf8("l\xc3\xbcge-2024-03-05_14-07-09.log");
+        QCOMPARE(LogText::Read(rotated), QByteArray("old\none\n"));
+        QCOMPARE(LogText::Read(path), "2024-03-05 14:07:09.042continued from " + rotated.toUtf8() + "\n");
+        QCOMPARE(FileUtilities::GetTime(path, FileTimeCreation, false), Now());
+    }
+
+    // Somebody else is at it.
+    void lockedFileIsLeftToWhoHasTheLock()
+    {
+        MakeOldFile(QStringLiteral("a.log"));
+        ForgedClock::Freeze(Now());
+        const int other = ::open("a.log", O_RDONLY | O_CLOEXEC);
+        QCOMPARE(::flock(other, LOCK_EX), 0);
+        LogFile file(QStringLiteral("a.log"));
+        QVERIFY(file.Append("one\n"));
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("old\none\n"));
+        ::close(other);
+        QVERIFY(file.Append("two\n"));
+        QCOMPARE(LogText::Read(QStringLiteral("a-2024-03-05_14-07-09.log")), QByteArray("old\none\ntwo\n"));
+    }
+
+    // A copy of the process has what was open as well, and the lock with it.
+    void lockEndsWithTheRotation()
+    {
+        MakeOldFile(QStringLiteral("a.log"));
+        MakeOldFile(QStringLiteral("a-2024-03-05_14-07-09.log")); // so that the file stays the same
+        ForgedClock::Freeze(Now());
+        gDuplicate = true;
+        const auto close = qScopeGuard([] { ::close(std::exchange(gDuplicated, -1)); });
+        QVERIFY(Append(QStringLiteral("a.log"), "one\n"));
+        QVERIFY(gDuplicated >= 0);
+        const int other = ::open("a.log", O_RDONLY | O_CLOEXEC);
+        QCOMPARE(::flock(other, LOCK_EX | LOCK_NB), 0);
+        ::close(other);
+    }
+
+    void withoutLocksItGoesOn()
+    {
+        MakeOldFile(QStringLiteral("a.log"));
+        ForgedClock::Freeze(Now());
+        gLockError = ENOLCK;
+        QVERIFY(Append(QStringLiteral("a.log"), "one\n"));
+        gLockError = 0;
+        QCOMPARE(LogText::Read(QStringLiteral("a-2024-03-05_14-07-09.log")), QByteArray("old\none\n"));
+    }
+
+    // What another process does between the batch and the rotation: this is the last moment.
+    void anotherWasFaster_data()
+    {
+        QTest::addColumn<QString>("rotated");
+        QTest::addColumn<QByteArray>("log");
+        QTest::newRow("and moved the file") << QStringLiteral("other.log") << QByteArray("new\n");
+        QTest::newRow("and moved it for good") << QStringLiteral("other.log") << QByteArray();
+        QTest::newRow("and emptied it") << QString() << QByteArray("new\n");
+    }
+    void anotherWasFaster()
+    {
+        QFETCH(QString, rotated);
+        QFETCH(QByteArray, log);
+        const QString path = QStringLiteral("a.log");
+        MakeOldFile(path);
+        ForgedClock::Freeze(Now());
+        gBeforeLock = [&] {
+            if (rotated.isEmpty())
+                QVERIFY(QFile::resize(path, 0));
+            else
+                QVERIFY(QFile::rename(path, rotated));
+            if (!log.isEmpty()) {
+                QFile file(path);
+                QVERIFY(file.open(QIODevice::Append) && file.write(log) == log.size());
+                file.close();
+                QVERIFY(FileUtilities::SetTime(path, Now(), FileTimeCreation, false));
+            }
+        };
+        QVERIFY(Append(path, "one\n"));
+        QCOMPARE(LogText::Read(rotated), rotated.isEmpty() ? QByteArray() : QByteArray("old\none\n"));
+        QCOMPARE(LogText::Read(path), log);
+        QVERIFY(!QFile::exists(QStringLiteral("a-2024-03-05_14-07-09.log")));
+    }
+
+    void whatAnotherWroteIntoTheNewFileStays()
+    {
+        const QString path = QStringLiteral("a.log");
+        MakeOldFile(path);
+        ForgedClock::Freeze(Now());
+        gAfterRename = [&] { QVERIFY(Append(path, "another's\n")); };
+        QVERIFY(Append(path, "one\n"));
+        QCOMPARE(LogText::Read(path),
+                 QByteArray("another's\n2024-03-05 14:07:09.042continued from a-2024-03-05_14-07-09.log\n"));
+    }
+
+    void linkThatComesMeanwhileIsNotFollowed()
+    {
+        const QString path = QStringLiteral("a.log");
+        MakeOldFile(path);
+        QVERIFY(Append(QStringLiteral("precious"), "precious\n"));
+        ForgedClock::Freeze(Now());
+        gAfterRename = [] { QVERIFY(QFile::link(QStringLiteral("precious"), QStringLiteral("a.log"))); };
+        QVERIFY(Append(path, "one\n"));
+        QCOMPARE(LogText::Read(QStringLiteral("precious")), QByteArray("precious\n"));
     }
 
     // What a full disk does: the write is short, then it fails.
@@ -173,18 +310,18 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, batch);
         QFETCH(QByteArray, kept);
-        LogFile::Append(QStringLiteral("a.log"), "old\n");
+        Append(QStringLiteral("a.log"), "old\n");
         const auto ignored = ::signal(SIGXFSZ, SIG_IGN);
         struct rlimit before = {};
         ::getrlimit(RLIMIT_FSIZE, &before);
         struct rlimit small = before;
         small.rlim_cur = 14;
         ::setrlimit(RLIMIT_FSIZE, &small);
-        const qint64 size = Append(QStringLiteral("a.log"), batch);
+        QVERIFY(Append(QStringLiteral("a.log"), batch));
         ::setrlimit(RLIMIT_FSIZE, &before);
         ::signal(SIGXFSZ, ignored);
-        QCOMPARE(size, qint64(4 + kept.size()));
-        LogFile::Append(QStringLiteral("a.log"), "later\n");
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), "old\n" + kept);
+        Append(QStringLiteral("a.log"), "later\n");
         QCOMPARE(LogText::Read(QStringLiteral("a.log")), "old\n" + kept + "later\n");
     }
 };

@@ -3,6 +3,7 @@
 #include "support/OrdinaryUser.h"
 #include "support/PrivateAccess.h"
 #include "support/TestMain.h"
+#include "util/CallFailure.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/Logger.h>
@@ -13,8 +14,10 @@
 #include <QtCore/QFile>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QPointer>
+#include <QtCore/QScopeGuard>
 #include <QtTest/QtTest>
 
+#include <cerrno>
 #include <sched.h>
 #include <sys/stat.h>
 
@@ -43,6 +46,18 @@ QByteArray Log()
 QStringList Files()
 {
     return QDir(TestSupport::Scratch()).entryList(QDir::Files | QDir::System, QDir::Name);
+}
+
+// What a rotation at this moment would give the log for a name, and begin the next file with.
+QString Rotated()
+{
+    return QDateTime::currentDateTime().toString(QStringLiteral("'app-'yyyy-MM-dd_hh-mm-ss'.log'"));
+}
+
+QByteArray Header()
+{
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz'continued from '")).toUtf8()
+        + Rotated().toUtf8();
 }
 
 void MakeFile(const QString& path, const QByteArray& content)
@@ -221,7 +236,7 @@ private Q_SLOTS:
         QTRY_VERIFY((worker.*LoggerWorker_iQueue()).isEmpty());
         QCOMPARE(Log(), QByteArray("one\ntwo\nthree\n"));
         QVERIFY(!(worker.*LoggerWorker_iPendingWrite()));
-        QVERIFY(worker.children().isEmpty());
+        QVERIFY(worker.findChildren<QTimer*>().isEmpty());
     }
 
     void logWithoutSchedulingLeavesTheRest()
@@ -232,7 +247,7 @@ private Q_SLOTS:
         worker.Log(false);
         QCOMPARE(Log(), QByteArray("one\n"));
         QCOMPARE(worker.*LoggerWorker_iQueue(), QList<QByteArray>{"two\n"});
-        QVERIFY(worker.children().isEmpty());
+        QVERIFY(worker.findChildren<QTimer*>().isEmpty());
     }
 
     void logOfAnEmptyQueueDoesNothing()
@@ -241,7 +256,7 @@ private Q_SLOTS:
         worker.Log(true);
         worker.onLog();
         QVERIFY(Files().isEmpty());
-        QVERIFY(worker.children().isEmpty());
+        QVERIFY(worker.findChildren<QTimer*>().isEmpty());
     }
 
     void destructionDisposesOfThePendingTimer()
@@ -394,6 +409,74 @@ private Q_SLOTS:
         QCOMPARE(QDir(QStringLiteral("folder")).entryList(QDir::Files), QStringList{kLog});
         QCOMPARE(LogText::Read(path), kHeader);
         QVERIFY(QFile::remove(path));
+    }
+
+    // Where no creation time can be set the file stays as old as it was.
+    void emptiedFileIsYoungWithoutAttributes()
+    {
+        const CallFailure noReading(CallFailure::GetAttribute, ENOTSUP);
+        const CallFailure noWriting(CallFailure::SetAttribute, ENOTSUP);
+        ForgedClock::Release();
+        MakeFile(kLog, "old\n");
+        ForgedClock::Freeze(QDateTime::currentDateTime().addDays(2));
+        LoggerWorker worker(kLog);
+        worker.onStartWorker();
+        const auto sayIt = [&worker](const QByteArray& line) {
+            MakeFile(Rotated(), "somebody else's\n"); // or the file would be moved
+            worker.onLogMessage(line);
+            return LogText::Bodies(Log());
+        };
+        const QList<QByteArray> begun{"<no stamp>" + Header()};
+        QCOMPARE(sayIt("one\n"), begun);
+        QCOMPARE(sayIt("|two\n"), begun + QList<QByteArray>{"<no stamp>|two"});
+        ForgedClock::Advance(86400999);
+        QCOMPARE(sayIt("|three\n").size(), 3);
+        ForgedClock::Advance(1);
+        QCOMPARE(sayIt("four\n"), QList<QByteArray>{"<no stamp>" + Header()});
+    }
+
+    void anotherFileIsAsOldAsItIs()
+    {
+        const CallFailure noReading(CallFailure::GetAttribute, ENOTSUP);
+        const CallFailure noWriting(CallFailure::SetAttribute, ENOTSUP);
+        ForgedClock::Release();
+        MakeFile(kLog, "old\n");
+        MakeFile(QStringLiteral("other.log"), "old, too\n");
+        ForgedClock::Freeze(QDateTime::currentDateTime().addDays(2));
+        LoggerWorker worker(kLog);
+        worker.onStartWorker();
+        worker.onLogMessage("one\n");
+        ForgedClock::Advance(1000);
+        QVERIFY(QFile::remove(kLog) && QFile::rename(QStringLiteral("other.log"), kLog));
+        worker.onLogMessage("two\n");
+        QCOMPARE(LogText::Read(Rotated()), QByteArray("old, too\ntwo\n"));
+    }
+
+    // In a folder where anybody may put a link into the log's place and only he may take it away again; for root, who
+    // may be two users, and else where nobody may take it away.
+    void linkInTheLogsPlaceIsNotEmptied()
+    {
+        QVERIFY(QDir().mkpath(QStringLiteral("shared")) && QDir().mkpath(QStringLiteral("own")));
+        const auto tidy = qScopeGuard([] {
+            ::chmod("shared", 0755);
+            QDir(QStringLiteral("shared")).removeRecursively();
+            QDir(QStringLiteral("own")).removeRecursively();
+        });
+        const QString precious = QStringLiteral("own/precious.txt");
+        MakeFile(precious, "precious\n");
+        OrdinaryUser::Own(QDir(TestSupport::Scratch()).filePath(precious));
+        QVERIFY(FileUtilities::SetTime(precious, Now().addDays(-2), FileTimeCreation, false));
+        QVERIFY(QFile::link(QStringLiteral("../own/precious.txt"), QStringLiteral("shared/app.log")));
+        QCOMPARE(::chmod("shared", OrdinaryUser::IsTestRoot() ? 01777 : 0555), 0);
+        {
+            const OrdinaryUser user;
+            LoggerWorker worker(QStringLiteral("shared/app.log"));
+            worker.onStartWorker();
+            worker.onLogMessage("one\n");
+            worker.onLogMessage("two\n");
+        }
+        QCOMPARE(LogText::Read(precious), QByteArray("precious\none\ntwo\n"));
+        QCOMPARE(QDir(QStringLiteral("shared")).entryList(QDir::Files | QDir::System), QStringList{kLog});
     }
 
     void fileThatVanishedIsBegunAnew()

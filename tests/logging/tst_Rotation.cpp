@@ -46,10 +46,10 @@ private Q_SLOTS:
 
     void names_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("rotated");
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("rotated");
         const auto row = [](const char* name, const char* path, const char* rotated) {
-            QTest::newRow(name) << QString::fromUtf8(path) << QString::fromUtf8(rotated);
+            QTest::newRow(name) << QByteArray(path) << QByteArray(rotated);
         };
         row("plain", "/logs/app.log", "/logs/app-2024-03-05_14-07-09.log");
         row("relative", "app.log", "app-2024-03-05_14-07-09.log");
@@ -60,22 +60,31 @@ private Q_SLOTS:
         row("only a suffix", "/logs/.log", "/logs/-2024-03-05_14-07-09.log");
         row("dot in the folder only", "/lo.gs/app", "/lo.gs/app-2024-03-05_14-07-09.");
         row("blanks and other letters", "/l g/\xc3\xa4 b.log", "/l g/\xc3\xa4 b-2024-03-05_14-07-09.log");
+        row("no UTF-8", "/l\xfcgs/\xe4.b\xf6", "/l\xfcgs/\xe4-2024-03-05_14-07-09.b\xf6");
         row("template marks", "/logs/%1.%2", "/logs/%1-2024-03-05_14-07-09.%2");
     }
     void names()
     {
-        QFETCH(QString, path);
-        QTEST(QDir::cleanPath(Rotation::RotatedPath(path, kWhen)), "rotated");
+        QFETCH(QByteArray, path);
+        QTEST(Rotation::RotatedPath(path, kWhen.toMSecsSinceEpoch()), "rotated");
+    }
+
+    void namesInAnyYear()
+    {
+        const qint64 when = QDateTime(QDate(12024, 3, 5), QTime(14, 7, 9, 42)).toMSecsSinceEpoch();
+        QCOMPARE(Rotation::RotatedPath("app.log", when), QByteArray("app-12024-03-05_14-07-09.log"));
+        QCOMPARE(Rotation::HeaderLine("app-12024-03-05_14-07-09.log", when),
+                 QByteArray("12024-03-05 14:07:09.042continued from app-12024-03-05_14-07-09.log\n"));
     }
 
     void header()
     {
-        QCOMPARE(Rotation::HeaderLine(QStringLiteral("/logs/app-2024-03-05_14-07-09.log"), kWhen),
+        const auto header = [](const char* path) { return Rotation::HeaderLine(path, kWhen.toMSecsSinceEpoch()); };
+        QCOMPARE(header("/logs/app-2024-03-05_14-07-09.log"),
                  QByteArray("2024-03-05 14:07:09.042continued from app-2024-03-05_14-07-09.log\n"));
-        QCOMPARE(Rotation::HeaderLine(QStringLiteral("/logs/a\n2024-03-05 14:07:09.042|1|Error|f|\r\nb.log"), kWhen),
+        QCOMPARE(header("a.log"), QByteArray("2024-03-05 14:07:09.042continued from a.log\n"));
+        QCOMPARE(header("/logs/a\n2024-03-05 14:07:09.042|1|Error|f|\r\nb.log"),
                  QByteArray("2024-03-05 14:07:09.042continued from a2024-03-05 14:07:09.042|1|Error|f|b.log\n"));
-        QCOMPARE(Rotation::HeaderLine(QString::fromUtf8("/logs/\xc3\xa4.log"), kWhen),
-                 QByteArray("2024-03-05 14:07:09.042continued from \xc3\xa4.log\n"));
     }
 };
 

@@ -59,6 +59,16 @@ extern "C" Q_DECL_EXPORT int setxattr(const char* path, const char* name, const 
     return Fails(CallFailure::SetAttribute) ? -1 : int(::syscall(SYS_setxattr, path, name, value, size, flags));
 }
 
+extern "C" Q_DECL_EXPORT ssize_t fgetxattr(int file, const char* name, void* value, size_t size) noexcept
+{
+    return Fails(CallFailure::GetAttribute) ? -1 : ::syscall(SYS_fgetxattr, file, name, value, size);
+}
+
+extern "C" Q_DECL_EXPORT int fsetxattr(int file, const char* name, const void* value, size_t size, int flags) noexcept
+{
+    return Fails(CallFailure::SetAttribute) ? -1 : int(::syscall(SYS_fsetxattr, file, name, value, size, flags));
+}
+
 extern "C" Q_DECL_EXPORT int removexattr(const char* path, const char* name) noexcept
 {
     return Fails(CallFailure::RemoveAttribute) ? -1 : int(::syscall(SYS_removexattr, path, name));

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QtCore/QtGlobal>
+
+#include <sys/types.h>
+
+class QByteArray;
+
+/// A file that is open for appending, by the name that the system has for it. It is closed with the object.
+class Descriptor
+{
+public:
+    /// Which file it is, whatever it is called.
+    struct Identity
+    {
+        dev_t iDevice;
+        ino_t iNumber;
+
+        bool operator==(const Identity& other) const { return iDevice == other.iDevice && iNumber == other.iNumber; }
+    };
+
+    /// Creates the file when missing. Further flags are open's.
+    explicit Descriptor(const QByteArray& name, int flags = 0);
+    ~Descriptor();
+
+    bool IsOpen() const { return iDescriptor >= 0; }
+    int Number() const { return iDescriptor; }
+
+    /// How much of the bytes was written. A full disk or a full pipe takes what it can.
+    int Write(const QByteArray& bytes) const;
+    /// Undoes the end of what was just written, unless somebody has written behind it. A pipe keeps what it has.
+    void TakeBack(int bytes) const;
+    /// A pipe has no size.
+    qint64 Size() const;
+    /// Whether the name leads to this file.
+    bool IsAt(const QByteArray& name) const;
+    Identity Which() const;
+
+    /// Keeps other processes from doing the same with this file at the same time. False when one is at it; true, too,
+    /// where the file system knows no locks.
+    bool Lock() const;
+    void Unlock() const;
+
+private:
+    Q_DISABLE_COPY(Descriptor)
+
+    int iDescriptor = -1;
+};
