@@ -3,6 +3,7 @@
 //   soak [minutes]
 
 #include "DiskFaults.h"
+#include "Ends.h"
 #include "Kills.h"
 #include "Load.h"
 #include "support/TestMain.h"
@@ -19,6 +20,7 @@ using TestSupport::Scenario;
 namespace {
 
 constexpr int kDefaultMinutes = 10;
+constexpr int kEnds = 1000;
 constexpr int kMostMinutes = 24 * 60;
 constexpr Load::Plan kLoad{16, 312500, 6};
 
@@ -100,6 +102,13 @@ void RunFaults(const QDeadlineTimer& deadline)
     }
 }
 
+void RunEnds()
+{
+    const Ends::Outcome outcome = Ends::UnderLoad(kEnds, false);
+    Row("threads may log while the process ends", Number(outcome.iEnds) + " ends",
+        Number(outcome.iLines) + " lines found, all whole; one file each", outcome.iFault);
+}
+
 // Alternately, until the time is up.
 void RunKills(quint32 seed, const QDeadlineTimer& deadline)
 {
@@ -127,6 +136,7 @@ int Soak(int minutes)
     std::printf("seed %u\n\n| promise | load | result |\n| --- | --- | --- |\n", seed);
     RunLoad(deadline);
     RunFaults(deadline);
+    RunEnds();
     RunKills(seed, deadline);
     return gAllKept ? 0 : 1;
 }

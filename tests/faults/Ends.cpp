@@ -1,0 +1,105 @@
+#include "Ends.h"
+
+#include "Lines.h"
+#include "support/LogText.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/Logger.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QThread>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
+
+using TestSupport::Scenario;
+
+namespace {
+
+// To encode its name takes the framework's codecs, which are gone before the process is.
+constexpr const char* kLog = "l\xc3\xbcge.log";
+constexpr const char* kStop = "stop";
+constexpr int kPageBytes = 4096;
+
+bool HasBegun()
+{
+    struct stat status = {};
+    return ::stat(kLog, &status) == 0 && status.st_size > 0;
+}
+
+// Others go on logging while the process ends.
+const Scenario endsUnderLoad("endsUnderLoad", [](const QStringList& arguments) {
+    Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
+    Logger::SetLoggerFileName(QString::fromUtf8(kLog), false);
+    static std::atomic<int> lines{0};
+    for (int thread = 1; thread <= 3; ++thread) {
+        std::thread([thread] {
+            for (int number = 0;; ++number) {
+                Lines::Say(thread, number);
+                ++lines;
+            }
+        }).detach();
+    }
+    while (lines < 3000 || !HasBegun())
+        QThread::yieldCurrentThread();
+    if (arguments.contains(QLatin1String(kStop)))
+        Logger::StopLogging();
+    return 0;
+});
+
+// By their names as the system has them: the framework leaves out what it cannot decode.
+using Files = QMap<QByteArray, QByteArray>;
+
+// What is in a folder, which goes with it.
+Files Take(const QString& path)
+{
+    const std::filesystem::path folder(QFile::encodeName(path).toStdString());
+    Files files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        QByteArray text(int(entry.file_size()), '\0');
+        std::ifstream(entry.path(), std::ios::binary).read(text.data(), text.size());
+        files.insert(QByteArray::fromStdString(entry.path().filename().string()), text);
+    }
+    std::filesystem::remove_all(folder);
+    return files;
+}
+
+void JudgeLog(QByteArray text, Ends::Outcome& outcome)
+{
+    if (text.isEmpty())
+        outcome.iFault = "the log is empty";
+    // The system gives a write up where a page of the file ends when the process is gone meanwhile.
+    if (text.size() % kPageBytes == 0)
+        text.truncate(text.lastIndexOf('\n') + 1);
+    const QList<QByteArray> bodies = LogText::Bodies(text);
+    for (const QByteArray& body : bodies) {
+        if (!Lines::Whose(body) && !body.contains("|Logger::StopLogging|"))
+            outcome.iFault = "torn: " + body;
+    }
+    outcome.iLines += bodies.size();
+}
+
+} // namespace
+
+Ends::Outcome Ends::UnderLoad(int ends, bool stops)
+{
+    qputenv("LC_ALL", "C.UTF-8");
+    const QStringList arguments{stops ? QString::fromLatin1(kStop) : QString()};
+    Outcome outcome;
+    while (outcome.iEnds < ends && outcome.iFault.isEmpty()) {
+        const auto result = TestSupport::RunScenario("endsUnderLoad", arguments);
+        const Files files = Take(result.iFolder.path());
+        ++outcome.iEnds;
+        if (!result.IsOk())
+            outcome.iFault = result.Describe();
+        else if (files.keys() != QList<QByteArray>{kLog})
+            outcome.iFault = "files: " + files.keys().join(' ');
+        else
+            JudgeLog(files.first(), outcome);
+    }
+    return outcome;
+}
