@@ -73,7 +73,7 @@ void LogFile::StartNew(const QByteArray& header, bool isMoved, qint64 nowMSecs)
     if (!file.IsOpen())
         return;
     file.Write(header);
-    iStart.reset();
-    if (!FileInfoMac(iPath).SetCreationMSecs(nowMSecs, file.Number()))
-        iStart = Start{file.Which(), nowMSecs};
+    iStart = Start{file.Which(), nowMSecs};
+    if (FileInfoMac(iPath).SetCreationMSecs(nowMSecs, file.Number()))
+        iStart.reset();
 }

@@ -5,6 +5,7 @@
 #include <NeroltOrvaneBase/LoggerWorker.h>
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 
+// There is nobody to tell that there is no memory: what the writer was at is dropped, and it goes on.
 
 LoggerWorker::LoggerWorker(const QString& fileName)
     : iFileName(fileName)
@@ -26,7 +27,7 @@ void LoggerWorker::onLogMessage(const QByteArray& batch)
 {
     if (!iRunning)
         return;
-    iQueue.append(batch);
+    Swallow([&] { iQueue.append(batch); });
     Log(true);
 }
 
@@ -35,7 +36,7 @@ void LoggerWorker::onLog()
     if (RegisteredTimer* const timer = iPendingWrite) {
         timer->stop();
         iPendingWrite = nullptr;
-        RegisteredTimer::CleanupTimer(timer, this);
+        Swallow([&] { RegisteredTimer::CleanupTimer(timer, this); });
     }
     Log(true);
 }
@@ -43,7 +44,7 @@ void LoggerWorker::onLog()
 void LoggerWorker::onStopWorker(const QByteArray& batch)
 {
     iRunning = false;
-    iQueue.append(batch);
+    Swallow([&] { iQueue.append(batch); });
     while (!iQueue.isEmpty())
         Log(false);
     BatchPool::Idle();
@@ -53,10 +54,13 @@ void LoggerWorker::Log(bool scheduleMore)
 {
     if (iQueue.isEmpty())
         return;
-    WriteBatch(iQueue.first());
-    BatchPool::GiveBack(iQueue.takeFirst());
+    Swallow([this] {
+        const QByteArray batch = iQueue.takeFirst(); // or it would be tried again
+        WriteBatch(batch);
+        BatchPool::GiveBack(batch);
+    });
     if (scheduleMore && !iQueue.isEmpty())
-        iPendingWrite = RegisteredTimer::singleShot(0, this, SLOT(onLog()));
+        Swallow([this] { iPendingWrite = RegisteredTimer::singleShot(0, this, SLOT(onLog())); });
 }
 
 void LoggerWorker::WriteBatch(const QByteArray& batch)

@@ -12,7 +12,7 @@ class RegisteredTimer;
 /// Writes the log file: appends batches of lines, and starts a new file when it has grown too large or too old.
 ///
 /// It lives on the logging thread and is called only there. The file is opened for each batch and closed again. A batch
-/// that cannot be written is dropped without a word.
+/// that cannot be written, for want of memory too, is dropped without a word.
 ///
 /// Right after the batch that took the file over 104857600 bytes, or that found it more than 86400 seconds old, the
 /// file is renamed within its folder to "<complete base name>-yyyy-MM-dd_hh-mm-ss.<suffix>", and a new one begins with

@@ -1,3 +1,4 @@
+#include "ScarceMemory.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/Logger.h>
@@ -5,34 +6,14 @@
 
 #include <QtTest/QtTest>
 
-#include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <limits>
 
 using TestSupport::Scenario;
 
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-}
-
 namespace {
 
 constexpr int kPlenty = std::numeric_limits<int>::max();
-
-// How often this thread gets memory before it gets none.
-thread_local int gLeft = kPlenty;
-
-bool IsRefused()
-{
-    if (gLeft == kPlenty || gLeft-- > 0)
-        return false;
-    gLeft = 0;
-    errno = ENOMEM;
-    return true;
-}
 
 struct Attempt
 {
@@ -44,14 +25,13 @@ struct Attempt
 Attempt TraceWith(int allocations)
 {
     Attempt attempt;
-    gLeft = allocations;
+    ScarceMemory::Begin(allocations);
     try {
         attempt.iText = StackTrace::TraceCode();
     } catch (...) {
         attempt.iHasThrown = true;
     }
-    attempt.iHasLacked = gLeft == 0;
-    gLeft = kPlenty;
+    attempt.iHasLacked = ScarceMemory::End();
     return attempt;
 }
 
@@ -77,21 +57,6 @@ const Scenario memoryEnds("memoryEnds", [](const QStringList& arguments) {
 });
 
 } // namespace
-
-extern "C" Q_DECL_EXPORT void* malloc(std::size_t size) noexcept
-{
-    return IsRefused() ? nullptr : __libc_malloc(size);
-}
-
-extern "C" Q_DECL_EXPORT void* realloc(void* memory, std::size_t size) noexcept
-{
-    return IsRefused() ? nullptr : __libc_realloc(memory, size);
-}
-
-extern "C" Q_DECL_EXPORT void* calloc(std::size_t count, std::size_t size) noexcept
-{
-    return IsRefused() ? nullptr : __libc_calloc(count, size);
-}
 
 class tst_StackTraceNoMemory : public QObject
 {
