@@ -197,6 +197,10 @@ private Q_SLOTS:
         QCOMPARE(LogText::Read(rotated), QByteArray("old\none\n"));
         QCOMPARE(LogText::Read(path), "2024-03-05 14:07:09.042continued from " + rotated.toUtf8() + "\n");
         QCOMPARE(FileUtilities::GetTime(path, FileTimeCreation, false), Now());
+        // What the file says of itself counts.
+        QVERIFY(QFile::remove(rotated) && FileUtilities::SetTime(path, Now().addDays(-2), FileTimeCreation, false));
+        QVERIFY(file.Append("two\n"));
+        QVERIFY(LogText::Read(rotated).endsWith("\ntwo\n"));
     }
 
     // Somebody else is at it.
