@@ -10,6 +10,10 @@
 #include <QtCore/QProcess>
 #include <QtCore/QTextStream>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 // The logs are the report's only state: who wants it anew deletes them. Nothing here is told of a failure, since a
 // report may be made on a machine on which nothing else works; what could not be collected is missing from it.
 
@@ -54,21 +58,40 @@ void RemoveIfThere(const QString& path)
         QFile::remove(path);
 }
 
-void WriteScript(const QString& path, const QString& text)
+// In a folder that many share, somebody else's file may have the name and stay. Neither a link nor a pipe is followed.
+bool OpenOwnFile(QFile& file, const QString& path)
 {
-    RemoveIfThere(path);
-    QFile script(path);
-    const bool isOpen = script.open(QIODevice::WriteOnly);
-    LogDetail("", text);
-    if (isOpen)
-        script.write(text.toUtf8());
+    constexpr mode_t kByUmask = 0666;
+    const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int descriptor = ::open(QFile::encodeName(path).constData(), flags, kByUmask);
+    struct stat status = {};
+    const bool isOwn = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)
+        && status.st_uid == ::geteuid() && ::ftruncate(descriptor, 0) == 0;
+    if (isOwn)
+        return file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+    if (descriptor >= 0)
+        ::close(descriptor);
+    return false;
 }
 
-void Start(const QString& script)
+// Whether the script is ours, and whole.
+bool WriteScript(const QString& path, const QString& text)
 {
+    RemoveIfThere(path);
+    QFile script;
+    const bool isOpen = OpenOwnFile(script, path);
+    LogDetail("", text);
+    const QByteArray bytes = text.toUtf8();
+    return isOpen && script.write(bytes) == bytes.size();
+}
+
+void WriteAndStart(const QString& script, const QString& text)
+{
+    const bool isWritten = WriteScript(script, text);
     const QStringList arguments(script);
     LogDetail("args are ", arguments.join(QLatin1Char(' ')));
-    QProcess::startDetached(QStringLiteral("sh"), arguments);
+    if (isWritten)
+        QProcess::startDetached(QStringLiteral("sh"), arguments);
 }
 
 } // namespace
@@ -83,16 +106,11 @@ void SystemConfig::ReportSystemDetails()
     if (!QFile::exists(diagnosticLog)) {
         const QString program = QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("qtdiag"));
         LogDetail("program path is ", program);
-        const QString script = DiagnosticSh(logs);
-        WriteScript(script, ReportText::DiagnosticScript(program, diagnosticLog));
-        Start(script);
+        WriteAndStart(DiagnosticSh(logs), ReportText::DiagnosticScript(program, diagnosticLog));
     }
     const QString graphicsLog = GraphicsLog(logs);
-    if (!QFile::exists(graphicsLog)) {
-        const QString script = GraphicsSh(logs);
-        WriteScript(script, Host::GraphicsScript(graphicsLog));
-        Start(script);
-    }
+    if (!QFile::exists(graphicsLog))
+        WriteAndStart(GraphicsSh(logs), Host::GraphicsScript(graphicsLog));
 }
 
 bool SystemConfig::SystemDetailsExist()

@@ -117,10 +117,12 @@ public:
     /// @name Report for the support
     /// Two logs in the folder Logs of the user's data, which must be there. Failures are silent. The paths of the
     /// user's data and of the program are put into scripts for "sh" in double quotes: they must not hold a double
-    /// quote, a backquote, a dollar sign or a backslash. One caller at a time.
+    /// quote, a backquote, a dollar sign or a backslash. The shell takes these for its own: it executes what stands in
+    /// "$(...)" in a path. One caller at a time.
     /// @{
 
-    /// Starts the collectors, those that have not left a log yet, and returns at once. Logs at trace and debug level.
+    /// Starts the collectors, those that have not left a log yet, and returns at once. A collector whose script is not
+    /// the user's own file, wholly written by this call, is not started. Logs at trace and debug level.
     static void ReportSystemDetails();
     /// Whether both logs are there. The collectors may still be writing.
     static bool SystemDetailsExist();

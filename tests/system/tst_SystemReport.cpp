@@ -15,8 +15,10 @@
 #include <QtTest/QtTest>
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using TestSupport::Scenario;
@@ -51,6 +53,17 @@ const Scenario ordinaryReport("ordinaryReport", [](const QStringList& arguments)
         SystemConfig::SetTestPath(arguments[0]);
         SystemConfig::ReportSystemDetails();
     });
+});
+
+// Whether the disk is full for scripts, so that they are cut short.
+bool gIsFull = false;
+
+const Scenario fullReport("fullReport", [](const QStringList& arguments) {
+    gIsFull = true;
+    const InstalledHook hook;
+    SystemConfig::SetTestPath(arguments[0]);
+    SystemConfig::ReportSystemDetails();
+    return 0;
 });
 
 bool Write(const QString& path, const QByteArray& bytes, QFile::Permissions more = {})
@@ -161,7 +174,28 @@ QString PathWith(const QString& folder)
     return folder + Text(":") + QString::fromLocal8Bit(qgetenv("PATH"));
 }
 
+bool IsScript(int file)
+{
+    char path[4096];
+    const QByteArray link = "/proc/self/fd/" + QByteArray::number(file);
+    const ssize_t size = ::readlink(link.constData(), path, sizeof path);
+    return QByteArray(path, int(std::max<ssize_t>(size, 0))).endsWith(".sh");
+}
+
 } // namespace
+
+extern "C" Q_DECL_EXPORT ssize_t write(int file, const void* bytes, size_t size)
+{
+    constexpr size_t kRoom = 20;
+    if (gIsFull && IsScript(file)) {
+        if (::lseek(file, 0, SEEK_CUR) > 0) {
+            errno = ENOSPC;
+            return -1;
+        }
+        size = std::min(size, kRoom);
+    }
+    return ::syscall(SYS_write, file, bytes, size);
+}
 
 class tst_SystemReport : public QObject
 {
@@ -341,7 +375,7 @@ private Q_SLOTS:
         const auto result = Recorded("report", {QString::number(kAll & ~LoggerDefs::Trace), iFolder + Text("/t")});
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(Tree(iLogs), Texts({"graphics.sh", "qtdiag.sh/", "qtdiag.sh/x/"}));
-        QCOMPARE(Starts(), StartsOf(Both(iLogs)));
+        QCOMPARE(Starts(), StartsOf({iLogs + Text("/graphics.sh")}));
         QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
         QCOMPARE(result.iStdout + result.iStderr, QByteArray());
     }
@@ -363,7 +397,7 @@ private Q_SLOTS:
         QCOMPARE(QProcess::execute(Text("sh"), {Text("-c"), Text(way)}), 0);
         const auto result = Recorded("report", {QString::number(kAll & ~LoggerDefs::Trace), iFolder + Text("/t")});
         QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(Starts(), StartsOf(Both(iLogs)));
+        QCOMPARE(Starts(), QList<QStringList>());
         QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
         QCOMPARE(result.iStdout + result.iStderr, QByteArray());
         QVERIFY(QDir(Text("starts")).removeRecursively() && QDir(Text("record")).removeRecursively());
@@ -424,6 +458,55 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QVERIFY(hasEnded);
         QCOMPARE(LogText::Read(script), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
+    }
+
+    // What stands in the script's place and cannot be removed: not by the user, in a folder that may be shared.
+    void scriptsThatAreNotTheUsersAreNotStarted_data()
+    {
+        QTest::addColumn<QByteArray>("way");
+        QTest::addColumn<int>("mode"); // of the folder
+        QTest::newRow("link to the user's file") << QByteArray("ln -s ../../mine t/Logs/qtdiag.sh") << 0555;
+        QTest::newRow("link to nowhere") << QByteArray("ln -s ../../none t/Logs/qtdiag.sh") << 0555;
+        QTest::newRow("pipe") << QByteArray("mkfifo -m 666 t/Logs/qtdiag.sh") << 0555;
+        if (!OrdinaryUser::IsTestRoot())
+            return;
+        const QByteArray stranger = "cp mine t/Logs/qtdiag.sh; chown 65533 t/Logs/qtdiag.sh; chmod ";
+        QTest::newRow("a stranger's") << stranger + "644 t/Logs/qtdiag.sh" << 01777;
+        QTest::newRow("a stranger's, open to all") << stranger + "666 t/Logs/qtdiag.sh" << 01777;
+    }
+    void scriptsThatAreNotTheUsersAreNotStarted()
+    {
+        QFETCH(QByteArray, way);
+        QFETCH(int, mode);
+        const QByteArray old("old");
+        QVERIFY(QDir().mkpath(iLogs) && Write(Text("mine"), old));
+        QCOMPARE(QProcess::execute(Text("sh"), {Text("-c"), Text(way)}), 0);
+        OrdinaryUser::Own(iFolder + Text("/mine"));
+        OrdinaryUser::Own(iFolder);
+        if (mode == 0555)
+            OrdinaryUser::Own(iLogs);
+        QCOMPARE(::chmod(iLogs.toUtf8().constData(), mode_t(mode)), 0);
+        const auto result = Recorded("ordinaryReport", {iFolder + Text("/t")});
+        const QStringList tree = Tree(iFolder);
+        QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0755), 0);
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QStringList expected;
+        if (mode != 0555)
+            expected += iLogs + Text("/graphics.sh");
+        QCOMPARE(Starts(), StartsOf(expected));
+        QCOMPARE(LogText::Read(Text("mine")), old);
+        QVERIFY(!QFile::exists(Text("none")));
+        if (QFileInfo(iLogs + Text("/qtdiag.sh")).isFile())
+            QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")), old);
+    }
+
+    void scriptsThatWereCutShortAreNotStarted()
+    {
+        QVERIFY(QDir().mkpath(iLogs));
+        const auto result = Recorded("fullReport", {iFolder + Text("/t")});
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(Starts(), QList<QStringList>());
+        QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")).size(), 20);
     }
 
     void wholeLife_data()
@@ -576,7 +659,7 @@ private:
     TestSupport::ScenarioResult Recorded(const char* name, const QStringList& arguments)
     {
         TestSupport::ScenarioResult none;
-        if (!QDir().mkdir(Text("starts"))
+        if (!QDir().mkdir(Text("starts")) || ::chmod("starts", 0777) != 0
             || !WriteProgram(Text("record/sh"), "printf '%s\\0' \"$@\" > " + iFolder.toUtf8() + "/starts/$$"))
             return none;
         DetachedScenario scenario;
