@@ -50,9 +50,13 @@ add_library(NeroltOrvaneBase SHARED
   logging/Stamp.cpp
   logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
+  settings/IniDisk.cpp
   settings/IniFile.cpp
+  settings/IniSettings.cpp
   settings/IniString.cpp
+  settings/IniText.cpp
   settings/SettingsIniFile.cpp
+  settings/StreamedValue.cpp
   system/HostWords.cpp
   system/ReportText.cpp
   system/SystemConfig.cpp
@@ -76,6 +80,7 @@ if(APPLE)
     logging/FreeMemory_mac.cpp
     logging/Rename_mac.cpp
     logging/WriterThread_mac.cpp
+    settings/FileTime_mac.cpp
     system/Host_mac.cpp
     util/DiskSpace_mac.cpp
     util/FileInfoMac_mac.mm)
@@ -89,6 +94,7 @@ else()
     logging/FreeMemory_linux.cpp
     logging/Rename_linux.cpp
     logging/WriterThread_linux.cpp
+    settings/FileTime_linux.cpp
     system/Host_linux.cpp
     util/DiskSpace_linux.cpp
     util/FileAttributes_linux.cpp

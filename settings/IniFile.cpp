@@ -1,3 +1,5 @@
+#include "IniSettings.h"
+
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
@@ -18,14 +20,20 @@ const char* const gAutoDownloadsEndTime = "AutoDownloadsEnd";
 
 namespace {
 
-std::unique_ptr<QSettings> Open(const QString& filePath)
+// All that an object holds are of this kind.
+IniSettings& Of(const std::unique_ptr<QSettings>& settings)
 {
-    return std::make_unique<QSettings>(filePath, QSettings::IniFormat);
+    return static_cast<IniSettings&>(*settings);
 }
 
-std::unique_ptr<QSettings> OpenAgain(const QSettings* settings)
+std::unique_ptr<QSettings> Open(const QString& filePath)
 {
-    return settings ? std::make_unique<QSettings>(settings->fileName(), settings->format()) : nullptr;
+    return std::make_unique<IniSettings>(filePath);
+}
+
+std::unique_ptr<QSettings> OpenAgain(const std::unique_ptr<QSettings>& settings)
+{
+    return settings ? Open(Of(settings).Path()) : nullptr;
 }
 
 class Group
@@ -85,21 +93,41 @@ void LogSetting(const char* what, const QVariant& value, const QString& key, con
                              + QLatin1String(", section ") + group);
 }
 
-bool MergeGroup(const QString& group, QSettings& source, QSettings& target, bool overwrite)
+bool MergeGroup(const QString& group, QSettings& source, const QSettings& there, IniSettings& target, bool overwrite)
 {
     const Group sourceGroup(source, group);
-    const Group targetGroup(target, group);
     bool changed = false;
     const QStringList keys = source.childKeys();
     for (const QString& key : keys) {
-        if (key.isEmpty() || (!overwrite && !target.value(key).isNull()))
+        const QString path = group + QLatin1Char('/') + key;
+        if (key.isEmpty() || (!overwrite && !there.value(path).isNull()))
             continue; // the framework stores nothing without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
-        target.setValue(key, value);
+        target.Set(path, value);
         changed = true;
     }
     return changed;
+}
+
+bool Find(QSettings& settings, const QString& group, const QString& key, QString& text)
+{
+    const Group open(settings, group);
+    text = IniFile::SettingValue(settings.value(key), false);
+    // An empty text may stand for a value that has none.
+    return !text.isEmpty() || settings.contains(key);
+}
+
+bool FindAnywhere(IniSettings& settings, const QString& group, const QString& key, QString& text)
+{
+    const bool isReadable = settings.Refresh();
+    if (const IniSettings::Change* const change = settings.Unsaved(group, key)) {
+        text = IniFile::SettingValue(change->iValue, false);
+        return !change->iIsRemoval;
+    }
+    if (isReadable)
+        return Find(settings, group, key, text);
+    return Find(ReadableIni(settings.Path(), ReadableIni::Refused::Empty).Settings(), group, key, text);
 }
 
 QTime DefaultTime(const QString& key)
@@ -116,7 +144,7 @@ IniFile::IniFile(const QString& filePath)
 
 IniFile::IniFile(const IniFile& other)
     : IIniFileBase(other)
-    , iSettings(OpenAgain(other.iSettings.get()))
+    , iSettings(OpenAgain(other.iSettings))
 {
 }
 
@@ -124,7 +152,7 @@ IniFile& IniFile::operator=(const IniFile& other)
 {
     if (this != &other) {
         iSettings.reset();
-        iSettings = OpenAgain(other.iSettings.get());
+        iSettings = OpenAgain(other.iSettings);
     }
     return *this;
 }
@@ -146,18 +174,15 @@ void IniFile::SetFilePath(const QString& filePath)
 
 QString IniFile::GetFileName() const
 {
-    return iSettings ? iSettings->fileName() : QString();
+    return iSettings ? Of(iSettings).Path() : QString();
 }
 
 bool IniFile::GetKeyValue(const QString& group, const QString& key, QString& value) const
 {
     if (!iSettings)
         return false;
-    const Group open(*iSettings, group);
-    iSettings->sync();
-    const QString text = SettingValue(iSettings->value(key), false);
-    // An empty text may stand for a value that has none.
-    if (text.isEmpty() && !iSettings->contains(key))
+    QString text;
+    if (!FindAnywhere(Of(iSettings), group, key, text))
         return false;
     value = text;
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
@@ -170,18 +195,24 @@ void IniFile::SetKeyValue(const QString& group, const QString& key, const QVaria
 {
     if (!iSettings)
         return;
-    const Group open(*iSettings, group);
-    iSettings->setValue(key, value);
-    iSettings->sync();
+    IniSettings& settings = Of(iSettings);
+    {
+        const Group open(settings, group);
+        settings.Set(key, value);
+    }
+    settings.Save();
 }
 
 void IniFile::RemoveKey(const QString& group, const QString& key)
 {
     if (!iSettings)
         return;
-    const Group open(*iSettings, group);
-    iSettings->remove(key);
-    iSettings->sync();
+    IniSettings& settings = Of(iSettings);
+    {
+        const Group open(settings, group);
+        settings.Remove(key);
+    }
+    settings.Save();
 }
 
 bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSection)
@@ -196,14 +227,20 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
             Logger::LogWarning(func, QStringLiteral("The file to merge is empty"));
         return false;
     }
-    QSettings source(mergeFilePath, QSettings::IniFormat);
+    ReadableIni readable(mergeFilePath);
+    QSettings& source = readable.Settings();
     source.setFallbacksEnabled(false);
+    IniSettings& target = Of(iSettings);
+    std::unique_ptr<ReadableIni> rest;
+    if (!target.IsReadable())
+        rest = std::make_unique<ReadableIni>(target.Path(), ReadableIni::Refused::Empty);
+    const QSettings& there = rest ? rest->Settings() : target;
     bool changed = false;
     const QStringList groups = source.childGroups();
     for (const QString& group : groups) {
         // A section without a name is the top level to the framework.
         if (!group.isEmpty())
-            changed |= MergeGroup(group, source, *iSettings, group == overwriteSection);
+            changed |= MergeGroup(group, source, there, target, group == overwriteSection);
     }
     return changed;
 }

@@ -1,3 +1,5 @@
+#include "IniSettings.h"
+
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
@@ -47,11 +49,11 @@ QVariant ValueOf(const QSettings& file, const QString& key)
 }
 
 // To the framework, removing a key without a name, and separators are none, is removing the whole section.
-void RemoveOne(QSettings& file, const QString& key)
+void RemoveOne(IniSettings& file, const QString& key)
 {
     const bool hasName = std::any_of(key.cbegin(), key.cend(), [](QChar c) { return c != kSeparator; });
     if (hasName)
-        file.remove(key);
+        file.Remove(key);
 }
 
 } // namespace
@@ -110,7 +112,8 @@ bool SettingsIniFile::ReadFile(const QString& path)
     constexpr const char* func = "SettingsIniFile::ReadFile";
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug(func, QLatin1String("The file is ") + path);
-    const QSettings file(path, QSettings::IniFormat);
+    ReadableIni readable(path);
+    const QSettings& file = readable.Settings();
     QStringList keys = file.allKeys();
     const QVector<Group> groups = GroupsOf(keys);
     for (const Group& group : groups) {
@@ -147,7 +150,7 @@ void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QSt
 
 bool SettingsIniFile::WriteFile(const QString& path) const
 {
-    QSettings file(path, QSettings::IniFormat);
+    IniSettings file(path);
     const bool isWritable = file.isWritable();
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
         Logger::LogDebug("SettingsIniFile::WriteFile",
@@ -158,7 +161,7 @@ bool SettingsIniFile::WriteFile(const QString& path) const
     for (auto section = iSections.cbegin(); section != iSections.cend(); ++section) {
         file.beginGroup(section.key());
         for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
-            file.setValue(value.key(), value.value());
+            file.Set(value.key(), value.value());
         file.endGroup();
     }
     // Last, so that a key which was removed and set again is out of the file.
@@ -168,7 +171,7 @@ bool SettingsIniFile::WriteFile(const QString& path) const
             RemoveOne(file, value.key());
         file.endGroup();
     }
-    return true;
+    return file.Save();
 }
 
 bool SettingsIniFile::GetKeyValue(const QString& group, const QString& key, QString& value) const

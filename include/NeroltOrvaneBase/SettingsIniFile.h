@@ -29,13 +29,13 @@ public:
     void Clear();
 
     /// Adds the values of a file: keys directly in named sections. Always true; a file that is missing or cannot be
-    /// read adds nothing. Blocks for the disk. Logs at debug and trace level.
+    /// read, and a path that is no file, add nothing. Nor do values in the framework's binary notation that it cannot
+    /// decode safely. Blocks for the disk. Logs at debug and trace level.
     bool ReadFile(const QString& path);
 
     /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
     /// removed and even if it was set again, together with what is nested below it ("x/y" below "x"). Other keys of the
-    /// file stay; comments do not. False when the file cannot be written; errors in the midst of writing go unnoticed.
-    /// Blocks for the disk. Logs at debug level.
+    /// file stay; comments do not. False when this is not in the file afterwards; the file is then as it was. Blocks for the disk. Logs at debug level.
     bool WriteFile(const QString& path) const;
 
     /// Logs a hit at trace level.

@@ -1,4 +1,5 @@
 #include "Fuzz.h"
+#include "settings/IniSettings.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
@@ -6,7 +7,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QMap>
-#include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
 
 namespace {
@@ -24,7 +24,8 @@ void Write(const QString& path, const std::uint8_t* bytes, std::size_t size)
 Values Read(const QString& path, const IniFile& store)
 {
     Values values;
-    QSettings file(path, QSettings::IniFormat);
+    ReadableIni readable(path);
+    QSettings& file = readable.Settings();
     for (const QString& group : file.childGroups()) {
         if (group.isEmpty())
             continue;
@@ -51,7 +52,8 @@ void Check(const Values& values, const SettingsIniFile& store)
 
 } // namespace
 
-// Both stores find in any file what the framework finds in it, and it survives being written to another one.
+// Both stores find in any file what the framework finds in it, but for values that it must not decode, and it survives
+// being written to another one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     // In memory where there is such a folder: the framework has each file written to the disk before it goes on.

@@ -47,7 +47,7 @@ void LimitFiles(rlim_t bytes)
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-// The framework does not notice that a small file was cut short. What the object holds is still whole.
+// The framework does not notice that a small file was cut short.
 const Scenario fullDisk("fullDisk", [](const QStringList&) {
     const QString path = QStringLiteral("full.ini");
     IniFile ini(path);
@@ -55,9 +55,7 @@ const Scenario fullDisk("fullDisk", [](const QStringList&) {
     LimitFiles(1000);
     const QByteArray large(3000, 'x');
     ini.SetKeyValue(kGroup, kKey, QString::fromLatin1(large));
-    const QByteArray onDisk = Read(path);
-    const bool isKnown = onDisk == "[A]\nk=old\n" || ("[A]\nk=" + large + "\n").startsWith(onDisk);
-    if (!isKnown || Get(ini).toLatin1() != large || Entries(QStringLiteral(".")) != QStringList{path})
+    if (Read(path) != "[A]\nk=old\n" || Get(ini).toLatin1() != large || Entries(QStringLiteral(".")) != QStringList{path})
         return 1;
     LimitFiles(RLIM_INFINITY);
     ini.SetKeyValue(kGroup, QStringLiteral("b"), 1);

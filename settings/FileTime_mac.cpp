@@ -1,0 +1,6 @@
+#include "FileTime.h"
+
+timespec ModifiedAt(const struct stat& status)
+{
+    return status.st_mtimespec;
+}

@@ -1,0 +1,250 @@
+#include "IniDisk.h"
+
+#include "FileTime.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRandomGenerator>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+using namespace IniDisk;
+
+namespace {
+
+constexpr int kTries = 8; ///< of what failed for once
+constexpr int kUniqueSize = 6; ///< of the framework's temporary files
+constexpr mode_t kAllModes = 07777;
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int file)
+        : iFile(file)
+    {
+    }
+    ~Descriptor()
+    {
+        if (iFile >= 0)
+            ::close(iFile);
+    }
+    operator int() const { return iFile; }
+
+private:
+    Q_DISABLE_COPY(Descriptor)
+
+    const int iFile;
+};
+
+QByteArray Encoded(const QString& path)
+{
+    return QFile::encodeName(path);
+}
+
+template <typename Function>
+bool Try(const Function& function)
+{
+    for (int i = 0; i < kTries; ++i) {
+        if (function())
+            return true;
+    }
+    return false;
+}
+
+Kind KindOf(mode_t mode)
+{
+    if (S_ISREG(mode))
+        return Kind::File;
+    return S_ISDIR(mode) ? Kind::Folder : Kind::Other;
+}
+
+bool ReadOnce(const QString& path, QByteArray& bytes)
+{
+    bytes.clear();
+    const Descriptor file(::open(Encoded(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    if (file < 0)
+        return errno == ENOENT;
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    bytes.reserve(int(std::min<off_t>(status.st_size, INT_MAX)));
+    char part[65536];
+    for (;;) {
+        const ssize_t count = ::read(file, part, sizeof part);
+        if (count <= 0)
+            return count == 0;
+        bytes.append(part, int(count));
+    }
+}
+
+bool WriteAll(int file, const QByteArray& bytes)
+{
+    for (int at = 0; at < bytes.size();) {
+        const ssize_t count = ::write(file, bytes.constData() + at, size_t(bytes.size() - at));
+        if (count <= 0)
+            return false;
+        at += int(count);
+    }
+    return true;
+}
+
+QString NewNameBeside(const QString& path)
+{
+    QString name = path + QLatin1Char('.');
+    for (int i = 0; i < kUniqueSize; ++i)
+        name += QLatin1Char(char('a' + QRandomGenerator::system()->bounded(26)));
+    return name;
+}
+
+// With the mode of the file that is there, if any.
+bool WriteNew(const QString& path, const QByteArray& bytes, const QString& like)
+{
+    struct stat status = {};
+    const bool hasLike = ::stat(Encoded(like).constData(), &status) == 0;
+    const Descriptor file(
+        ::open(Encoded(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, hasLike ? 0600 : 0666));
+    if (file < 0)
+        return false;
+    QByteArray written;
+    const bool isWhole = WriteAll(file, bytes) && (!hasLike || ::fchmod(file, status.st_mode & kAllModes) == 0)
+        && ::fsync(file) == 0 && Read(path, written) && written == bytes;
+    if (!isWhole)
+        ::unlink(Encoded(path).constData());
+    return isWhole;
+}
+
+bool Rename(const QString& from, const QString& to)
+{
+    return Try([&] { return std::rename(Encoded(from).constData(), Encoded(to).constData()) == 0; });
+}
+
+bool IsUnique(const QString& name)
+{
+    return name.size() == kUniqueSize && std::all_of(name.begin(), name.end(), [](QChar c) {
+               const ushort lower = c.unicode() | 0x20;
+               return lower >= 'a' && lower <= 'z';
+           });
+}
+
+} // namespace
+
+bool IniDisk::operator==(const State& left, const State& right)
+{
+    return left.iKind == right.iKind && left.iDevice == right.iDevice && left.iNode == right.iNode
+        && left.iSize == right.iSize && left.iTime.tv_sec == right.iTime.tv_sec
+        && left.iTime.tv_nsec == right.iTime.tv_nsec;
+}
+
+State IniDisk::StateOf(const QString& path)
+{
+    return StateOf(Encoded(path));
+}
+
+State IniDisk::StateOf(const QByteArray& encodedPath)
+{
+    struct stat status = {};
+    if (::stat(encodedPath.constData(), &status) != 0)
+        return {};
+    return {KindOf(status.st_mode), status.st_dev, status.st_ino, status.st_size, ModifiedAt(status)};
+}
+
+QString IniDisk::TargetOf(const QString& path)
+{
+    constexpr int kMostLinks = 40;
+    QFileInfo info(path);
+    for (int i = 0; i < kMostLinks && info.isSymLink(); ++i)
+        info.setFile(info.symLinkTarget());
+    return info.absoluteFilePath();
+}
+
+bool IniDisk::Read(const QString& path, QByteArray& bytes)
+{
+    return Try([&] { return ReadOnce(path, bytes); });
+}
+
+bool IniDisk::Replace(const QString& path, const QByteArray& bytes)
+{
+    return Try([&] {
+        const QString name = NewNameBeside(path);
+        if (!WriteNew(name, bytes, path))
+            return false;
+        if (Rename(name, path))
+            return true;
+        ::unlink(Encoded(name).constData());
+        return false;
+    });
+}
+
+void IniDisk::RemoveLeftovers(const QString& path)
+{
+    constexpr time_t kOldSecs = 60;
+    const QFileInfo info(path);
+    const QString start = info.fileName() + QLatin1Char('.');
+    const auto filter = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
+    const QStringList names = info.dir().entryList(filter, QDir::Unsorted);
+    for (const QString& name : names) {
+        if (!name.startsWith(start) || !IsUnique(name.mid(start.size())))
+            continue;
+        const QByteArray leftover = Encoded(info.dir().filePath(name));
+        struct stat status = {};
+        if (::lstat(leftover.constData(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid()
+            && ModifiedAt(status).tv_sec < std::time(nullptr) - kOldSecs)
+            ::unlink(leftover.constData());
+    }
+}
+
+FolderLock::FolderLock(const QString& path)
+    : iFolder(::open(Encoded(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    constexpr int kWaits = 2000;
+    constexpr useconds_t kWaitUsecs = 1000;
+    for (int i = 0; i < kWaits && iFolder >= 0; ++i) {
+        if (::flock(iFolder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+            break;
+        ::usleep(kWaitUsecs);
+    }
+}
+
+// Said aloud: a copy of the process may have the folder open, too.
+FolderLock::~FolderLock()
+{
+    if (iFolder < 0)
+        return;
+    ::flock(iFolder, LOCK_UN);
+    ::close(iFolder);
+}
+
+Backup::Backup(const QString& path)
+    : iOriginal(path)
+{
+    Try([this] {
+        const QString name = NewNameBeside(iOriginal);
+        QByteArray bytes;
+        if (::link(Encoded(iOriginal).constData(), Encoded(name).constData()) == 0
+            || (errno != ENOENT && Read(iOriginal, bytes) && WriteNew(name, bytes, iOriginal)))
+            iPath = name;
+        return !iPath.isEmpty();
+    });
+}
+
+Backup::~Backup()
+{
+    if (!iPath.isEmpty())
+        Try([this] { return ::unlink(Encoded(iPath).constData()) == 0 || errno == ENOENT; });
+}
+
+bool Backup::Restore()
+{
+    if (iPath.isEmpty() || !Rename(iPath, iOriginal))
+        return false;
+    iPath.clear();
+    return true;
+}

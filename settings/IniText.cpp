@@ -1,0 +1,312 @@
+#include "IniText.h"
+
+#include "StreamedValue.h"
+
+#include <QtCore/QByteArrayList>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+bool IsSpace(char c)
+{
+    return IsBlank(c) || c == '\n' || c == '\r';
+}
+
+bool EndsLine(char c)
+{
+    return c == '\n' || c == '\r';
+}
+
+int DigitOf(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const int letter = (c | 0x20) - 'a';
+    return letter >= 0 && letter < 6 ? letter + 10 : -1;
+}
+
+/// Goes from line to line as the framework does. A line may go on over line ends, escaped or in quotes.
+class Lines
+{
+public:
+    explicit Lines(const QByteArray& text)
+        : iText(text)
+    {
+    }
+
+    /// False at the end of the text.
+    bool Next();
+    IniText::Line Line() const { return iLine; }
+
+private:
+    bool IsOver() const { return iAt >= iText.size(); }
+    bool TakeSign();
+    void TakeEscape();
+    bool TakeComment();
+
+    const QByteArray& iText;
+    IniText::Line iLine;
+    int iAt = 0;
+    bool iIsQuoted = false;
+};
+
+bool Lines::Next()
+{
+    iLine.iValueFrom = -1;
+    iIsQuoted = false;
+    while (!IsOver() && IsSpace(iText.at(iAt)))
+        ++iAt;
+    iLine.iFrom = iAt;
+    while (!IsOver() && TakeSign())
+        continue;
+    iLine.iTo = iAt;
+    return iLine.iTo > iLine.iFrom;
+}
+
+// False where the line ends.
+bool Lines::TakeSign()
+{
+    const char sign = iText.at(iAt);
+    const bool isFirst = iAt == iLine.iFrom;
+    if (EndsLine(sign) && isFirst)
+        ++iLine.iFrom;
+    else if (EndsLine(sign) && !iIsQuoted)
+        return false;
+    else if (sign == ';' && (isFirst || !iIsQuoted))
+        return isFirst && TakeComment();
+    else if (sign == '=' && !iIsQuoted && iLine.iValueFrom < 0)
+        iLine.iValueFrom = iAt + 1;
+    else if (sign == '"')
+        iIsQuoted = !iIsQuoted;
+    ++iAt;
+    if (sign == '\\')
+        TakeEscape();
+    return true;
+}
+
+void Lines::TakeEscape()
+{
+    if (IsOver())
+        return;
+    const char first = iText.at(iAt++);
+    if (!IsOver() && EndsLine(first) && EndsLine(iText.at(iAt)) && iText.at(iAt) != first)
+        ++iAt;
+}
+
+bool Lines::TakeComment()
+{
+    while (!IsOver() && !EndsLine(iText.at(iAt)))
+        ++iAt;
+    while (!IsOver() && IsSpace(iText.at(iAt)))
+        ++iAt;
+    iLine.iFrom = iAt;
+    return true;
+}
+
+/// Takes the escapes and quotes out of a value, as the framework does.
+class Value
+{
+public:
+    Value(const char* from, const char* to)
+        : iAt(from)
+        , iTo(to)
+    {
+    }
+
+    /// The items of the list that it may be.
+    QByteArrayList Items();
+
+private:
+    void TakeEscape();
+    void TakeNumber(int base);
+    void SkipBlanks();
+    /// As the framework sees it when it decodes a stream.
+    void Add(int unit) { iItem += unit > 0xff ? '?' : char(unit); }
+
+    const char* iAt;
+    const char* const iTo;
+    QByteArray iItem;
+};
+
+QByteArrayList Value::Items()
+{
+    QByteArrayList items;
+    bool isQuoted = false;
+    SkipBlanks();
+    while (iAt < iTo) {
+        const char sign = *iAt++;
+        if (sign == '\\') {
+            TakeEscape();
+        } else if (sign == '"') {
+            isQuoted = !isQuoted;
+            if (!isQuoted)
+                SkipBlanks();
+        } else if (sign == ',' && !isQuoted) {
+            items += iItem;
+            iItem.clear();
+            SkipBlanks();
+        } else {
+            iItem += sign;
+        }
+    }
+    return items << iItem;
+}
+
+void Value::SkipBlanks()
+{
+    while (iAt < iTo && IsBlank(*iAt))
+        ++iAt;
+}
+
+void Value::TakeEscape()
+{
+    constexpr char kCodes[] = "abfnrtv\"?'\\";
+    constexpr char kMeanings[] = "\a\b\f\n\r\t\v\"?'\\";
+    if (iAt == iTo)
+        return;
+    const char code = *iAt++;
+    if (const char* const found = code != 0 ? std::strchr(kCodes, code) : nullptr) {
+        iItem += kMeanings[found - kCodes];
+    } else if (code == 'x') {
+        if (iAt < iTo && DigitOf(*iAt) >= 0)
+            TakeNumber(16);
+    } else if (code >= '0' && code <= '7') {
+        --iAt;
+        TakeNumber(8);
+    } else if (EndsLine(code) && iAt < iTo && EndsLine(*iAt) && *iAt != code) {
+        ++iAt;
+    }
+}
+
+void Value::TakeNumber(int base)
+{
+    int unit = 0;
+    for (; iAt < iTo && DigitOf(*iAt) >= 0 && DigitOf(*iAt) < base; ++iAt)
+        unit = (unit * base + DigitOf(*iAt)) & 0xffff;
+    Add(unit);
+}
+
+/// The names of sections and keys in a text that the framework has written, one in a line.
+class Names
+{
+public:
+    explicit Names(const QByteArray& text)
+        : iNext(text.constData())
+        , iEnd(iNext + text.size())
+    {
+    }
+
+    bool Next()
+    {
+        while (iNext < iEnd && *iNext == '\n')
+            ++iNext;
+        iFrom = iNext;
+        iNext = Find(iFrom, iEnd, '\n');
+        iTo = IsSection() ? iNext : Find(iFrom, iNext, '=');
+        return iFrom < iEnd;
+    }
+    bool IsSection() const { return iFrom < iEnd && *iFrom == '['; }
+    bool IsSameAs(const Names& other) const { return std::equal(iFrom, iTo, other.iFrom, other.iTo); }
+
+private:
+    static const char* Find(const char* from, const char* to, char sign)
+    {
+        const void* const found = from < to ? std::memchr(from, sign, size_t(to - from)) : nullptr;
+        return found ? static_cast<const char*>(found) : to;
+    }
+
+    const char* iNext;
+    const char* const iEnd;
+    const char* iFrom = nullptr;
+    const char* iTo = nullptr;
+};
+
+bool IsSafeItem(const QByteArray& item)
+{
+    constexpr int kMarkSize = 9;
+    if (item.startsWith("@Variant("))
+        return StreamedValue::IsSafe(item.mid(kMarkSize), StreamedValue::Format::Variant);
+    if (item.startsWith("@DateTime("))
+        return StreamedValue::IsSafe(item.mid(kMarkSize + 1), StreamedValue::Format::DateTime);
+    return true;
+}
+
+// Only what has a sign of that kind in it, or an escape that may stand for one, needs a closer look.
+bool MayHoldStream(const char* from, const char* to)
+{
+    const auto size = size_t(to - from);
+    return std::memchr(from, '@', size) || std::memchr(from, '\\', size);
+}
+
+} // namespace
+
+QVector<IniText::Line> IniText::Refused(const QByteArray& text)
+{
+    QVector<Line> refused;
+    if (!MayHoldStream(text.constBegin(), text.constEnd()))
+        return refused;
+    Lines lines(text);
+    while (lines.Next()) {
+        const Line line = lines.Line();
+        const char* const from = text.constData() + line.iValueFrom;
+        const char* const to = text.constData() + line.iTo;
+        if (line.iValueFrom < 0 || text.at(line.iFrom) == '[' || !MayHoldStream(from, to))
+            continue;
+        const QByteArrayList items = Value(from, to).Items();
+        if (!std::all_of(items.begin(), items.end(), IsSafeItem))
+            refused += line;
+    }
+    return refused;
+}
+
+QByteArray IniText::Without(const QByteArray& text, const QVector<Line>& lines)
+{
+    QByteArray rest;
+    int from = 0;
+    for (const Line& line : lines) {
+        rest += text.mid(from, line.iFrom - from);
+        from = line.iTo;
+    }
+    return rest + text.mid(from);
+}
+
+QByteArray IniText::WithValues(const QByteArray& text, const QVector<Line>& lines,
+                               const std::function<QByteArray(int)>& value)
+{
+    QByteArray changed;
+    int from = 0;
+    for (int i = 0; i < lines.size(); ++i) {
+        changed += text.mid(from, lines[i].iValueFrom - from) + value(i);
+        from = lines[i].iTo;
+    }
+    return changed + text.mid(from);
+}
+
+int IniText::CountKeys(const QByteArray& text)
+{
+    int count = 0;
+    Names names(text);
+    while (names.Next())
+        count += !names.IsSection();
+    return count;
+}
+
+bool IniText::MayHaveLost(const QByteArray& before, const QByteArray& after)
+{
+    Names wanted(before);
+    Names found(after);
+    while (wanted.Next()) {
+        do {
+            if (!found.Next() || (found.IsSection() && !wanted.IsSection()))
+                return true;
+        } while (!found.IsSameAs(wanted));
+    }
+    return false;
+}

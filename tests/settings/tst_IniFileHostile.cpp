@@ -1,0 +1,293 @@
+#include "IniFiles.h"
+#include "StoreContents.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/SettingsIniFile.h>
+
+#include <QtCore/QDataStream>
+#include <QtCore/QDateTime>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QSettings>
+#include <QtCore/QSize>
+#include <QtCore/QTimeZone>
+#include <QtCore/QUrl>
+#include <QtCore/QUuid>
+#include <QtTest/QtTest>
+
+#include <cstdio>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace IniFiles;
+using IniFiles::Get;
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kGroup = QStringLiteral("A");
+const QString kKey = QStringLiteral("k");
+const QString kOther = QStringLiteral("other");
+
+QByteArray Escaped(const QByteArray& bytes)
+{
+    QByteArray text;
+    for (const char byte : bytes)
+        text += "\\x" + QByteArray::number(uchar(byte), 16);
+    return text;
+}
+
+QByteArray Number(quint32 number)
+{
+    QByteArray bytes;
+    QDataStream(&bytes, QIODevice::WriteOnly) << number;
+    return bytes;
+}
+
+// Lists within lists, each of one.
+QByteArray Nested(int depth)
+{
+    const QByteArray level = Number(QMetaType::QVariantList) + Number(1);
+    return "@Variant(" + Escaped(level.repeated(depth)) + ")";
+}
+
+QByteArray Counted(QMetaType::Type type)
+{
+    return "@Variant(" + Escaped(Number(type) + Number(0x7fffffff)) + ")";
+}
+
+QByteArray ValueOf(const QString& name)
+{
+    if (name == QLatin1String("as it was seen"))
+        return R"(@Variant(\0\0\0\x9\x7f\xff\xff\xff))";
+    if (name == QLatin1String("as a date"))
+        return "@DateTime(" + Escaped(Number(QMetaType::QVariantList) + QByteArray(1, 0) + Number(0x7fffffff)) + ")";
+    if (name == QLatin1String("map"))
+        return Counted(QMetaType::QVariantMap);
+    if (name == QLatin1String("hash"))
+        return Counted(QMetaType::QVariantHash);
+    if (name == QLatin1String("texts"))
+        return Counted(QMetaType::QStringList);
+    if (name == QLatin1String("in a list"))
+        return "a, " + Counted(QMetaType::QVariantList) + ", b";
+    if (name == QLatin1String("in quotes"))
+        return '"' + Counted(QMetaType::QVariantList) + '"';
+    if (name == QLatin1String("in quotes within"))
+        return R"(@Var"iant(" )" + Escaped(Number(QMetaType::QVariantList) + Number(0x7fffffff)) + ")";
+    if (name == QLatin1String("its name in escapes"))
+        return R"(\x40Var\x69\141nt()" + Counted(QMetaType::QVariantList).mid(9);
+    if (name == QLatin1String("over two lines"))
+        return "@Vari\\\nant(" + Counted(QMetaType::QVariantList).mid(9);
+    if (name == QLatin1String("lists within lists"))
+        return Nested(32768);
+    if (name == QLatin1String("a list within a list"))
+        return "@Variant("
+            + Escaped(Number(QMetaType::QVariantList) + Number(1) + Number(QMetaType::QVariantList)
+                      + Number(0x7fffffff))
+            + ")";
+    return Counted(QMetaType::QVariantList); // of a type of the host's
+}
+
+const QStringList kHostile{QStringLiteral("as it was seen"),
+                           QStringLiteral("as a date"),
+                           QStringLiteral("map"),
+                           QStringLiteral("hash"),
+                           QStringLiteral("texts"),
+                           QStringLiteral("in a list"),
+                           QStringLiteral("in quotes"),
+                           QStringLiteral("in quotes within"),
+                           QStringLiteral("its name in escapes"),
+                           QStringLiteral("over two lines"),
+                           QStringLiteral("lists within lists"),
+                           QStringLiteral("a list within a list")};
+
+QByteArray TextWith(const QByteArray& value)
+{
+    return "[A]\nbefore=0\nk=" + value + "\nother=1\n[B]\nx=2\n";
+}
+
+int Fail(const char* what, const QString& found)
+{
+    std::fprintf(stderr, "%s: %s\n", what, qPrintable(found));
+    return 1;
+}
+
+// Both stores on a file with such a value, through all that they do.
+const Scenario hostile("hostile", [](const QStringList& arguments) {
+    const QByteArray value = ValueOf(arguments.value(0));
+    const QString path = QStringLiteral("hostile.ini");
+    Write(path, TextWith(value));
+    IniFile ini(path);
+    if (Get(ini, kGroup, kOther) != QLatin1String("1") || Get(ini, kGroup, kKey) != QString())
+        return Fail("look-up", Get(ini, kGroup, kOther));
+    SettingsIniFile whole;
+    whole.ReadFile(path);
+    if (Get(whole, kGroup, kOther) != QLatin1String("1") || Get(whole, kGroup, kKey) != QLatin1String("<none>"))
+        return Fail("reading", Get(whole, kGroup, kOther));
+    Write(QStringLiteral("target.ini"), "");
+    IniFile target(QStringLiteral("target.ini"));
+    if (!target.Merge(path, QString()) || Get(target, kGroup, kOther) != QLatin1String("1"))
+        return Fail("merging from it", Get(target, kGroup, kOther));
+    Write(QStringLiteral("source.ini"), "[A]\nk=another\nnew=3\n");
+    if (!ini.Merge(QStringLiteral("source.ini"), QString())
+        || Get(ini, kGroup, QStringLiteral("new")) != QLatin1String("3"))
+        return Fail("merging into it", Get(ini, kGroup, QStringLiteral("new")));
+    ini.SetKeyValue(QStringLiteral("B"), QStringLiteral("y"), 4);
+    ini.RemoveKey(kGroup, QStringLiteral("before"));
+    whole.SetKeyValue(QStringLiteral("C"), QStringLiteral("z"), QStringLiteral("5"));
+    whole.RemoveKey(QStringLiteral("B"), QStringLiteral("x"));
+    if (!whole.WriteFile(path))
+        return Fail("writing", QString());
+    const QByteArray expected = "[A]\nbefore=0\nk=" + value + "\nnew=3\nother=1\n\n[B]\ny=4\n\n[C]\nz=5\n";
+    if (Read(path) != expected)
+        return Fail("file", QString::fromLatin1(Read(path).left(1000)));
+    ini.RemoveKey(kGroup, kKey);
+    return Read(path).contains("\nk=") ? Fail("removal", QString()) : 0;
+});
+
+QVariantMap Everything()
+{
+    const QDateTime time(QDate(2024, 2, 29), QTime(1, 2, 3));
+    return {{"list", QVariantList{1, "two", 3.0, QVariantList{true, QVariant()}}},
+            {"map", QVariantMap{{"a", QUrl(QStringLiteral("http://x/y"))}, {"b", QByteArray("\0\xff", 2)}}},
+            {"hash", QVariantHash{{"h", QChar('c')}}},
+            {"texts", QStringList{QString(), QStringLiteral("t")}},
+            {"date", time.date()},
+            {"time", time.time()},
+            {"when", time},
+            {"uuid", QUuid::createUuidV5(QUuid(), QByteArray("x"))},
+            {"point", QPoint(1, 2)},
+            {"size", QSizeF(1, 2)},
+            {"float", 1.5F},
+            {"short", QVariant::fromValue(short(-3))},
+            {"bits", QBitArray(9, true)},
+            {"long", qlonglong(-1)},
+            {"locale", QLocale(QStringLiteral("de_DE"))}};
+}
+
+} // namespace
+
+// Values that the framework must not decode, and paths that are no files.
+class tst_IniFileHostile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void values_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const QString& name : kHostile)
+            QTest::newRow(qPrintable(name)) << name;
+    }
+    void values()
+    {
+        QFETCH(QString, name);
+        const auto result = TestSupport::RunScenario("hostile", {name});
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
+
+    // What the framework itself writes of ordinary values is read as before.
+    void typedValuesAreStillRead()
+    {
+        const QString path = NewPath();
+        const QVariantMap everything = Everything();
+        {
+            QSettings file(path, QSettings::IniFormat);
+            for (auto value = everything.cbegin(); value != everything.cend(); ++value)
+                file.setValue(QStringLiteral("A/") + value.key(), value.value());
+            file.setValue(QStringLiteral("A/all"), everything);
+            const QTimeZone zone("Europe/Berlin");
+            file.setValue(QStringLiteral("A/zone"), QDateTime(QDate(2024, 1, 1), QTime(1, 2), zone));
+            file.setValue(QStringLiteral("A/offset"), QDateTime(QDate(2024, 1, 1), QTime(1, 2), Qt::OffsetFromUTC, 60));
+        }
+        const QString copy = NewFile(Read(path));
+        SettingsIniFile ini;
+        QVERIFY(ini.ReadFile(copy));
+        const QStringList lines = StoreContents::Sections(ini);
+        const QSettings file(copy, QSettings::IniFormat);
+        for (const QString& key : file.allKeys())
+            QVERIFY2(lines.contains(StoreContents::Line(kGroup, key.mid(2), file.value(key))), qPrintable(key));
+        QCOMPARE(lines.size(), everything.size() + 3);
+    }
+
+    void anObjectSeesAValueComeAndGo()
+    {
+        const QString path = NewFile("[A]\nk=1\nother=1\n");
+        IniFile ini(path);
+        QCOMPARE(Get(ini, kGroup, kKey), QStringLiteral("1"));
+        Write(path, TextWith(ValueOf(kHostile.first())));
+        QCOMPARE(Get(ini, kGroup, QStringLiteral("before")), QStringLiteral("0"));
+        QCOMPARE(Get(IniFile(ini), kGroup, kOther), QStringLiteral("1"));
+        Write(path, "[A]\nk=2\n");
+        QCOMPARE(Get(ini, kGroup, kKey), QStringLiteral("2"));
+        ini.SetKeyValue(kGroup, kKey, 3);
+        QCOMPARE(Read(path), QByteArray("[A]\nk=3\n"));
+    }
+
+    // --- Paths that are no files
+
+    void noFile_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char* kind : {"pipe", "socket", "link to a pipe"})
+            QTest::newRow(kind) << QString::fromLatin1(kind);
+    }
+    void noFile()
+    {
+        QFETCH(QString, kind);
+        const auto result = TestSupport::RunScenario("noFile", {kind});
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
+};
+
+namespace {
+
+bool MakeThing(const QString& kind, const char* name)
+{
+    if (kind == QLatin1String("link to a pipe"))
+        return ::mkfifo("pipe", 0600) == 0 && ::symlink("pipe", name) == 0;
+    if (kind == QLatin1String("pipe"))
+        return ::mkfifo(name, 0600) == 0;
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, name, sizeof address.sun_path);
+    return ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+const Scenario noFile("noFile", [](const QStringList& arguments) {
+    const QString path = QStringLiteral("thing.ini");
+    if (!MakeThing(arguments.value(0), "thing.ini"))
+        return Fail("thing", QString());
+    struct stat before = {};
+    ::lstat("thing.ini", &before);
+    IniFile ini(path);
+    SettingsIniFile whole;
+    if (Get(ini, kGroup, kKey) != QLatin1String("<none>") || !whole.ReadFile(path) || ini.Merge(path, QString()))
+        return Fail("reading", QString());
+    ini.SetKeyValue(kGroup, kKey, 1);
+    ini.RemoveKey(kGroup, kKey);
+    whole.SetKeyValue(kGroup, kKey, QStringLiteral("1"));
+    if (whole.WriteFile(path))
+        return Fail("writing", QString());
+    if (ini.GetFileName() != QDir::current().filePath(path) || IniFile(ini).GetFileName() != ini.GetFileName())
+        return Fail("name", ini.GetFileName());
+    struct stat after = {};
+    ::lstat("thing.ini", &after);
+    if (after.st_ino != before.st_ino || after.st_mode != before.st_mode)
+        return Fail("the thing itself", QString());
+    // The object serves the file that takes its place.
+    QFile::remove(path);
+    Write(path, "[A]\nx=5\n");
+    if (Get(ini, kGroup, QStringLiteral("x")) != QLatin1String("5"))
+        return Fail("file afterwards", QString());
+    return 0;
+});
+
+} // namespace
+
+NEROLT_TEST_MAIN(tst_IniFileHostile)
+
+#include "tst_IniFileHostile.moc"
