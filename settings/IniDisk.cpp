@@ -188,8 +188,7 @@ void IniDisk::RemoveLeftovers(const QString& path)
     constexpr time_t kOldSecs = 60;
     const QFileInfo info(path);
     const QString start = info.fileName() + QLatin1Char('.');
-    const auto filter = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
-    const QStringList names = info.dir().entryList(filter, QDir::Unsorted);
+    const QStringList names = info.dir().entryList(QDir::Files | QDir::Hidden, QDir::Unsorted);
     for (const QString& name : names) {
         if (!name.startsWith(start) || !IsUnique(name.mid(start.size())))
             continue;

@@ -25,7 +25,6 @@ public:
     bool Value(int depth);
 
 private:
-    int Left() const { return iBytes.size() - iAt; }
     bool Skip(quint32 bytes);
     bool Number(quint32& number);
     bool Text(); ///< or bytes
@@ -45,7 +44,7 @@ private:
 
 bool Stream::Skip(quint32 bytes)
 {
-    if (bytes > quint32(Left()))
+    if (bytes > quint32(iBytes.size() - iAt))
         return false;
     iAt += int(bytes);
     return true;
@@ -98,8 +97,7 @@ bool Stream::DateTime()
 bool Stream::Values(bool haveNames, int depth)
 {
     quint32 count = 0;
-    const quint32 least = haveNames ? 8 : 4;
-    if (!Number(count) || count > quint32(Left()) / least)
+    if (!Number(count))
         return false;
     for (; count > 0; --count) {
         if ((haveNames && !Text()) || !Value(depth + 1))
@@ -111,7 +109,7 @@ bool Stream::Values(bool haveNames, int depth)
 bool Stream::Texts()
 {
     quint32 count = 0;
-    if (!Number(count) || count > quint32(Left()) / 4)
+    if (!Number(count))
         return false;
     for (; count > 0; --count) {
         if (!Text())

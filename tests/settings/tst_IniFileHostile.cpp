@@ -50,7 +50,7 @@ QByteArray Number(quint32 number)
 QByteArray Nested(int depth)
 {
     const QByteArray level = Number(QMetaType::QVariantList) + Number(1);
-    return "@Variant(" + Escaped(level.repeated(depth)) + ")";
+    return "@Variant(" + Escaped(level.repeated(depth) + Number(QMetaType::Int) + Number(1)) + ")";
 }
 
 QByteArray Counted(QMetaType::Type type)
