@@ -1,5 +1,6 @@
 #include "Fuzz.h"
 #include "settings/IniSettings.h"
+#include "settings/IniText.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
@@ -67,7 +68,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const Values values = Read(path, IniFile(path));
     SettingsIniFile store;
     FUZZ_CHECK(store.ReadFile(path));
-    Check(values, store);
+    // A key that stands twice, and is refused once, is another to each.
+    if (IniText::Refused(QByteArray(reinterpret_cast<const char*>(bytes), int(size))).isEmpty())
+        Check(values, store);
 
     FUZZ_CHECK(store.WriteFile(copy));
     SettingsIniFile again;
