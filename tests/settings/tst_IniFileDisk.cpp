@@ -55,7 +55,8 @@ const Scenario fullDisk("fullDisk", [](const QStringList&) {
     LimitFiles(1000);
     const QByteArray large(3000, 'x');
     ini.SetKeyValue(kGroup, kKey, QString::fromLatin1(large));
-    if (Read(path) != "[A]\nk=old\n" || Get(ini).toLatin1() != large || Entries(QStringLiteral(".")) != QStringList{path})
+    if (Read(path) != "[A]\nk=old\n" || Get(ini).toLatin1() != large
+        || Entries(QStringLiteral(".")) != QStringList{path})
         return 1;
     LimitFiles(RLIM_INFINITY);
     ini.SetKeyValue(kGroup, QStringLiteral("b"), 1);
