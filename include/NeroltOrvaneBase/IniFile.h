@@ -24,8 +24,8 @@ extern NEROLTORVANEBASE_EXPORT const char* const gAutoDownloadsEndTime; ///< "Au
 /// share the file and nothing else: each sees the others' changes at its next operation. Operations block for the disk;
 /// failures to write are not reported: the file stays as it was, and the object keeps the change and tries again.
 /// Values in the framework's binary notation that it cannot decode safely are empty and stay in the file. A path that
-/// is a pipe, a socket or a device holds nothing. An object without a file (an empty path) holds nothing and keeps nothing.
-/// Nothing here throws. An object is used by one thread at a time.
+/// is a pipe, a socket or a device holds nothing. An object without a file (an empty path) holds nothing and keeps
+/// nothing. Nothing here throws. An object is used by one thread at a time.
 class NEROLTORVANEBASE_EXPORT IniFile : public IIniFileBase
 {
 public:

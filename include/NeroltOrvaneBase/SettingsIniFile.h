@@ -35,7 +35,8 @@ public:
 
     /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
     /// removed and even if it was set again, together with what is nested below it ("x/y" below "x"). Other keys of the
-    /// file stay; comments do not. False when this is not in the file afterwards; the file is then as it was. Blocks for the disk. Logs at debug level.
+    /// file stay; comments do not. False when this is not in the file afterwards; the file is then as it was. Blocks
+    /// for the disk. Logs at debug level.
     bool WriteFile(const QString& path) const;
 
     /// Logs a hit at trace level.
