@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 using namespace IniDisk;
 
@@ -181,7 +182,8 @@ bool IniSettings::Save()
 {
     constexpr int kTries = 4;
     const FolderLock lock(TargetOf(iPath));
-    RemoveLeftovers(TargetOf(iPath));
+    if (!std::exchange(iHasTidied, true))
+        RemoveLeftovers(TargetOf(iPath));
     for (int i = 0; i < kTries; ++i) {
         if (iIsForgotten && IsReadable())
             Apply(iChanges, *this);

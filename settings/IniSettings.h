@@ -58,6 +58,7 @@ private:
     bool iHasLooked = false;
     bool iHasTaken = false; ///< the framework has what the file holds in iState
     bool iIsForgotten = false; ///< the framework knows of no changes
+    bool iHasTidied = false; ///< removed what killed writers left
     IniDisk::State iState;
     QVector<Change> iChanges;
 };

@@ -122,7 +122,13 @@ std::optional<qint64> FileInfoMac::GetMSecs(FileTimeType type, int descriptor)
 {
     switch (type) {
     case FileTimeCreation:
-        return descriptor >= 0 ? CreationTime(descriptor) : CreationTime(NativePath(iPath));
+        if (descriptor >= 0) {
+            errno = 0;
+            const std::optional<qint64> msecs = CreationTime(descriptor);
+            if (msecs || errno != EBADF)
+                return msecs;
+        }
+        return CreationTime(NativePath(iPath));
     case FileTimeModification:
     case FileTimeWrite:
         return ModificationTime(NativePath(iPath));

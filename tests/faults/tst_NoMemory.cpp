@@ -3,9 +3,11 @@
 #include "support/ShortMemory.h"
 #include "support/TestMain.h"
 
+#include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <QtCore/QDateTime>
 #include <QtTest/QtTest>
 
 #include <csignal>
@@ -103,6 +105,7 @@ const Scenario thread("thread", [](const QStringList& arguments) {
     return !works ? 1 : refused ? kRefused : kNotAsked;
 });
 
+// A batch takes no memory there, a rotation does.
 const Scenario writer("writer", [](const QStringList& arguments) {
     AllowTheFrameworkToCrash();
     Logger::GetInstance()->SetLevel(kLevels);
@@ -110,7 +113,8 @@ const Scenario writer("writer", [](const QStringList& arguments) {
     Logger::LogWarning("F", QStringLiteral("before"));
     RunningLog::HandOver();
     ShortMemory::RefuseThread("RegisteredThrea", arguments.value(0).toInt(), arguments.value(1).toInt());
-    for (int i = 0; i < 20; ++i) {
+    FileUtilities::SetTime(kLog, QDateTime::currentDateTime().addDays(-2), FileTimeCreation, false);
+    for (int i = 0; i < 5; ++i) {
         Logger::LogWarning("F", QStringLiteral("meanwhile"));
         RunningLog::HandOver();
     }
@@ -120,6 +124,15 @@ const Scenario writer("writer", [](const QStringList& arguments) {
     Logger::StopLogging();
     return refused ? kRefused : kNotAsked;
 });
+
+// In the log and in what was rotated.
+QByteArray Written(const QDir& folder)
+{
+    QByteArray text;
+    for (const QString& name : folder.entryList({QStringLiteral("app*.log")}))
+        text += LogText::Read(folder.filePath(name));
+    return text;
+}
 
 } // namespace
 
@@ -139,13 +152,13 @@ private Q_SLOTS:
         QTest::newRow("change of files, once") << "change" << 0 << 20;
         QTest::newRow("change of files, for a while") << "change" << 5 << 20;
         QTest::newRow("line, once") << "line" << 0 << 2;
-        QTest::newRow("line, from then on") << "line" << 1000 << 2;
+        QTest::newRow("line, from then on") << "line" << ShortMemory::kForGood << 2;
         QTest::newRow("stop, once") << "stop" << 0 << 3;
-        QTest::newRow("stop, from then on") << "stop" << 1000 << 3;
+        QTest::newRow("stop, from then on") << "stop" << ShortMemory::kForGood << 3;
         QTest::newRow("registered thread, once") << "thread" << 0 << 3;
-        QTest::newRow("registered thread, from then on") << "thread" << 1000 << 3;
-        QTest::newRow("logging thread, once") << "writer" << 0 << 1;
-        QTest::newRow("logging thread, for a while") << "writer" << 5 << 1;
+        QTest::newRow("registered thread, from then on") << "thread" << ShortMemory::kForGood << 3;
+        QTest::newRow("logging thread, once") << "writer" << 0 << 3;
+        QTest::newRow("logging thread, for a while") << "writer" << 5 << 3;
     }
     void nobodyEndsAndNothingHangs()
     {
@@ -163,7 +176,7 @@ private Q_SLOTS:
             const QByteArray told = "allocation " + QByteArray::number(number) + ": " + result.Describe();
             QVERIFY2(!result.iTimedOut && !result.iCrashed && exitCodes.contains(exitCode), told);
             if (hasAfter && exitCode != kFrameworkCrashed)
-                QVERIFY2(LogText::Read(result.iFolder.filePath(kLog)).contains("|30|Warning|F|after\n"), told);
+                QVERIFY2(Written(result.iFolder).contains("|30|Warning|F|after\n"), told);
             ++number;
         }
         QVERIFY2(number > least, QByteArray::number(number));

@@ -1,6 +1,6 @@
-#include "ScarceMemory.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
+#include "support/ShortMemory.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
@@ -16,7 +16,6 @@
 
 NEROLT_PRIVATE(LoggerWorker, iQueue, QList<QByteArray>)
 
-using ScarceMemory::Lack;
 using TestSupport::Scenario;
 
 namespace {
@@ -79,7 +78,7 @@ void BeginLog(bool isOld)
 }
 
 // Whether memory lacked. What was at hand may be lost by then, and nothing else.
-bool IsLacking(const Step& step, bool isOld, int allocations, Lack lack)
+bool IsLacking(const Step& step, bool isOld, int allocations, int more)
 {
     BeginLog(isOld);
     LoggerWorker worker(kLog);
@@ -87,9 +86,7 @@ bool IsLacking(const Step& step, bool isOld, int allocations, Lack lack)
     for (const QByteArray& batch : step.iQueued)
         (worker.*LoggerWorker_iQueue()) += batch; // shared with nobody, as ever
     const QByteArray atHand("at hand\n");
-    ScarceMemory::Begin(allocations, lack);
-    step.iCall(worker, atHand);
-    const bool isLacking = ScarceMemory::End();
+    const bool isLacking = ShortMemory::Refuse(allocations, more, [&] { step.iCall(worker, atHand); });
     worker.onStartWorker();
     worker.onLogMessage("next\n");
     worker.onStopWorker("last\n");
@@ -113,11 +110,11 @@ const Scenario memoryEnds("memoryEnds", [](const QStringList& arguments) {
     int places = 0;
     for (const Step& step : Steps()) {
         for (const bool isOld : {false, true}) {
-            for (const Lack lack : {Lack::Lasting, Lack::Passing}) {
+            for (const int more : {0, ShortMemory::kForGood}) {
                 int allocations = 0;
-                while (allocations < step.iMostAllocations && IsLacking(step, isOld, allocations, lack))
+                while (allocations < step.iMostAllocations && IsLacking(step, isOld, allocations, more))
                     ++allocations;
-                std::fprintf(stderr, "%s, %d, %d: %d places\n", step.iName, int(isOld), int(lack), allocations);
+                std::fprintf(stderr, "%s, %d, %d: %d places\n", step.iName, int(isOld), more, allocations);
                 places += allocations;
             }
         }

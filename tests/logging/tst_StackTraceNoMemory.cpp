@@ -1,4 +1,4 @@
-#include "ScarceMemory.h"
+#include "support/ShortMemory.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/Logger.h>
@@ -7,13 +7,12 @@
 #include <QtTest/QtTest>
 
 #include <cstdio>
-#include <limits>
 
 using TestSupport::Scenario;
 
 namespace {
 
-constexpr int kPlenty = std::numeric_limits<int>::max();
+constexpr int kPlenty = ShortMemory::kForGood;
 
 struct Attempt
 {
@@ -25,13 +24,13 @@ struct Attempt
 Attempt TraceWith(int allocations)
 {
     Attempt attempt;
-    ScarceMemory::Begin(allocations);
-    try {
-        attempt.iText = StackTrace::TraceCode();
-    } catch (...) {
-        attempt.iHasThrown = true;
-    }
-    attempt.iHasLacked = ScarceMemory::End();
+    attempt.iHasLacked = ShortMemory::Refuse(allocations, ShortMemory::kForGood, [&attempt] {
+        try {
+            attempt.iText = StackTrace::TraceCode();
+        } catch (...) {
+            attempt.iHasThrown = true;
+        }
+    });
     return attempt;
 }
 

@@ -6,6 +6,8 @@
 /// framework and the standard library allocate with.
 namespace ShortMemory {
 
+constexpr int kForGood = 1000000;
+
 /// Runs `call` on this thread. Its `number`-th allocation fails, counted from 0, and so do the `more` next ones.
 /// Whether the call has asked that often. What it throws comes out.
 bool Refuse(int number, int more, const std::function<void()>& call);

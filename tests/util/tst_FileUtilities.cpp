@@ -249,7 +249,7 @@ private Q_SLOTS:
         QVERIFY(!FileUtilities::GetMSecs(path, FileTimeType(7)));
     }
 
-    // By the path where the descriptor tells nothing.
+    // By the path where the descriptor is not open.
     void millisecondsByDescriptor()
     {
         const Playground ground(TestSupport::Scratch());
