@@ -36,7 +36,7 @@ QAbstractEventDispatcher& SetDispatcher(QThread& thread)
 } // namespace
 
 LoggingThread::LoggingThread(QObject* parent, LoggerWorker& worker)
-    : RegisteredThread(MayThrow(), parent, QStringLiteral("logging thread"))
+    : RegisteredThread(QStringLiteral("logging thread"), parent)
     , iWorker(worker)
     , iQueue(SetDispatcher(*this), MostWaiting())
 {

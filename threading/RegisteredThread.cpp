@@ -33,7 +33,7 @@ std::unique_lock<QMutex> RegisteredThread::LockList() noexcept
     return lock;
 }
 
-RegisteredThread::RegisteredThread(MayThrow, QObject* parent, const QString& name)
+RegisteredThread::RegisteredThread(const QString& name, QObject* parent)
     : QThread(parent)
     , iName(name)
     , iInterrupted(false)
@@ -47,7 +47,7 @@ RegisteredThread::RegisteredThread(MayThrow, QObject* parent, const QString& nam
 }
 
 RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcept
-    : RegisteredThread(MayThrow(), parent, name)
+    : RegisteredThread(name, parent)
 {
 }
 

@@ -45,10 +45,7 @@ private:
     friend class LoggingThread;
 
     // The same without an end of the process: what the framework needs memory for throws std::bad_alloc.
-    struct MayThrow
-    {
-    };
-    RegisteredThread(MayThrow, QObject* parent, const QString& name);
+    RegisteredThread(const QString& name, QObject* parent);
 
     static void WatchCopies() noexcept;
     static std::unique_lock<QMutex> LockList() noexcept;

@@ -1,6 +1,11 @@
 #include "HostProcess.h"
 
+#include "support/OrdinaryUser.h"
+#include "support/TestMain.h"
+
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -19,6 +24,15 @@ void BecomeOrdinaryUser()
         return;
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)
         ::_exit(99);
+}
+
+// A copy in this test's own folder.
+QString Reachable(const QString& path)
+{
+    const QString copy = TestSupport::Scratch() + QLatin1Char('/') + QFileInfo(path).fileName();
+    if (!QFile::exists(copy) && !QFile::copy(path, copy))
+        qFatal("cannot copy %s", qPrintable(path));
+    return copy;
 }
 
 } // namespace
@@ -46,6 +60,16 @@ void HostProcess::SetVariable(const char* name, const char* value)
     iEnvironment.insert(QString::fromLatin1(name), QString::fromLocal8Bit(value));
 }
 
+void HostProcess::RunAsOrdinaryUser()
+{
+    iIsOrdinaryUser = true;
+    if (!OrdinaryUser::IsTestRoot())
+        return;
+    iProgram = Reachable(QStringLiteral(HOST_PROGRAM));
+    SetVariable("LD_LIBRARY_PATH",
+                QFile::encodeName(QFileInfo(Reachable(QStringLiteral(HOST_LIBRARY))).path()).constData());
+}
+
 void HostProcess::OpenTerminal()
 {
     iMaster = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -69,7 +93,7 @@ void HostProcess::Start(const QStringList& arguments)
 {
     setProcessEnvironment(iEnvironment);
     const QStringList first(iIsReporting ? QStringList() : QStringList(QStringLiteral("--no-report")));
-    start(QStringLiteral(HOST_PROGRAM), first + arguments);
+    start(iProgram, first + arguments);
     waitForStarted();
 }
 

@@ -15,8 +15,8 @@ public:
     void SetVariable(const char* name, const char* value);
     /// Tests do without the report for the support, which takes its time.
     void MakeReport() { iIsReporting = true; }
-    /// Even if this process is root.
-    void RunAsOrdinaryUser() { iIsOrdinaryUser = true; }
+    /// Even if this process is root, and the program lies where nobody else can reach it.
+    void RunAsOrdinaryUser();
     /// On a pseudo terminal of its own instead of pipes. Call it before Start.
     void OpenTerminal();
 
@@ -37,6 +37,7 @@ private:
     void ReadScreen();
 
     QProcessEnvironment iEnvironment = QProcessEnvironment::systemEnvironment();
+    QString iProgram = QStringLiteral(HOST_PROGRAM);
     bool iIsReporting = false;
     bool iIsOrdinaryUser = false;
     int iMaster = -1;

@@ -7,6 +7,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QMap>
 #include <QtCore/QTemporaryDir>
 
@@ -59,7 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 {
     // In memory where there is such a folder: the framework has each file written to the disk before it goes on.
     static const QString memory = QStringLiteral("/dev/shm");
-    static const QTemporaryDir folder((QDir(memory).exists() ? memory : QDir::tempPath()) + QStringLiteral("/fuzz"));
+    static const bool isUsable = QFileInfo(memory).isWritable();
+    static const QTemporaryDir folder((isUsable ? memory : QDir::tempPath()) + QStringLiteral("/fuzz"));
     FUZZ_CHECK(folder.isValid());
     const QString path = folder.filePath(QStringLiteral("any.ini"));
     const QString copy = folder.filePath(QStringLiteral("copy.ini"));
