@@ -395,10 +395,11 @@ void LoggerAgent::EndThread()
     });
 }
 
-// The timer runs exactly while a logging thread does. Only the agent's own thread can start and stop it.
+// The timer runs exactly while a logging thread does. Only the agent's own thread can start and stop it, and not before
+// it has events: a host may start its log before it makes its application object.
 void LoggerAgent::AdjustTimer()
 {
-    if (QThread::currentThread() == thread())
+    if (QThread::currentThread() == thread() && QAbstractEventDispatcher::instance())
         AdjustTimerHere();
     else
         QMetaObject::invokeMethod(

@@ -4,20 +4,25 @@
 
 #include <QtCore/QProcess>
 
+#include <memory>
+
 namespace {
 
 constexpr int kPatienceMSecs = 5000;
+constexpr int kEndMSecs = 1000;
 
 QString OutputOfFile(const QString& path)
 {
-    QProcess file;
-    file.start(QStringLiteral("file"), {path}, QIODevice::ReadWrite);
-    if (!file.waitForFinished(kPatienceMSecs)) {
-        file.kill();
-        file.waitForFinished(); // leaves no zombie
+    auto file = std::make_unique<QProcess>();
+    file->start(QStringLiteral("file"), {path}, QIODevice::ReadWrite);
+    if (!file->waitForFinished(kPatienceMSecs)) {
+        file->kill();
+        // Leaves no zombie. A process that hangs in the kernel does not end; its object would wait for it.
+        if (!file->waitForFinished(kEndMSecs))
+            Q_UNUSED(file.release())
         return QString();
     }
-    return QString::fromLocal8Bit(file.readAllStandardOutput().trimmed().constData());
+    return QString::fromLocal8Bit(file->readAllStandardOutput().trimmed().constData());
 }
 
 } // namespace

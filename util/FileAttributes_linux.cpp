@@ -10,6 +10,7 @@ namespace {
 
 constexpr mode_t kModeBits = 07777;
 constexpr int kLongestText = 63;
+constexpr int kTries = 100; // of threads that open and close the mode of one file
 
 // Gives the owner a permission that the mode denies him, for the life of the object.
 class PermissionForAMoment
@@ -19,27 +20,31 @@ public:
         : iPath(path)
     {
         struct stat status = {};
-        if (::stat(iPath.constData(), &status) != 0 || (status.st_mode & permission) != 0)
+        if (::stat(iPath.constData(), &status) != 0)
+            return;
+        iIsThere = (status.st_mode & permission) != 0; // another thread has given it
+        if (iIsThere)
             return;
         iMode = status.st_mode & kModeBits;
-        iGiven = ::chmod(iPath.constData(), iMode | permission) == 0;
+        iIsGiven = ::chmod(iPath.constData(), iMode | permission) == 0;
     }
 
     // Fails only if the file was taken away meanwhile, and with it the right to put its mode back.
     ~PermissionForAMoment()
     {
-        if (iGiven)
+        if (iIsGiven)
             ::chmod(iPath.constData(), iMode);
     }
 
     Q_DISABLE_COPY(PermissionForAMoment)
 
-    bool IsGiven() const { return iGiven; }
+    bool IsThere() const { return iIsThere || iIsGiven; }
 
 private:
     const QByteArray& iPath;
     mode_t iMode = 0;
-    bool iGiven = false;
+    bool iIsThere = false;
+    bool iIsGiven = false;
 };
 
 Result ResultOf(ssize_t returned)
@@ -60,11 +65,15 @@ Result ResultOf(ssize_t returned)
 template <typename Call>
 Result Attempt(const QByteArray& path, mode_t permission, const Call& call)
 {
-    const Result first = ResultOf(call());
-    if (first != Result::Failed || errno != EACCES)
-        return first;
-    const PermissionForAMoment moment(path, permission);
-    return moment.IsGiven() ? ResultOf(call()) : Result::Failed;
+    const auto isDenied = [](Result result) { return result == Result::Failed && errno == EACCES; };
+    Result result = ResultOf(call());
+    for (int i = 0; i < kTries && isDenied(result); ++i) {
+        const PermissionForAMoment moment(path, permission);
+        if (!moment.IsThere())
+            return Result::Failed;
+        result = ResultOf(call());
+    }
+    return result;
 }
 
 } // namespace

@@ -30,8 +30,8 @@ public:
     static bool SetReadOnlyFlag(const QString& path, bool readOnly);
 
     /// Sets a time, to the millisecond or as near as the file system keeps it. False when the file is missing, the time
-    /// or `type` is invalid, the caller may not, or the file system keeps no such time. With `logIt` logs at trace
-    /// level whether the file exists.
+    /// is invalid (the file system is not asked then) or `type` is, the caller may not, or the file system keeps no
+    /// such time. With `logIt` logs at trace level whether the file exists.
     static bool SetTime(const QString& path, const QDateTime& time, FileTimeType type, bool logIt);
 
     /// A time of the file, to the millisecond, in local time; invalid when the file is missing, `type` is invalid, or

@@ -11,7 +11,7 @@ class SingletonHook;
 class NEROLTORVANEBASE_EXPORT HookedSingleton
 {
 public:
-    /// Becomes the holder of `hook`, unless there is a holder already. What InstallHook does is for hosts.
+    /// Stores the hook, and nothing else: InstallHook is what makes a holder the one of the process.
     explicit HookedSingleton(SingletonHook* hook);
     /// Makes room for another hook; deletes nothing.
     ~HookedSingleton();

@@ -65,7 +65,7 @@ public:
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
     /// Stores a flag for the host.
     void SetStackTrace(bool enabled);
-    /// Always true, whatever was set.
+    /// The flag that was stored.
     bool StackLoggingEnabled();
     /// Not owned; null for nobody.
     void SetErrorReporter(IErrorReporter* reporter);

@@ -41,7 +41,8 @@ public:
 
     /// Logs a hit at trace level.
     bool GetKeyValue(const QString& group, const QString& key, QString& value) const override;
-    /// Stores a value in memory; an earlier one is replaced whole, its type included. Never logs.
+    /// Stores a value in memory; an earlier one is replaced whole, its type included. Never logs. A string literal and
+    /// a literal 0 fit both forms equally well, which compilers refuse: write QString("text") and QVariant(0).
     void SetKeyValue(const QString& group, const QString& key, const QVariant& value) override;
     /// The same for text.
     void SetKeyValue(const QString& group, const QString& key, const QString& value);

@@ -110,7 +110,7 @@ public:
     /// The processor that this process sees: "x86_64", "arm64", "arm" or "Unknown".
     static QString getCPUArchitecture();
     /// What the application was built for: "Universal", "intelx64", "arm64", or nothing when that cannot be told. Asks
-    /// the program "file" about the user interface's plug-in: blocks for up to 5 seconds.
+    /// the program "file" about the user interface's plug-in: blocks for up to 6 seconds.
     static QString getApplicationBuildArch();
     /// @}
 

@@ -8,7 +8,8 @@
 class QUrl;
 
 /// Parameters of a URL's query, set without doubling them. A parameter that is replaced moves to the end. Delimiters
-/// and percent-encoding are those of QUrlQuery. Any thread may call; nothing here blocks or logs.
+/// and percent-encoding are those of QUrlQuery, which also writes the parameters that stay anew: a raw "=" within a
+/// value becomes "%3D". Any thread may call; nothing here blocks or logs.
 class NEROLTORVANEBASE_EXPORT UrlQueryManager
 {
 public:

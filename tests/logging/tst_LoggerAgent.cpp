@@ -491,6 +491,23 @@ private Q_SLOTS:
         QCOMPARE(BufferOf(agent), kStamp + "|1|Information|F|kept\n");
     }
 
+    void timerOfALogThatStartsBeforeItsThreadHasEvents()
+    {
+        int before = -1;
+        int after = -1;
+        std::thread([&] {
+            LoggerAgent agent(Information, nullptr);
+            agent.SetLoggerFileName(QStringLiteral("app.log"));
+            before = agent.*LoggerAgent_iTimerId();
+            QEventLoop loop;
+            loop.processEvents();
+            after = agent.*LoggerAgent_iTimerId();
+            agent.StopLogging();
+        }).join();
+        QCOMPARE(before, 0);
+        QVERIFY(after > 0);
+    }
+
     void idle_data()
     {
         QTest::addColumn<qint64>("silence");

@@ -34,6 +34,7 @@ const char* const kPlugin = "PlugIns/libUIContentHost.dylib";
 // What the system says of the machine, when it is to say something else.
 const char* gMachine = nullptr;
 int gNamesError = 0;
+bool gIsDeaf = false;
 
 void PutBuildArch()
 {
@@ -72,6 +73,18 @@ const Scenario impatience("impatience", [](const QStringList& arguments) {
     return 0;
 });
 
+// A process that hangs in the kernel does not hear of it.
+const Scenario deafness("deafness", [](const QStringList&) {
+    gIsDeaf = true;
+    QElapsedTimer timer;
+    timer.start();
+    PutBuildArch();
+    std::printf("%lld\n", timer.elapsed());
+    std::fflush(stdout);
+    ::_exit(0);
+    return 0;
+});
+
 QByteArray Shell(const QByteArray& script)
 {
     return "#!/bin/sh\n" + script + '\n';
@@ -85,6 +98,11 @@ bool WriteProgram(const QString& path, const QByteArray& text)
 }
 
 } // namespace
+
+extern "C" Q_DECL_EXPORT int kill(pid_t id, int signal) noexcept
+{
+    return gIsDeaf ? 0 : int(::syscall(SYS_kill, id, signal));
+}
 
 extern "C" Q_DECL_EXPORT int uname(struct utsname* names) noexcept
 {
@@ -313,6 +331,15 @@ private Q_SLOTS:
         QVERIFY2(lines[1].toInt() >= kPatienceMSecs - 50 && lines[1].toInt() < 4 * kPatienceMSecs,
                  lines[1].constData());
         QCOMPARE(lines[2], QByteArray("gone"));
+    }
+
+    void programThatCannotBeEnded()
+    {
+        QVERIFY(SetProgram(Shell("exec sleep 40")));
+        const QList<QByteArray> lines = LogText::Lines(Output(iProgram, "deafness"));
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines[0], QByteArray());
+        QVERIFY2(lines[1].toInt() < 4 * kPatienceMSecs, lines[1].constData());
     }
 
     void neitherLogs()

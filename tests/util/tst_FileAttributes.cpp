@@ -7,7 +7,10 @@
 
 #include <QtCore/QFile>
 
+#include <atomic>
 #include <cerrno>
+#include <thread>
+#include <vector>
 
 using FileAttributes::Result;
 
@@ -243,6 +246,27 @@ private Q_SLOTS:
         QCOMPARE(FileState::Mode(path), 0004);
         QCOMPARE(Remove(path), result);
         QCOMPARE(FileState::Mode(path), 0004);
+    }
+
+    // One thread sees the mode that another has opened for a moment, and finds it closed.
+    void deniedOwnersThreadsAtOnce()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString path = ground.File("file", 0400);
+        const OrdinaryUser user;
+        std::atomic<int> failed{0};
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 3; ++thread) {
+            threads.emplace_back([&path, &failed] {
+                for (int i = 0; i < 10000; ++i)
+                    failed += Write(path, "text") != Result::Done;
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        QCOMPARE(failed.load(), 0);
+        QCOMPARE(FileState::Mode(path), 0400);
     }
 
     void modeThatCannotBeOpened()
