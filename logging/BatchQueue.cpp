@@ -31,7 +31,7 @@ BatchQueue::BatchQueue(QAbstractEventDispatcher& reader, qint64 capacity)
 
 bool BatchQueue::Append(const QByteArray& batch) noexcept
 {
-    const qint64 size = batch.size() + kOverhead;
+    const qint64 size = SizeOf(batch);
     if (iDropped > 0 || iWaiting + size > iCapacity)
         return false;
     try {
@@ -50,10 +50,16 @@ qint64 BatchQueue::TakeAll()
     return std::exchange(iDropped, 0);
 }
 
-void BatchQueue::Written(int size)
+void BatchQueue::Written(qint64 size)
 {
     const std::lock_guard<QMutex> lock(iMutex);
-    iWaiting -= size + kOverhead;
+    iWaiting -= size;
+}
+
+// What it occupies, whether or not there is a line in it.
+qint64 BatchQueue::SizeOf(const QByteArray& batch)
+{
+    return batch.capacity() + kOverhead;
 }
 
 void BatchQueue::Close()

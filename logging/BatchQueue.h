@@ -31,7 +31,7 @@ public:
     {
         const qint64 dropped = TakeAll();
         for (QByteArray& batch : iTaken) {
-            const int size = batch.size();
+            const qint64 size = SizeOf(batch);
             write(std::exchange(batch, QByteArray()));
             Written(size);
         }
@@ -45,7 +45,8 @@ public:
 private:
     bool Append(const QByteArray& batch) noexcept;
     qint64 TakeAll();
-    void Written(int size);
+    void Written(qint64 size);
+    static qint64 SizeOf(const QByteArray& batch);
 
     const qint64 iCapacity;
     QMutex iMutex;

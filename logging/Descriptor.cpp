@@ -45,6 +45,11 @@ void Descriptor::TakeBack(int bytes) const
         return; // then the next line stands behind half of one
 }
 
+bool Descriptor::Empty() const
+{
+    return ::ftruncate(iDescriptor, 0) == 0;
+}
+
 qint64 Descriptor::Size() const
 {
     const off_t end = ::lseek(iDescriptor, 0, SEEK_END); // half the price of fstat

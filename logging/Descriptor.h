@@ -30,6 +30,8 @@ public:
     int Write(const QByteArray& bytes) const;
     /// Undoes the end of what was just written, unless somebody has written behind it. A pipe keeps what it has.
     void TakeBack(int bytes) const;
+    /// False where that cannot be done.
+    bool Empty() const;
     /// A pipe has no size.
     qint64 Size() const;
     /// Whether the name leads to this file.

@@ -33,3 +33,8 @@ public:
     lock.try_lock_for(timeout - kPatience);
     return lock;
 }
+
+void FairLock::BeginInCopy()
+{
+    gStarving = 0;
+}

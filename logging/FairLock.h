@@ -15,4 +15,7 @@ namespace FairLock {
 /// The lock is not owned when the mutex could not be had in time. `timeout` is at least 50 ms.
 std::unique_lock<QMutex> Within(QMutex& mutex, std::chrono::milliseconds timeout);
 
+/// In a copy of the process nobody else waits.
+void BeginInCopy();
+
 } // namespace FairLock

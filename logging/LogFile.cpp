@@ -62,16 +62,17 @@ void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
     const auto unlock = qScopeGuard([&file] { file.Unlock(); });
     if (!file.IsAt(iName) || !IsDue(file, nowMSecs))
         return; // it was
-    StartNew(header, RenameUnlessTaken(iName.constData(), rotatedName.constData()), nowMSecs);
+    const bool isMoved = RenameUnlessTaken(iName.constData(), rotatedName.constData());
+    // A moved file may have been followed already by another process's lines, and a link of somebody else's is not to
+    // be trusted. One that cannot be moved is emptied all the same, or the log would grow without bounds; but not
+    // another that has come into its place.
+    const Descriptor next(iName, O_NOFOLLOW);
+    if (next.IsOpen() && (isMoved || (next.Which() == file.Which() && next.Empty())))
+        Begin(next, header, nowMSecs);
 }
 
-void LogFile::StartNew(const QByteArray& header, bool isMoved, qint64 nowMSecs)
+void LogFile::Begin(const Descriptor& file, const QByteArray& header, qint64 nowMSecs)
 {
-    // A file that cannot be moved is emptied all the same, or the log would grow without bounds. A moved one may have
-    // been followed already by another process's lines. Neither is a link of somebody else's to be trusted.
-    const Descriptor file(iName, isMoved ? O_NOFOLLOW : O_NOFOLLOW | O_TRUNC);
-    if (!file.IsOpen())
-        return;
     file.Write(header);
     iStart = Start{file.Which(), nowMSecs};
     if (FileInfoMac(iPath).SetCreationMSecs(nowMSecs, file.Number()))

@@ -36,7 +36,7 @@ private:
 
     bool IsDue(const Descriptor& file, qint64 nowMSecs) const;
     void Rotate(const Descriptor& file, qint64 nowMSecs);
-    void StartNew(const QByteArray& header, bool isMoved, qint64 nowMSecs);
+    void Begin(const Descriptor& file, const QByteArray& header, qint64 nowMSecs);
 
     const QString iPath;
     const QByteArray iName;

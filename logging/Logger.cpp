@@ -31,6 +31,7 @@ std::atomic<bool> gStarted{false};
 
 // Whether this thread holds the log's locks to make a copy of the process.
 thread_local bool tHoldsLocks = false;
+thread_local bool tHoldsCreation = false;
 // How often this thread holds the Logger's mutex in calls that may reach the error reporter.
 thread_local int tReporting = 0;
 
@@ -41,6 +42,14 @@ public:
     ~Reporting() { --tReporting; }
     Q_DISABLE_COPY(Reporting)
 };
+
+// Held while the error reporter works, and by whoever takes it away: it comes before all other locks. Never destroyed,
+// threads may report until the very end of the process.
+QMutex& ReporterMutex()
+{
+    static QMutex* const mutex = new QMutex(QMutex::Recursive);
+    return *mutex;
+}
 
 class UnlockedCaller
 {
@@ -91,23 +100,17 @@ std::atomic<int> Logger::iActiveLevel{0};
 
 Logger::Logger()
     : iMutex(QMutex::Recursive)
-    , iAgent(new LoggerAgent(kDefaultLevel, nullptr))
+    , iAgent(nullptr)
 {
+    ReporterMutex(); // now, while there may be memory
+    iAgent = new LoggerAgent(kDefaultLevel, nullptr);
     iActiveLevel = kDefaultLevel;
 }
 
 Logger::~Logger()
 {
-    if (!iAgent.load())
-        return;
-    try {
-        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
-        const std::lock_guard<QMutex> lock(iMutex);
-        if (iAgent.load())
-            EndAgent("~Logger", "stopping logging", QString());
-    } catch (...) {
-        // Nobody is left to hear of it.
-    }
+    const NotCancelled moment;
+    Swallow([this] { End("~Logger", "stopping logging", false); });
 }
 
 void* Logger::operator new(std::size_t)
@@ -136,12 +139,20 @@ void Logger::Cleanup()
         delete instance;
 }
 
-// Says farewell and takes the agent out. The registry of threads and this object are locked.
-void Logger::EndAgent(const char* func, const char* farewell, const QString& path)
+// Says farewell and takes the agent out.
+void Logger::End(const char* func, const char* farewell, bool withPath)
 {
+    if (!iAgent.load())
+        return;
+    const std::lock_guard<QMutex> reporter(ReporterMutex());
+    const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
+    const std::lock_guard<QMutex> lock(iMutex);
     LoggerAgent* const agent = iAgent.load();
+    if (!agent)
+        return;
     Swallow([&] {
-        LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func, QLatin1String(farewell) + path);
+        LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func,
+                      QLatin1String(farewell) + (withPath ? agent->FileName() : QString()));
     });
     iAgent = nullptr;
     iActiveLevel = 0;
@@ -153,21 +164,13 @@ void Logger::EndAgent(const char* func, const char* farewell, const QString& pat
 
 void Logger::StopLogging()
 {
-    Logger* const logger = GetInstance();
-    if (!logger->iAgent.load())
-        return;
-    Swallow([logger] {
-        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
-        const std::lock_guard<QMutex> lock(logger->iMutex);
-        if (const LoggerAgent* const agent = logger->iAgent.load())
-            logger->EndAgent("Logger::StopLogging", "stopping logging file path is ", agent->FileName());
-    });
+    Swallow([] { GetInstance()->End("Logger::StopLogging", "stopping logging file path is ", true); });
 }
 
 void Logger::SetLoggerFileName(const QString& path, bool force)
 {
-    Logger* const logger = GetInstance();
     Swallow([&] {
+        Logger* const logger = GetInstance();
         if (force && logger->LoggingEnabled(LoggerDefs::Information)) {
             const UnlockedCaller caller;
             LoggerAgent* const agent = logger->iAgent.load();
@@ -187,7 +190,12 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
         LoggerAgent* const agent = logger->iAgent.load();
         if (agent && (force || agent->FileName().isEmpty())) {
             gStarted = true;
-            agent->SetLoggerFileName(path);
+            try {
+                agent->SetLoggerFileName(path);
+            } catch (...) {
+                gStarted = false;
+                throw;
+            }
         }
     });
 }
@@ -196,20 +204,23 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
 // give back the locks they hold, so for the moment of the copy they are held by the one that it has.
 void Logger::BeforeCopy()
 {
-    CreationMutex().lock();
+    const NotCancelled moment;
     tHoldsLocks = false;
+    tHoldsCreation = !iInstance.load();
+    if (tHoldsCreation)
+        CreationMutex().lock();
     Logger* const logger = iInstance.load();
     LoggerAgent* const agent = logger && !gStarted ? logger->iAgent.load() : nullptr;
     if (!agent)
         return;
-    std::unique_lock<QMutex> lock = FairLock::Within(logger->iMutex, kLockTimeout);
-    if (!lock || gStarted || logger->iAgent.load() != agent)
+    std::unique_lock<QMutex> reporter(ReporterMutex(), std::defer_lock);
+    std::unique_lock<QMutex> lock;
+    std::unique_lock<QMutex> agentLock;
+    if (!reporter.try_lock_for(kLockTimeout) || !(lock = FairLock::Within(logger->iMutex, kLockTimeout)) || gStarted
+        || logger->iAgent.load() != agent || !(agentLock = FairLock::Within(agent->iMutex, kLockTimeout)))
         return;
-    std::unique_lock<QMutex> agentLock = FairLock::Within(agent->iMutex, kLockTimeout);
-    if (!agentLock)
-        return;
-    agentLock.release();
-    lock.release();
+    for (std::unique_lock<QMutex>* const held : {&reporter, &lock, &agentLock})
+        held->release();
     tHoldsLocks = true;
 }
 
@@ -219,26 +230,38 @@ void Logger::AfterCopy()
         Logger* const logger = iInstance.load();
         logger->iAgent.load()->iMutex.unlock();
         logger->iMutex.unlock();
+        ReporterMutex().unlock();
     }
-    CreationMutex().unlock();
+    if (tHoldsCreation)
+        CreationMutex().unlock();
 }
 
-// A copy made later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock.
+// A copy made later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock. Not even
+// the agent's timer, if its thread is the one that goes on here.
 void Logger::BeginInCopy()
 {
+    AfterCopy();
     gUnlockedCallers = 0;
+    FairLock::BeginInCopy();
     Logger* const logger = iInstance.load();
-    if (logger && !tHoldsLocks) {
-        logger->iAgent = nullptr;
-        iActiveLevel = 0;
-    }
+    LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;
+    if (!agent || tHoldsLocks)
+        return;
+    logger->iAgent = nullptr;
+    iActiveLevel = 0;
+    if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
+        agent->killTimer(agent->iTimerId);
 }
 
 const QString& Logger::GetLoggerFileName()
 {
     static const QString none;
-    const LoggerAgent* const agent = GetInstance()->iAgent.load();
-    return agent ? agent->FileName() : none;
+    const QString* name = &none;
+    Swallow([&name] {
+        if (const LoggerAgent* const agent = GetInstance()->iAgent.load())
+            name = &agent->FileName();
+    });
+    return *name;
 }
 
 template <typename Call>
@@ -258,9 +281,14 @@ void Logger::WithAgentWaiting(const Call& call)
 template <typename Call>
 void Logger::WithAgentReporting(const Call& call)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) {
-        const Reporting reporting;
-        call(agent);
+    if (!iAgent.load(std::memory_order_relaxed))
+        return;
+    Swallow([&] {
+        const std::lock_guard<QMutex> reporter(ReporterMutex());
+        WithAgentWaiting([&](LoggerAgent& agent) {
+            const Reporting reporting;
+            call(agent);
+        });
     });
 }
 
@@ -400,12 +428,16 @@ void Logger::LogUnknownException(unsigned int code, const char* func)
 
 void Logger::SetErrorReporter(IErrorReporter* reporter)
 {
-    GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) { agent.SetErrorReporter(reporter); });
+    Swallow([reporter] {
+        GetInstance()->WithAgentReporting([reporter](LoggerAgent& agent) { agent.SetErrorReporter(reporter); });
+    });
 }
 
 void Logger::SetStackTrace(bool enabled)
 {
-    GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) { agent.SetStackTrace(enabled); });
+    Swallow([enabled] {
+        GetInstance()->WithAgentWaiting([enabled](LoggerAgent& agent) { agent.SetStackTrace(enabled); });
+    });
 }
 
 bool Logger::StackLoggingEnabled()
@@ -434,17 +466,22 @@ bool Logger::TraceLoggingEnabled() const
 bool Logger::LoggingEnabledTrace()
 {
     bool enabled = false;
-    GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) { enabled = agent.LoggingEnabled(LoggerDefs::Trace); });
+    Swallow([&enabled] {
+        GetInstance()->WithAgentWaiting(
+            [&enabled](LoggerAgent& agent) { enabled = agent.LoggingEnabled(LoggerDefs::Trace); });
+    });
     return enabled;
 }
 
 bool Logger::ResetLoggingLevel(int mask)
 {
     bool reset = false;
-    GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) {
-        reset = agent.ResetLoggingLevel(mask, kInformationCode, "Logger::ResetLoggingLevel",
-                                        QLatin1String("resetting log level ") + QString::number(mask));
-        iActiveLevel = agent.Level();
+    Swallow([&] {
+        GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) {
+            reset = agent.ResetLoggingLevel(mask, kInformationCode, "Logger::ResetLoggingLevel",
+                                            QLatin1String("resetting log level ") + QString::number(mask));
+            iActiveLevel = agent.Level();
+        });
     });
     return reset;
 }

@@ -17,6 +17,7 @@
 #include <chrono>
 #include <mutex>
 #include <sys/time.h>
+#include <utility>
 
 namespace {
 
@@ -287,6 +288,7 @@ void LoggerAgent::Launch()
         iThread->setParent(nullptr);
         iThread = nullptr;
         iWorker = nullptr;
+        iFileName.clear();
         throw;
     }
 }
@@ -309,7 +311,6 @@ void LoggerAgent::ConnectWorker()
     const auto deliver = [thread] { thread->Deliver(); };
     connect(thread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
     connect(thread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
-    connect(thread, &QThread::finished, iWorker, [thread] { thread->End(); });
     connect(
         this, &LoggerAgent::logMessage, iWorker, [thread](const QByteArray& batch) { thread->Put(batch); },
         Qt::DirectConnection);
@@ -320,13 +321,16 @@ void LoggerAgent::ConnectWorker()
             Qt::BlockingQueuedConnection);
 }
 
-// For a thread that never ran, so that nobody else knows of it or of its worker.
+// For a thread that never ran, so that nobody else knows of it or of its worker. As a child it goes where its parent
+// lives.
 void LoggerAgent::DropThread()
 {
-    delete iThread;
-    iThread = nullptr;
-    delete iWorker;
-    iWorker = nullptr;
+    RegisteredThread* const thread = std::exchange(iThread, nullptr);
+    if (thread && thread->parent() && QThread::currentThread() != this->thread())
+        Swallow([thread] { thread->deleteLater(); });
+    else
+        delete thread;
+    delete std::exchange(iWorker, nullptr);
 }
 
 void LoggerAgent::StopLogging()

@@ -10,6 +10,7 @@
 #include <NeroltOrvaneBase/LoggerWorker.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QEventLoop>
 
 #include <algorithm>
 #include <pthread.h>
@@ -42,6 +43,13 @@ LoggingThread::LoggingThread(QObject* parent, LoggerWorker& worker)
 {
 }
 
+// A thread that never ran has nobody else to do it.
+LoggingThread::~LoggingThread()
+{
+    if (!isRunning() && !isFinished())
+        delete eventDispatcher();
+}
+
 [[gnu::hot]] void LoggingThread::Put(const QByteArray& batch) noexcept
 {
     iQueue.Put(batch);
@@ -60,27 +68,33 @@ void LoggingThread::Deliver()
     });
 }
 
-void LoggingThread::End()
-{
-    Deliver();
-    iQueue.Close();
-}
-
+// The worker goes here: its connection with the end of the thread takes memory.
 void LoggingThread::run()
 {
+    const NotCancelled always;
     WriteSignals::Block();
     WriterThread::StandBack();
-    ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     Swallow(
         [this] { connect(eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &iWorker, &BatchPool::Idle); });
+    WaitForEvents();
+    Deliver();
+    iQueue.Close();
+    delete &iWorker;
+}
+
+// Without memory for an event loop it does without one until there is some.
+void LoggingThread::WaitForEvents()
+{
     bool ended = false;
     while (!ended) {
-        // What comes out of it is want of memory for the loop itself: the log's own slots throw nothing.
         Swallow([&] {
-            exec();
+            QEventLoop loop;
+            loop.exec();
             ended = true;
         });
-        if (!ended)
-            msleep(kOutOfMemoryMs); // somebody may give some back
+        if (!ended) {
+            Swallow([this] { eventDispatcher()->processEvents(QEventLoop::AllEvents); });
+            msleep(kOutOfMemoryMs);
+        }
     }
 }

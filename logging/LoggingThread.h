@@ -8,26 +8,27 @@ class LoggerWorker;
 
 /// The thread that writes the log, and the batches on their way to it.
 ///
-/// It goes on whatever its events throw, ends no process by a write, and is not terminated from outside.
+/// It goes on when it gets no memory, ends no process by a write, and is not terminated from outside.
 class LoggingThread : public RegisteredThread // clazy:exclude=missing-qobject-macro
 {
 public:
-    /// For a worker that outlives the thread's work. Throws std::bad_alloc.
+    /// For a worker that it destroys when it has run. Throws std::bad_alloc.
     LoggingThread(QObject* parent, LoggerWorker& worker);
+    ~LoggingThread() override;
 
     /// A batch for the worker. Any thread may call; what is too much is dropped.
     void Put(const QByteArray& batch) noexcept;
     /// Gives the worker what there is, and a line that tells of what was dropped. On this thread, or on another when
     /// this one does not run.
     void Deliver();
-    /// Gives the worker the rest, and drops whatever comes from now on. On this thread, when it ends.
-    void End();
 
 protected:
     void run() override;
 
 private:
     Q_DISABLE_COPY(LoggingThread)
+
+    void WaitForEvents();
 
     LoggerWorker& iWorker;
     BatchQueue iQueue;

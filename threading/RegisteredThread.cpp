@@ -4,22 +4,63 @@
 #include <new>
 #include <pthread.h>
 
+namespace {
+
+// While it lives the calling thread is not terminated: nothing is unwound through functions that throw nothing.
+class NotCancelled
+{
+public:
+    NotCancelled() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &iBefore); }
+    ~NotCancelled() { ::pthread_setcancelstate(iBefore, nullptr); }
+
+private:
+    Q_DISABLE_COPY(NotCancelled)
+
+    int iBefore = 0;
+};
+
+} // namespace
+
 // The library's only static initialiser.
 QList<RegisteredThread*> RegisteredThread::iThreads;
 QMutex RegisteredThread::iMutex((WatchCopies(), QMutex::Recursive));
 
-// A copy of the process has the lock, but not the threads that would give it back. So both begin anew there; what the
-// original held is not freed, it may have been in use.
+// A copy of the process has the lock, but not the threads that would give it back. So the lock is taken for the moment
+// of the copy; where others have it, both begin anew there, and what the original held is not freed, it may have been
+// in use.
 void RegisteredThread::WatchCopies() noexcept
 {
-    ::pthread_atfork(&Logger::BeforeCopy, &Logger::AfterCopy, [] {
-        new (&iMutex) QMutex(QMutex::Recursive);
-        new (&iThreads) QList<RegisteredThread*>;
+    static thread_local bool tHoldsList = false;
+    ::pthread_atfork(
+        [] {
+            tHoldsList = iMutex.tryLock();
+            Logger::BeforeCopy();
+        },
+        [] {
+            Logger::AfterCopy();
+            if (tHoldsList)
+                iMutex.unlock();
+        },
+        [] { BeginInCopy(tHoldsList); });
+}
+
+void RegisteredThread::BeginInCopy(bool holdsList) noexcept
+{
+    try {
+        if (holdsList)
+            iMutex.unlock();
+        else
+            new (&iMutex) QMutex(QMutex::Recursive);
+        if (holdsList)
+            iThreads.clear();
+        else
+            new (&iThreads) QList<RegisteredThread*>;
+        Logger::BeginInCopy();
         if (auto* const current = dynamic_cast<RegisteredThread*>(QThread::currentThread()))
             iThreads.append(current);
-        Logger::AfterCopy();
-        Logger::BeginInCopy();
-    });
+    } catch (...) {
+        // Out of memory: the copy may well have been made to run another program and nothing else.
+    }
 }
 
 std::unique_lock<QMutex> RegisteredThread::LockList() noexcept
@@ -53,6 +94,7 @@ RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcep
 
 RegisteredThread::~RegisteredThread() noexcept
 {
+    const NotCancelled moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         if (isRunning() && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning)) {
@@ -73,6 +115,7 @@ const QString& RegisteredThread::Name() const noexcept
 
 void RegisteredThread::LogThreads() noexcept
 {
+    const NotCancelled moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         const QList<RegisteredThread*> threads = iThreads;
@@ -89,6 +132,7 @@ void RegisteredThread::LogThreads() noexcept
 
 void RegisteredThread::SetInterrupted() noexcept
 {
+    const NotCancelled moment;
     try {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug)) {
             const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";

@@ -14,7 +14,9 @@ public:
     ///
     /// The Logger's mutex is held meanwhile: other threads' warnings and errors wait until it returns. The
     /// implementation may log, make, list and destroy threads, change the log's file and stop it, all on the same
-    /// thread. It must not wait for another thread that logs. An exception is swallowed.
+    /// thread; should another thread have the list of threads, its warnings pass while this one waits for it. There is
+    /// never more than one call at a time, but for errors that the implementation logs itself. It must not wait for
+    /// another thread that logs. An exception is swallowed.
     virtual void ReportError(const QString& errorCode, const QString& message) = 0;
 
 protected:

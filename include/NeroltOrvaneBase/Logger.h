@@ -40,7 +40,7 @@ class NEROLTORVANEBASE_EXPORT Logger
 {
 public:
     /// The single instance, created on first use on the calling thread, whose event loop then drives the log's timer:
-    /// call it first on the main thread. Never null.
+    /// call it first on the main thread. Never null; throws std::bad_alloc when there is no memory for a first use.
     static Logger* GetInstance()
     {
         Logger* const instance = iInstance.load(std::memory_order_acquire);
@@ -114,7 +114,7 @@ public:
     /// @}
 
     /// Who hears of errors and exceptions; null for nobody. Not owned: it must live until it is replaced or the log
-    /// stops. Waits for the Logger's mutex.
+    /// stops. Waits for a reporter that is at work on another thread, and for the Logger's mutex.
     static void SetErrorReporter(IErrorReporter* reporter);
 
     /// Stores a flag for the host. Waits for the Logger's mutex.
@@ -153,7 +153,7 @@ private:
     void WithAgentReporting(const Call& call);
     template <typename Call>
     void WithAgentOrDrop(const Call& call);
-    void EndAgent(const char* func, const char* farewell, const QString& path);
+    void End(const char* func, const char* farewell, bool withPath);
 
     // The list of threads is there before any logger: it watches for copies of the process. And its lock comes first.
     friend class RegisteredThread;

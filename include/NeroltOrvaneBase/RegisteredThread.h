@@ -11,6 +11,9 @@
 #include <mutex>
 
 /// A thread with a name that is listed for its whole life, and with a flag by which its work can be asked to end.
+///
+/// The list is locked as well while the log starts, changes its file or stops, and so while the disk takes its time for
+/// that. It ends with the process's static objects: make, list and destroy no such thread after main has returned.
 class NEROLTORVANEBASE_EXPORT RegisteredThread : public QThread
 {
     Q_OBJECT
@@ -48,6 +51,7 @@ private:
     RegisteredThread(const QString& name, QObject* parent);
 
     static void WatchCopies() noexcept;
+    static void BeginInCopy(bool holdsList) noexcept;
     static std::unique_lock<QMutex> LockList() noexcept;
 
     static QList<RegisteredThread*> iThreads;

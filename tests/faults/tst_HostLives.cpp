@@ -8,6 +8,7 @@
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
+#include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QTimerEvent>
 #include <QtTest/QtTest>
@@ -20,7 +21,9 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 
@@ -205,11 +208,65 @@ public:
     void ReportError(const QString&, const QString&) override
     {
         iCalled = true;
+        RegisteredThread::LogThreads();
         ::usleep(1); // where a thread may be cancelled
     }
 
     std::atomic<bool> iCalled{false};
 };
+
+class SlowReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override { QThread::msleep(100); }
+};
+
+// One that waits for the log, which others keep from it, is asked to end in functions through which nothing is unwound.
+const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&) {
+    SlowReporter reporter;
+    Start();
+    Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Debug);
+    Logger::SetErrorReporter(&reporter);
+    RegisteredThread listed(nullptr, QStringLiteral("listed"));
+    std::atomic<bool> end{false};
+    std::vector<std::thread> others;
+    for (int i = 0; i < 3; ++i) {
+        others.emplace_back([i, &end] {
+            while (!end) {
+                if (i == 0)
+                    Logger::LogException(1, "F", QStringLiteral("keeps the log"), 0);
+                else
+                    Logger::LogDebug("F", QStringLiteral("waits for it"));
+            }
+        });
+    }
+    std::atomic<bool> hasBegun{false};
+    std::atomic<bool> isToEnd{false};
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        while (!isToEnd) {
+            hasBegun = true;
+            listed.SetInterrupted();
+            RegisteredThread::LogThreads();
+        }
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr); // the framework's own end does not bear it
+    }));
+    thread->start();
+    while (!hasBegun)
+        QThread::yieldCurrentThread();
+    thread->terminate();
+    QThread::msleep(500); // for it to wait while others have waited for long
+    isToEnd = true;
+    if (!thread->wait(30000))
+        return 1;
+    end = true;
+    for (std::thread& other : others)
+        other.join();
+    Logger::SetErrorReporter(nullptr);
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    SayTen(0);
+    Logger::StopLogging();
+    return 0;
+});
 
 const Scenario terminated("terminated", [](const QStringList&) {
     SleepingReporter reporter;
@@ -326,9 +383,16 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
     }
 
+    void terminatedThreadIsUnwoundThroughItsCall_data()
+    {
+        QTest::addColumn<QString>("scenario");
+        QTest::newRow("in the reporter") << "terminated";
+        QTest::newRow("in the list of threads") << "terminatedInTheList";
+    }
     void terminatedThreadIsUnwoundThroughItsCall()
     {
-        const auto result = TestSupport::RunScenario("terminated");
+        QFETCH(QString, scenario);
+        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData());
         QVERIFY2(result.IsOk(), result.Describe());
         QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
     }

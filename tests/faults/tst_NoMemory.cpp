@@ -13,7 +13,10 @@
 #include <csignal>
 #include <cstring>
 #include <dlfcn.h>
+#include <functional>
+#include <iterator>
 #include <memory>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using TestSupport::Scenario;
@@ -134,6 +137,64 @@ QByteArray Written(const QDir& folder)
     return text;
 }
 
+// The logging thread gets none when it comes to its end.
+const Scenario writersEnd("writersEnd", [](const QStringList& arguments) {
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::LogWarning("F", QStringLiteral("before"));
+    RunningLog::HandOver();
+    Logger::LogWarning("F", QStringLiteral("after"));
+    ShortMemory::RefuseThread("RegisteredThrea", arguments.value(0).toInt(), arguments.value(1).toInt());
+    Logger::StopLogging();
+    return ShortMemory::HasRefusedThread() ? kRefused : kNotAsked;
+});
+
+// And none from its beginning on, for as long as the log runs.
+const Scenario writerWithout("writerWithout", [](const QStringList&) {
+    ShortMemory::RefuseThread("RegisteredThrea", 0, ShortMemory::kForGood);
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    Logger::LogWarning("F", QStringLiteral("after"));
+    Logger::StopLogging();
+    return 0;
+});
+
+// The very first use of the log.
+const Scenario firstUse("firstUse", [](const QStringList& arguments) {
+    const QString text = QStringLiteral("first");
+    const std::function<void()> calls[] = {
+        [&] { Logger::LogWarning("F", text); },
+        [&] { Logger::LogError(1, LoggerDefs::ExtraText, "F", text, text); },
+        [&] { Logger::SetLoggerFileName(kLog, false); },
+        [] { Logger::StopLogging(); },
+        [] { Logger::SetErrorReporter(nullptr); },
+        [] { Logger::SetStackTrace(true); },
+        [] { Logger::ResetLoggingLevel(kLevels); },
+        [] { Logger::LoggingEnabledTrace(); },
+        [] { Logger::GetLoggerFileName(); },
+    };
+    AllowTheFrameworkToCrash();
+    const int number = arguments.value(0).toInt();
+    const int count = int(std::size(calls));
+    const bool refused = ShortMemory::Refuse(number / count, arguments.value(1).toInt(), calls[number % count]);
+    return refused || number % count != count - 1 ? kRefused : kNotAsked;
+});
+
+// A copy of the process that gets no memory.
+const Scenario copy("copy", [](const QStringList& arguments) {
+    if (arguments.value(0).toInt() > 20)
+        return kNotAsked;
+    Logger::GetInstance()->SetLevel(kLevels);
+    int status = -1;
+    ShortMemory::Refuse(arguments.value(0).toInt(), arguments.value(1).toInt(), [&status] {
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit(0);
+        ::waitpid(child, &status, 0);
+    });
+    return status == 0 ? kRefused : 1;
+});
+
 } // namespace
 
 // Memory ends at each place in turn where it is asked for, for one allocation or for many.
@@ -142,6 +203,12 @@ class tst_NoMemory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void stopOfAThreadWithoutMemory()
+    {
+        const auto result = TestSupport::RunScenario("writerWithout");
+        QVERIFY2(result.IsOk(), result.Describe()); // what it could not keep is dropped
+    }
+
     void nobodyEndsAndNothingHangs_data()
     {
         QTest::addColumn<QString>("scenario");
@@ -159,6 +226,12 @@ private Q_SLOTS:
         QTest::newRow("registered thread, from then on") << "thread" << ShortMemory::kForGood << 3;
         QTest::newRow("logging thread, once") << "writer" << 0 << 3;
         QTest::newRow("logging thread, for a while") << "writer" << 5 << 3;
+        QTest::newRow("end of the logging thread, once") << "writersEnd" << 0 << 0;
+        QTest::newRow("end of the logging thread, from then on") << "writersEnd" << ShortMemory::kForGood << 0;
+        QTest::newRow("first use, once") << "firstUse" << 0 << 9;
+        QTest::newRow("first use, from then on") << "firstUse" << ShortMemory::kForGood << 9;
+        QTest::newRow("copy, once") << "copy" << 0 << 5;
+        QTest::newRow("copy, from then on") << "copy" << ShortMemory::kForGood << 5;
     }
     void nobodyEndsAndNothingHangs()
     {
@@ -166,7 +239,7 @@ private Q_SLOTS:
         QFETCH(int, more);
         QFETCH(int, least);
         const QList<int> exitCodes{kRefused, kNotAsked, kFrameworkCrashed};
-        const bool hasAfter = scenario != "stop" && scenario != "thread";
+        const bool hasAfter = !QStringList{"stop", "thread", "firstUse", "copy"}.contains(scenario);
         int number = 0;
         int exitCode = kRefused;
         while (exitCode != kNotAsked) {

@@ -21,7 +21,10 @@ constexpr qint64 kThree = 3 * kBatch + 500; // what it costs to hold them includ
 
 QByteArray BatchOf(char letter)
 {
-    return QByteArray(kBatch / 2 - 1, letter) + '\n' + QByteArray(kBatch / 2 - 1, letter) + '\n';
+    QByteArray batch(kBatch, letter);
+    batch[int(kBatch / 2)] = '\n';
+    batch[int(kBatch - 1)] = '\n';
+    return batch;
 }
 
 QList<QByteArray> Deliver(BatchQueue& queue)
@@ -152,6 +155,25 @@ private Q_SLOTS:
         for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'i'})
             expected += BatchOf(letter);
         QCOMPARE(batches, expected);
+    }
+
+    void roomIsWhatABatchOccupies()
+    {
+        WriterDispatcher reader;
+        BatchQueue queue(reader, kThree);
+        for (int i = 0; i < 10; ++i) {
+            QByteArray small;
+            small.reserve(kBatch);
+            small += "small\n";
+            queue.Put(small);
+        }
+        int written = 0;
+        QCOMPARE(queue.Deliver([&](const QByteArray&) { ++written; }), qint64(7));
+        QCOMPARE(written, 3);
+        QCOMPARE(queue.Deliver([](const QByteArray&) {}), qint64(0));
+        for (int i = 0; i < 3; ++i)
+            queue.Put(BatchOf('a'));
+        QCOMPARE(Deliver(queue).size(), 3); // all the room is there again
     }
 
     // Or the lines would not be in their order, and nobody could say where some are missing.

@@ -299,6 +299,23 @@ private Q_SLOTS:
         QCOMPARE(LogText::Read(QStringLiteral("precious")), QByteArray("precious\n"));
     }
 
+    // A file that cannot be moved is emptied, and not another that comes into its place: one of another program that
+    // has moved the log itself, or a second name of somebody's file.
+    void fileThatComesMeanwhileIsNotEmptied()
+    {
+        const QString path = QStringLiteral("a.log");
+        MakeOldFile(path);
+        ForgedClock::Freeze(Now());
+        QVERIFY(Append(QStringLiteral("a-2024-03-05_14-07-09.log"), "taken\n"));
+        gAfterRename = [] {
+            QVERIFY(QFile::rename(QStringLiteral("a.log"), QStringLiteral("moved.log")));
+            QVERIFY(Append(QStringLiteral("a.log"), "of another\n"));
+        };
+        QVERIFY(Append(path, "one\n"));
+        QCOMPARE(LogText::Read(path), QByteArray("of another\n"));
+        QVERIFY(LogText::Read(QStringLiteral("moved.log")).endsWith("one\n"));
+    }
+
     // What a full disk does: the write is short, then it fails.
     void limitOfTheFileSizeTakesWholeLines_data()
     {

@@ -282,6 +282,54 @@ const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments)
     return 0;
 });
 
+// There is never more than one at a time, and none any more when it was taken away.
+class LonelyReporter : public IErrorReporter
+{
+public:
+    void ReportError(const QString&, const QString&) override
+    {
+        gBroken += gBusy.fetch_add(1) != 0 || !iIsSet ? 1 : 0;
+        RegisteredThread::LogThreads();
+        gBroken += !iIsSet ? 1 : 0;
+        --gBusy;
+    }
+
+    std::atomic<bool> iIsSet{true};
+    static inline std::atomic<int> gBusy{0};
+    static inline std::atomic<int> gBroken{0};
+};
+
+const Scenario reporterIsTakenAway("reporterIsTakenAway", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+    std::atomic<bool> end{false};
+    std::vector<std::thread> others;
+    for (int i = 0; i < 4; ++i) {
+        others.emplace_back([i, &end] {
+            while (!end) {
+                if (i % 2 == 0)
+                    RegisteredThread::LogThreads();
+                else
+                    Logger::LogException(1, "F", kMsg, 0);
+            }
+        });
+    }
+    for (int i = 0; i < 300; ++i) {
+        LonelyReporter reporter;
+        Logger::SetErrorReporter(&reporter);
+        Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+        if (i == 299)
+            Logger::StopLogging();
+        else
+            Logger::SetErrorReporter(nullptr);
+        reporter.iIsSet = false;
+    }
+    end = true;
+    for (std::thread& other : others)
+        other.join();
+    return LonelyReporter::gBroken.load();
+});
+
 // While a reporter takes its time others make threads.
 const Scenario reporterIsSlow("reporterIsSlow", [](const QStringList&) {
     Logger::SetLoggerFileName(kLog, false);
@@ -381,6 +429,12 @@ private Q_SLOTS:
     {
         QFETCH(QString, what);
         const auto result = TestSupport::RunScenario("reporterIsBusy", {what});
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+    }
+
+    void reporterIsAloneAndGoneWhenItWasTakenAway()
+    {
+        const auto result = TestSupport::RunScenario("reporterIsTakenAway");
         QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 
