@@ -52,6 +52,7 @@ add_library(NeroltOrvaneBase SHARED
   settings/IIniFileBase.cpp
   settings/IniDisk.cpp
   settings/IniFile.cpp
+  settings/IniNames.cpp
   settings/IniSettings.cpp
   settings/IniString.cpp
   settings/IniText.cpp

@@ -14,6 +14,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 using namespace IniDisk;
@@ -66,25 +67,6 @@ Kind KindOf(mode_t mode)
     return S_ISDIR(mode) ? Kind::Folder : Kind::Other;
 }
 
-bool ReadOnce(const QString& path, QByteArray& bytes)
-{
-    bytes.clear();
-    const Descriptor file(::open(Encoded(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    struct stat status = {};
-    if (file < 0)
-        return errno == ENOENT;
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    bytes.reserve(int(std::min<off_t>(status.st_size, INT_MAX)));
-    char part[65536];
-    for (;;) {
-        const ssize_t count = ::read(file, part, sizeof part);
-        if (count <= 0)
-            return count == 0;
-        bytes.append(part, int(count));
-    }
-}
-
 bool WriteAll(int file, const QByteArray& bytes)
 {
     for (int at = 0; at < bytes.size();) {
@@ -113,9 +95,9 @@ bool WriteNew(const QString& path, const QByteArray& bytes, const QString& like)
         ::open(Encoded(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, hasLike ? 0600 : 0666));
     if (file < 0)
         return false;
-    QByteArray written;
+    Content written;
     const bool isWhole = WriteAll(file, bytes) && (!hasLike || ::fchmod(file, status.st_mode & kAllModes) == 0)
-        && ::fsync(file) == 0 && Read(path, written) && written == bytes;
+        && ::fsync(file) == 0 && written.Read(path) && written.Bytes() == bytes;
     if (!isWhole)
         ::unlink(Encoded(path).constData());
     return isWhole;
@@ -165,9 +147,42 @@ QString IniDisk::TargetOf(const QString& path)
     return info.absoluteFilePath();
 }
 
-bool IniDisk::Read(const QString& path, QByteArray& bytes)
+bool Content::Read(const QString& path)
 {
-    return Try([&] { return ReadOnce(path, bytes); });
+    return Try([&] { return ReadOnce(Encoded(path)); });
+}
+
+bool Content::ReadOnce(const QByteArray& encodedPath)
+{
+    Clear();
+    const Descriptor file(::open(encodedPath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status = {};
+    if (file < 0)
+        return errno == ENOENT;
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= INT_MAX)
+        return false;
+    const auto size = size_t(status.st_size) + 1; // the last reading finds the end
+    void* const memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        return false;
+    iMemory = memory;
+    iSize = size;
+    size_t read = 0;
+    ssize_t count = 1;
+    while (count > 0 && read < size) {
+        count = ::read(file, static_cast<char*>(memory) + read, size - read);
+        read += size_t(std::max<ssize_t>(count, 0));
+    }
+    iBytes = QByteArray::fromRawData(static_cast<const char*>(memory), int(read));
+    return count == 0;
+}
+
+void Content::Clear()
+{
+    iBytes.clear();
+    if (iMemory)
+        ::munmap(iMemory, iSize);
+    iMemory = nullptr;
 }
 
 bool IniDisk::Replace(const QString& path, const QByteArray& bytes)
@@ -226,9 +241,9 @@ Backup::Backup(const QString& path)
 {
     Try([this] {
         const QString name = NewNameBeside(iOriginal);
-        QByteArray bytes;
+        Content content;
         if (::link(Encoded(iOriginal).constData(), Encoded(name).constData()) == 0
-            || (errno != ENOENT && Read(iOriginal, bytes) && WriteNew(name, bytes, iOriginal)))
+            || (errno != ENOENT && content.Read(iOriginal) && WriteNew(name, content.Bytes(), iOriginal)))
             iPath = name;
         return !iPath.isEmpty();
     });

@@ -27,12 +27,34 @@ State StateOf(const QByteArray& encodedPath);
 /// Where the links at the end of the path lead, which may be nowhere.
 QString TargetOf(const QString& path);
 
-/// The bytes of a regular file; a file that is missing has none. False if they cannot be had.
-bool Read(const QString& path, QByteArray& bytes);
 /// Puts a new file with these bytes in the place of the one at `path`, or leaves that as it is and gives false.
 bool Replace(const QString& path, const QByteArray& bytes);
 /// Removes what killed writers left beside the file more than a minute ago.
 void RemoveLeftovers(const QString& path);
+
+/// The bytes of a regular file, beside the heap: a large block there has all small ones put in order first, which takes
+/// longer than reading.
+class Content
+{
+public:
+    Content() = default;
+    ~Content() { Clear(); }
+
+    /// A file that is missing has none. False if they cannot be had.
+    bool Read(const QString& path);
+    /// As long as this is.
+    const QByteArray& Bytes() const { return iBytes; }
+
+private:
+    Q_DISABLE_COPY(Content)
+
+    bool ReadOnce(const QByteArray& encodedPath);
+    void Clear();
+
+    void* iMemory = nullptr;
+    size_t iSize = 0;
+    QByteArray iBytes;
+};
 
 /// Keeps other objects and processes that ask for it from changing a folder's INI files. Waits for a while only: a lock
 /// that somebody keeps is worth less than the change.

@@ -104,7 +104,7 @@ bool MergeGroup(const QString& group, QSettings& source, const QSettings& there,
             continue; // the framework stores nothing without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
-        target.Set(path, value);
+        target.Add({group, key, value, false});
         changed = true;
     }
     return changed;
@@ -196,10 +196,7 @@ void IniFile::SetKeyValue(const QString& group, const QString& key, const QVaria
     if (!iSettings)
         return;
     IniSettings& settings = Of(iSettings);
-    {
-        const Group open(settings, group);
-        settings.Set(key, value);
-    }
+    settings.Add({group, key, value, false});
     settings.Save();
 }
 
@@ -208,10 +205,7 @@ void IniFile::RemoveKey(const QString& group, const QString& key)
     if (!iSettings)
         return;
     IniSettings& settings = Of(iSettings);
-    {
-        const Group open(settings, group);
-        settings.Remove(key);
-    }
+    settings.Add({group, key, QVariant(), true});
     settings.Save();
 }
 

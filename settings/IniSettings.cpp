@@ -1,12 +1,12 @@
 #include "IniSettings.h"
 
+#include "IniNames.h"
 #include "IniText.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
-#include <QtCore/QSet>
 #include <QtCore/QUuid>
 
 #include <algorithm>
@@ -29,22 +29,35 @@ QString Bindable(const QString& path)
     return StateOf(path).iKind == Kind::Other ? path + QLatin1String("/none") : path;
 }
 
-QString Full(const QString& group, const QString& key)
-{
-    return group.isEmpty() ? key : group + kSeparator + key;
-}
-
 QString Normal(const QString& key)
 {
-    return key.split(kSeparator, Qt::SkipEmptyParts).join(kSeparator);
+    return key.contains(kSeparator) ? key.split(kSeparator, Qt::SkipEmptyParts).join(kSeparator) : key;
 }
 
-// Whether the removal of a key takes another along.
-bool IsBelow(const QString& key, const QString& removed)
+QString Full(const QString& group, const QString& key)
 {
-    const QString name = Normal(key);
-    const QString start = Normal(removed);
-    return start.isEmpty() || name == start || name.startsWith(start + kSeparator);
+    const QString start = Normal(group);
+    return start.isEmpty() ? Normal(key) : start + kSeparator + Normal(key);
+}
+
+QString Full(const IniSettings::Change& change)
+{
+    return Full(change.iGroup, change.iKey);
+}
+
+IniNames::Name NameOf(const IniSettings::Change& change)
+{
+    const bool isSection = !change.iGroup.isEmpty() && !change.iGroup.contains(kSeparator);
+    return isSection ? IniNames::Name{change.iGroup, Normal(change.iKey)} : IniNames::Split(Full(change));
+}
+
+// Whether the removal of one of the keys takes another along.
+bool IsBelow(const QString& key, const QSet<QString>& removed)
+{
+    QString name = Normal(key);
+    while (!name.isEmpty() && !removed.contains(name))
+        name.truncate(std::max(name.lastIndexOf(kSeparator), 0));
+    return removed.contains(name);
 }
 
 // A file's keys as the framework reads them from it anew. A reading that failed is one of fewer keys, if it is not one
@@ -53,13 +66,21 @@ QStringList KeysOf(const Backup& backup, const QByteArray& text)
 {
     constexpr int kReadings = 3;
     QStringList keys = QSettings(backup.Path(), QSettings::IniFormat).allKeys();
-    for (int i = 1; i < kReadings && keys.size() < IniText::CountKeys(text); ++i) {
+    for (int i = 1; i < kReadings && keys.size() < IniNames::Count(text); ++i) {
         const Backup other(backup.Path());
         QStringList more = QSettings(other.Path(), QSettings::IniFormat).allKeys();
         if (more.size() > keys.size())
             keys.swap(more);
     }
     return keys;
+}
+
+void ApplyTo(QSettings& settings, const IniSettings::Change& change)
+{
+    if (change.iIsRemoval)
+        settings.remove(change.iKey);
+    else
+        settings.setValue(change.iKey, change.iValue);
 }
 
 bool Put(const QString& path, const QByteArray& text)
@@ -80,56 +101,60 @@ IniSettings::IniSettings(const QString& path)
 
 IniSettings::~IniSettings()
 {
-    if (iChanges.isEmpty())
+    if (!HasChanges())
         return;
     Save();
-    if (!iChanges.isEmpty())
+    if (HasChanges())
         --gUnsaved;
 }
 
-void IniSettings::Note(const Change& change)
+void IniSettings::Add(const Change& change)
 {
-    if (iChanges.isEmpty())
+    if (!HasChanges())
         ++gUnsaved;
     iChanges += change;
+    // The framework sets a value without a look at those that are there.
+    if (change.iIsRemoval || !iHasLooked ? !IsReadable() : !iIsReadable)
+        return;
+    beginGroup(change.iGroup);
+    ApplyTo(*this, change);
+    endGroup();
 }
 
-void IniSettings::Set(const QString& key, const QVariant& value)
+void IniSettings::ForEachChange(const std::function<void(const Change&)>& function) const
 {
-    Note({Full(group(), key), value, false});
-    if (iHasLooked ? iIsReadable : IsReadable()) // without a look for each of many
-        setValue(key, value);
-}
-
-void IniSettings::Remove(const QString& key)
-{
-    Note({Full(group(), key), QVariant(), true});
-    if (IsReadable())
-        remove(key);
+    std::for_each(iChanges.begin(), iChanges.end(), function);
+    if (iMany)
+        iMany(function);
 }
 
 const IniSettings::Change* IniSettings::Unsaved(const QString& group, const QString& key) const
 {
-    for (int i = iChanges.size() - 1; i >= 0; --i) {
-        const Change& change = iChanges.at(i);
-        const QString name = Full(group, key);
-        if (change.iIsRemoval ? IsBelow(name, change.iKey) : Normal(change.iKey) == Normal(name))
-            return &change;
+    const QString name = Full(group, key);
+    for (auto change = iChanges.rbegin(); change != iChanges.rend(); ++change) {
+        const QString changed = Full(*change);
+        if (change->iIsRemoval ? IsBelow(name, {Normal(changed)}) : changed == name)
+            return &*change;
     }
     return nullptr;
 }
 
-bool IniSettings::IsRemoved(const QString& key) const
+QSet<QString> IniSettings::Removed() const
 {
-    return std::any_of(iChanges.begin(), iChanges.end(),
-                       [&key](const Change& change) { return change.iIsRemoval && IsBelow(key, change.iKey); });
+    QSet<QString> removed;
+    ForEachChange([&removed](const Change& change) {
+        if (change.iIsRemoval)
+            removed += Normal(Full(change));
+    });
+    return removed;
 }
 
 bool IniSettings::HasEffectOn(const QStringList& keys) const
 {
-    const bool sets
-        = std::any_of(iChanges.begin(), iChanges.end(), [](const Change& change) { return !change.iIsRemoval; });
-    return sets || std::any_of(keys.begin(), keys.end(), [this](const QString& key) { return IsRemoved(key); });
+    const QSet<QString> removed = Removed();
+    bool sets = false;
+    ForEachChange([&sets](const Change& change) { sets = sets || !change.iIsRemoval; });
+    return sets || std::any_of(keys.begin(), keys.end(), [&](const QString& key) { return IsBelow(key, removed); });
 }
 
 // Looks at the text once for each state of the file.
@@ -138,20 +163,26 @@ bool IniSettings::IsReadable()
     const State state = StateOf(iEncodedPath);
     if (iHasLooked && state == iState)
         return iIsReadable;
-    QByteArray text;
-    const bool isFile = state.iKind == Kind::File;
-    iHasLooked = !isFile || Read(iPath, text);
+    Content content;
+    const bool isKnown = state.iKind != Kind::File || content.Read(iPath);
+    LookAt(state, content.Bytes());
+    iHasLooked = isKnown;
+    return iIsReadable;
+}
+
+void IniSettings::LookAt(const State& state, const QByteArray& text)
+{
+    iHasLooked = true;
     iIsReadable = !iIsElsewhere && state.iKind != Kind::Other && IniText::Refused(text).isEmpty();
     iState = state;
     iHasTaken = false;
-    return iIsReadable;
 }
 
 // The framework would look whether the file has changed, and knows less of it than its state tells.
 bool IniSettings::Refresh()
 {
     const bool isReadable = IsReadable();
-    if (gUnsaved > 0 && (isReadable || !iChanges.isEmpty())) {
+    if (gUnsaved > 0 && (isReadable || HasChanges())) {
         Save();
     } else if (isReadable && !iHasTaken) {
         sync();
@@ -168,14 +199,19 @@ bool IniSettings::event(QEvent* event)
     return true;
 }
 
-void IniSettings::Apply(const QVector<Change>& changes, QSettings& settings)
+void IniSettings::Apply()
 {
-    for (const Change& change : changes) {
-        if (change.iIsRemoval)
-            settings.remove(change.iKey);
-        else
-            settings.setValue(change.iKey, change.iValue);
-    }
+    QString group;
+    beginGroup(group);
+    ForEachChange([&](const Change& change) {
+        if (change.iGroup != group) {
+            endGroup();
+            group = change.iGroup;
+            beginGroup(group);
+        }
+        ApplyTo(*this, change);
+    });
+    endGroup();
 }
 
 bool IniSettings::Save()
@@ -186,11 +222,12 @@ bool IniSettings::Save()
         RemoveLeftovers(TargetOf(iPath));
     for (int i = 0; i < kTries; ++i) {
         if (iIsForgotten && IsReadable())
-            Apply(iChanges, *this);
+            Apply();
         if (TrySave()) {
-            if (!iChanges.isEmpty())
+            if (HasChanges())
                 --gUnsaved;
             iChanges.clear();
+            iMany = nullptr;
             iIsForgotten = false;
             return true;
         }
@@ -199,43 +236,64 @@ bool IniSettings::Save()
     return false;
 }
 
-// The framework takes for written what it has handed to the system, and for read what it got.
-bool IniSettings::IsWhole(const QByteArray& before, const Backup& backup) const
+bool IniSettings::Save(const Changes& changes)
 {
-    QByteArray after;
-    if (!Read(iPath, after) || (!after.isEmpty() && !after.endsWith('\n')))
+    ++gUnsaved;
+    iMany = changes;
+    iIsForgotten = true;
+    const bool isSaved = Save();
+    if (!isSaved)
+        --gUnsaved;
+    iMany = nullptr;
+    return isSaved;
+}
+
+// The framework takes for written what it has handed to the system, and for read what it got. What it loses is the end
+// of the text.
+bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, const Backup& backup) const
+{
+    if (!after.isEmpty() && !after.endsWith('\n'))
         return false;
-    const bool isLost = IniText::MayHaveLost(before, after);
-    if (!isLost && iChanges.size() == 1 && after != before)
-        return true; // as it should be, for less than the list of all keys costs
+    const QSet<QString> removed = Removed();
+    const auto isRemoved = [&removed](const QString& key) { return IsBelow(key, removed); };
+    const IniNames::Name last = IniNames::Last(after);
+    bool isCut = false;
+    ForEachChange([&](const Change& change) { isCut = isCut || (!change.iIsRemoval && last < NameOf(change)); });
+    if (!isCut && IniNames::AreKept(before, after, isRemoved))
+        return true; // for less than lists of all keys cost
     const QStringList keys = allKeys();
-    if (IniText::CountKeys(after) < keys.size())
+    if (IniNames::Count(after) < keys.size())
         return false;
-    if (!isLost)
-        return true;
     const QStringList wanted = KeysOf(backup, before);
     const QSet<QString> there(keys.begin(), keys.end());
     return std::all_of(wanted.begin(), wanted.end(),
-                       [&](const QString& key) { return there.contains(key) || IsRemoved(key); });
+                       [&](const QString& key) { return there.contains(key) || isRemoved(key); });
 }
 
 bool IniSettings::TrySave()
 {
     const State state = StateOf(iEncodedPath);
-    QByteArray text;
-    if (state.iKind == Kind::Other || (state.iKind == Kind::File && !Read(iPath, text)))
-        return false;
-    if (iIsElsewhere || !IniText::Refused(text).isEmpty())
-        return TrySaveBeside(text);
     const bool isFile = state.iKind == Kind::File;
+    Content content;
+    if (state.iKind == Kind::Other || (isFile && !content.Read(iPath)))
+        return false;
+    const QByteArray& text = content.Bytes();
+    if (!iHasLooked || !(state == iState))
+        LookAt(state, text);
+    if (!iIsReadable)
+        return TrySaveBeside(text);
     Backup backup(isFile ? TargetOf(iPath) : QString());
     if (isFile && backup.Path().isEmpty())
         return false;
     sync();
-    if (StateOf(iEncodedPath) == state)
+    const State changed = StateOf(iEncodedPath);
+    if (changed == state)
         return status() != AccessError || !HasEffectOn(isFile ? KeysOf(backup, text) : QStringList());
-    if (IsWhole(text, backup))
+    Content after;
+    if (after.Read(iPath) && IsWhole(text, after.Bytes(), backup)) {
+        LookAt(changed, after.Bytes());
         return true;
+    }
     if (isFile)
         backup.Restore();
     else
@@ -255,12 +313,10 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     if (!Put(path, IniText::WithValues(text, lines, standIn)) || !lock.tryLock(kLockMSecs))
         return false;
     IniSettings copy(path);
-    copy.iChanges = iChanges;
-    Apply(iChanges, copy);
-    ++gUnsaved;
-    QByteArray changed;
-    if (!copy.Save() || !Read(path, changed))
+    Content content;
+    if (!copy.Save([this](const auto& function) { ForEachChange(function); }) || !content.Read(path))
         return false;
+    QByteArray changed = content.Bytes();
     for (int i = 0; i < lines.size(); ++i)
         changed.replace(standIn(i), text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom));
     return Replace(TargetOf(iPath), changed);
@@ -268,9 +324,10 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
 
 ReadableIni::ReadableIni(const QString& path, Refused refused)
 {
-    QByteArray text;
+    Content content;
+    const QByteArray& text = content.Bytes();
     const Kind kind = StateOf(path).iKind;
-    const bool isRead = kind == Kind::File && Read(path, text);
+    const bool isRead = kind == Kind::File && content.Read(path);
     const QVector<IniText::Line> lines = IniText::Refused(text);
     QString readable = path;
     if (kind == Kind::Other || !lines.isEmpty()) {

@@ -2,11 +2,13 @@
 
 #include "IniDisk.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
+#include <functional>
 #include <memory>
 
 /// The framework's settings on an INI file, with a net below: values that it cannot decode safely are kept from it, a
@@ -17,10 +19,14 @@ class IniSettings : public QSettings
 public:
     struct Change
     {
+        QString iGroup;
         QString iKey;
         QVariant iValue;
         bool iIsRemoval = false;
     };
+
+    /// Gives a function one change after the other.
+    using Changes = std::function<void(const std::function<void(const Change&)>&)>;
 
     explicit IniSettings(const QString& path);
     ~IniSettings() override;
@@ -33,23 +39,26 @@ public:
     bool Refresh();
     /// What was last done to a key and is not in the file; null for nothing.
     const Change* Unsaved(const QString& group, const QString& key) const;
-    /// In memory; the names are QSettings', below its group.
-    void Set(const QString& key, const QVariant& value);
-    void Remove(const QString& key);
+    /// In memory.
+    void Add(const Change& change);
     /// Outside of all groups. False if something is not in the file; it is kept, and tried again with the next change.
     bool Save();
+    /// The same for many changes at once, which are not copied. Those that are not in the file then are given up.
+    bool Save(const Changes& changes);
 
 protected:
     bool event(QEvent* event) override;
 
 private:
-    bool IsRemoved(const QString& key) const;
+    QSet<QString> Removed() const;
     bool HasEffectOn(const QStringList& keys) const;
-    void Note(const Change& change);
+    void LookAt(const IniDisk::State& state, const QByteArray& text);
+    bool HasChanges() const { return iMany || !iChanges.empty(); }
+    void ForEachChange(const std::function<void(const Change&)>& function) const;
     bool TrySave();
     bool TrySaveBeside(const QByteArray& text);
-    bool IsWhole(const QByteArray& before, const IniDisk::Backup& backup) const;
-    static void Apply(const QVector<Change>& changes, QSettings& settings);
+    bool IsWhole(const QByteArray& before, const QByteArray& after, const IniDisk::Backup& backup) const;
+    void Apply();
 
     const QString iPath;
     const QByteArray iEncodedPath; ///< for each look-up
@@ -61,6 +70,7 @@ private:
     bool iHasTidied = false; ///< removed what killed writers left
     IniDisk::State iState;
     QVector<Change> iChanges;
+    Changes iMany;
 };
 
 /// What can be read of an INI file without danger: through the file itself, or through a copy in which values that are

@@ -193,41 +193,6 @@ void Value::TakeNumber(int base)
     Add(unit);
 }
 
-/// The names of sections and keys in a text that the framework has written, one in a line.
-class Names
-{
-public:
-    explicit Names(const QByteArray& text)
-        : iNext(text.constData())
-        , iEnd(iNext + text.size())
-    {
-    }
-
-    bool Next()
-    {
-        while (iNext < iEnd && *iNext == '\n')
-            ++iNext;
-        iFrom = iNext;
-        iNext = Find(iFrom, iEnd, '\n');
-        iTo = IsSection() ? iNext : Find(iFrom, iNext, '=');
-        return iFrom < iEnd;
-    }
-    bool IsSection() const { return iFrom < iEnd && *iFrom == '['; }
-    bool IsSameAs(const Names& other) const { return std::equal(iFrom, iTo, other.iFrom, other.iTo); }
-
-private:
-    static const char* Find(const char* from, const char* to, char sign)
-    {
-        const void* const found = from < to ? std::memchr(from, sign, size_t(to - from)) : nullptr;
-        return found ? static_cast<const char*>(found) : to;
-    }
-
-    const char* iNext;
-    const char* const iEnd;
-    const char* iFrom = nullptr;
-    const char* iTo = nullptr;
-};
-
 bool IsSafeItem(const QByteArray& item)
 {
     constexpr int kMarkSize = 9;
@@ -287,26 +252,4 @@ QByteArray IniText::WithValues(const QByteArray& text, const QVector<Line>& line
         from = lines[i].iTo;
     }
     return changed + text.mid(from);
-}
-
-int IniText::CountKeys(const QByteArray& text)
-{
-    int count = 0;
-    Names names(text);
-    while (names.Next())
-        count += !names.IsSection();
-    return count;
-}
-
-bool IniText::MayHaveLost(const QByteArray& before, const QByteArray& after)
-{
-    Names wanted(before);
-    Names found(after);
-    while (wanted.Next()) {
-        do {
-            if (!found.Next() || (found.IsSection() && !wanted.IsSection()))
-                return true;
-        } while (!found.IsSameAs(wanted));
-    }
-    return false;
 }

@@ -24,11 +24,4 @@ QByteArray Without(const QByteArray& text, const QVector<Line>& lines);
 /// With other values in the lines: what `value` gives for the number of each.
 QByteArray WithValues(const QByteArray& text, const QVector<Line>& lines, const std::function<QByteArray(int)>& value);
 
-/// Of a text that the framework has written: each key has a line.
-int CountKeys(const QByteArray& text);
-
-/// Whether a key may be missing that was there. Certain if it says no; it goes by the order in which the framework
-/// writes.
-bool MayHaveLost(const QByteArray& before, const QByteArray& after);
-
 } // namespace IniText

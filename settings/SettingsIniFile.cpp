@@ -49,11 +49,9 @@ QVariant ValueOf(const QSettings& file, const QString& key)
 }
 
 // To the framework, removing a key without a name, and separators are none, is removing the whole section.
-void RemoveOne(IniSettings& file, const QString& key)
+bool HasName(const QString& key)
 {
-    const bool hasName = std::any_of(key.cbegin(), key.cend(), [](QChar c) { return c != kSeparator; });
-    if (hasName)
-        file.Remove(key);
+    return std::any_of(key.cbegin(), key.cend(), [](QChar c) { return c != kSeparator; });
 }
 
 } // namespace
@@ -158,20 +156,19 @@ bool SettingsIniFile::WriteFile(const QString& path) const
                              + QString::number(int(isWritable)));
     if (!isWritable)
         return false;
-    for (auto section = iSections.cbegin(); section != iSections.cend(); ++section) {
-        file.beginGroup(section.key());
-        for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
-            file.Set(value.key(), value.value());
-        file.endGroup();
-    }
-    // Last, so that a key which was removed and set again is out of the file.
-    for (auto section = iRemoved.cbegin(); section != iRemoved.cend(); ++section) {
-        file.beginGroup(section.key());
-        for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
-            RemoveOne(file, value.key());
-        file.endGroup();
-    }
-    return file.Save();
+    return file.Save([this](const auto& change) {
+        for (auto section = iSections.cbegin(); section != iSections.cend(); ++section) {
+            for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
+                change({section.key(), value.key(), value.value(), false});
+        }
+        // Last, so that a key which was removed and set again is out of the file.
+        for (auto section = iRemoved.cbegin(); section != iRemoved.cend(); ++section) {
+            for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value) {
+                if (HasName(value.key()))
+                    change({section.key(), value.key(), QVariant(), true});
+            }
+        }
+    });
 }
 
 bool SettingsIniFile::GetKeyValue(const QString& group, const QString& key, QString& value) const
