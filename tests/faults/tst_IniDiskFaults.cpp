@@ -54,7 +54,7 @@ int Open(const char* path, int flags, mode_t mode)
 
 QByteArray Value(int key)
 {
-    return "value " + QByteArray::number(key);
+    return "value " + QByteArray::number(key).repeated(20);
 }
 
 QByteArray KeyName(int key)
@@ -62,11 +62,15 @@ QByteArray KeyName(int key)
     return "key" + QByteArray::number(key).rightJustified(3, '0');
 }
 
+// Sections of thirty keys, and more than one of the framework's buffers.
 QByteArray Text()
 {
-    QByteArray text = "[A]\n";
-    for (int key = 0; key < kKeys; ++key)
+    QByteArray text;
+    for (int key = 0; key < kKeys; ++key) {
+        if (key % 30 == 0)
+            text += (key > 0 ? "\n[" : "[") + QByteArray(1, char('A' + key / 30)) + "]\n";
         text += KeyName(key) + '=' + Value(key) + '\n';
+    }
     return text;
 }
 
@@ -206,6 +210,45 @@ const Scenario eachOnce("eachOnce", [](const QStringList& arguments) {
     return 0;
 });
 
+// A change that is alone in the framework's last buffer: whether that was written it does not ask.
+const Scenario lastWrite("lastWrite", [](const QStringList&) {
+    constexpr int kBuffer = 16384;
+    const QByteArray large(kBuffer - 10, 'x');
+    const QString path = QStringLiteral("settings.ini");
+    bool isReached = true;
+    for (int which = 1; isReached; ++which) {
+        Put(path, Text());
+        SettingsIniFile ini;
+        ini.SetKeyValue(QStringLiteral("Z"), QStringLiteral("k"), QString::fromLatin1(large));
+        int count = 0;
+        gFails = [&](Call call) { return call == kWrites && ++count == which; };
+        const bool isWritten = ini.WriteFile(path);
+        gFails = nullptr;
+        isReached = count >= which;
+        if (LogText::Read(path) != (isWritten ? Text() + "\n[Z]\nk=" + large + '\n' : Text()))
+            return Fail("without write", which);
+    }
+    return 0;
+});
+
+// Says afterwards what is in the file, however long the disk fails.
+const Scenario atFirst("atFirst", [](const QStringList& arguments) {
+    constexpr int kMost = 60;
+    const auto failing = Call(arguments.value(0).toInt());
+    for (int failures = 1; failures <= kMost; ++failures) {
+        const QString path = QStringLiteral("%1.ini").arg(failures);
+        Put(path, Text());
+        int count = 0;
+        gFails = [&](Call call) { return call == failing && ++count <= failures; };
+        const bool isWritten = ChangeWith(path, true, 1);
+        gFails = nullptr;
+        const QByteArray text = LogText::Read(path);
+        if (text != (isWritten ? "[A]\nchanged=1\n" + Text().mid(4) : Text()))
+            return Fail(isWritten ? "not written after failures" : "written after failures", failures);
+    }
+    return 0;
+});
+
 void MakeOlder(const QString& path, int secs)
 {
     QFile file(path);
@@ -291,8 +334,10 @@ private Q_SLOTS:
         for (int call = 0; call < names.size(); ++call) {
             QTest::addRow("now and then, %s", qPrintable(names[call])) << QStringLiteral("nowAndThen") << call;
             QTest::addRow("each once, %s", qPrintable(names[call])) << QStringLiteral("eachOnce") << call;
+            QTest::addRow("at first, %s", qPrintable(names[call])) << QStringLiteral("atFirst") << call;
         }
         QTest::newRow("now and then, all") << QStringLiteral("nowAndThen") << int(kCalls);
+        QTest::newRow("the last write") << QStringLiteral("lastWrite") << int(kWrites);
     }
     void callsThatFail()
     {

@@ -77,5 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FUZZ_CHECK(store.WriteFile(copy));
     SettingsIniFile again;
     FUZZ_CHECK(again.ReadFile(copy));
+    // The same file takes changes, whoever wrote it.
+    store.SetKeyValue(QStringLiteral("Any"), QStringLiteral("key"), 1);
+    FUZZ_CHECK(store.WriteFile(path));
     return 0;
 }

@@ -515,6 +515,20 @@ private Q_SLOTS:
         QCOMPARE(Sections(again).size(), kSections * kKeys);
         QCOMPARE(Sections(SettingsIniFile(again)), Sections(again));
     }
+
+    // Not a search among all of them for each.
+    void fiftyThousandRemovals()
+    {
+        constexpr int kKeys = 50000;
+        const QString path = NewFile(BigFile(1, kKeys));
+        SettingsIniFile ini;
+        QVERIFY(ini.ReadFile(path));
+        const QString section = QStringLiteral("Section0");
+        for (int key = 1; key < kKeys; ++key)
+            ini.RemoveKey(section, QStringLiteral("Key%1").arg(key));
+        QVERIFY(ini.WriteFile(path));
+        QCOMPARE(QSettings(path, QSettings::IniFormat).allKeys(), QStringList{section + QStringLiteral("/Key0")});
+    }
 };
 
 NEROLT_TEST_MAIN(tst_SettingsIniFileWriter)
