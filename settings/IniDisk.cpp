@@ -17,7 +17,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-using namespace IniDisk;
+using IniDisk::Backup;
+using IniDisk::Content;
+using IniDisk::FolderLock;
+using IniDisk::Kind;
+using IniDisk::State;
 
 namespace {
 
@@ -37,7 +41,7 @@ public:
         if (iFile >= 0)
             ::close(iFile);
     }
-    operator int() const { return iFile; }
+    int Number() const { return iFile; }
 
 private:
     Q_DISABLE_COPY(Descriptor)
@@ -93,11 +97,12 @@ bool WriteNew(const QString& path, const QByteArray& bytes, const QString& like)
     const bool hasLike = ::stat(Encoded(like).constData(), &status) == 0;
     const Descriptor file(
         ::open(Encoded(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, hasLike ? 0600 : 0666));
-    if (file < 0)
+    if (file.Number() < 0)
         return false;
     Content written;
-    const bool isWhole = WriteAll(file, bytes) && (!hasLike || ::fchmod(file, status.st_mode & kAllModes) == 0)
-        && ::fsync(file) == 0 && written.Read(path) && written.Bytes() == bytes;
+    const bool isWhole = WriteAll(file.Number(), bytes)
+        && (!hasLike || ::fchmod(file.Number(), status.st_mode & kAllModes) == 0) && ::fsync(file.Number()) == 0
+        && written.Read(path) && written.Bytes() == bytes;
     if (!isWhole)
         ::unlink(Encoded(path).constData());
     return isWhole;
@@ -157,9 +162,9 @@ bool Content::ReadOnce(const QByteArray& encodedPath)
     Clear();
     const Descriptor file(::open(encodedPath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
-    if (file < 0)
+    if (file.Number() < 0)
         return errno == ENOENT;
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= INT_MAX)
+    if (::fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= INT_MAX)
         return false;
     const auto size = size_t(status.st_size) + 1; // the last reading finds the end
     void* const memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -170,7 +175,7 @@ bool Content::ReadOnce(const QByteArray& encodedPath)
     size_t read = 0;
     ssize_t count = 1;
     while (count > 0 && read < size) {
-        count = ::read(file, static_cast<char*>(memory) + read, size - read);
+        count = ::read(file.Number(), static_cast<char*>(memory) + read, size - read);
         read += size_t(std::max<ssize_t>(count, 0));
     }
     iBytes = QByteArray::fromRawData(static_cast<const char*>(memory), int(read));

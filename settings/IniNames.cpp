@@ -4,7 +4,7 @@
 #include <cstring>
 #include <tuple>
 
-using namespace IniNames;
+using IniNames::Name;
 
 namespace {
 

@@ -13,7 +13,15 @@
 #include <atomic>
 #include <utility>
 
-using namespace IniDisk;
+using IniDisk::Backup;
+using IniDisk::Content;
+using IniDisk::FolderLock;
+using IniDisk::Kind;
+using IniDisk::RemoveLeftovers;
+using IniDisk::Replace;
+using IniDisk::State;
+using IniDisk::StateOf;
+using IniDisk::TargetOf;
 
 namespace {
 

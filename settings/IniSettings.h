@@ -14,7 +14,7 @@
 /// The framework's settings on an INI file, with a net below: values that it cannot decode safely are kept from it, a
 /// path that is no file is not opened, and what was in the file is there again when a change could not be written
 /// whole.
-class IniSettings : public QSettings
+class IniSettings : public QSettings // clazy:exclude=missing-qobject-macro
 {
 public:
     struct Change
