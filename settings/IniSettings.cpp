@@ -270,7 +270,10 @@ bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, con
     if (!isCut && IniNames::AreKept(before, after, isRemoved))
         return true; // for less than lists of all keys cost
     const QStringList keys = allKeys();
-    if (IniNames::Count(after) < keys.size())
+    QSet<QString> lines; // a section without a name is written as the top level
+    for (const QString& key : keys)
+        lines += key.startsWith(kSeparator) ? key.mid(1) : key;
+    if (IniNames::Count(after) < lines.size())
         return false;
     const QStringList wanted = KeysOf(backup, before);
     const QSet<QString> there(keys.begin(), keys.end());

@@ -77,8 +77,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FUZZ_CHECK(store.WriteFile(copy));
     SettingsIniFile again;
     FUZZ_CHECK(again.ReadFile(copy));
-    // The same file takes changes, whoever wrote it.
+
+    // Any file takes changes. Each has its own name: the framework tells states of one by size and milliseconds.
+    static int count = 0;
+    const QString changed = folder.filePath(QString::number(++count) + QStringLiteral(".ini"));
+    Write(changed, bytes, size);
     store.SetKeyValue(QStringLiteral("Any"), QStringLiteral("key"), 1);
-    FUZZ_CHECK(store.WriteFile(path));
+    FUZZ_CHECK(store.WriteFile(changed));
+    QFile::remove(changed);
     return 0;
 }

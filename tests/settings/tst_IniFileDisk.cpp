@@ -203,6 +203,14 @@ private Q_SLOTS:
         QCOMPARE(Read(path), "[A]\nb=1\n" + kept);
     }
 
+    // To the framework its keys are others than those at the top level, until it writes them.
+    void aSectionWithoutAName()
+    {
+        const QString path = NewFile("[]\nk=1\n[General]\nk=2\n");
+        IniFile(path).SetKeyValue(kGroup, kKey, 3);
+        QVERIFY2(Read(path).endsWith("\n\n[A]\nk=3\n"), Read(path));
+    }
+
     void binary()
     {
         QByteArray bytes;

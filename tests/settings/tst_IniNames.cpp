@@ -99,6 +99,16 @@ private Q_SLOTS:
         }
     }
 
+    // What is the same ends or begins within a section.
+    void longSections()
+    {
+        QByteArray lines;
+        for (int key = 100; key < 612; ++key) // twice what is compared at once
+            lines += "key" + QByteArray::number(key) + "=12345678\n";
+        QVERIFY(AreKept("[M]\n" + lines + "z=1\n", "[M]\n" + lines, {QStringLiteral("M/z")}));
+        QVERIFY(!AreKept("[M]\na=1\n" + lines, "[M]\na=1\n\n[N]\n" + lines, {}));
+    }
+
     void theFrameworksNames()
     {
         QRandomGenerator random(20240611);
