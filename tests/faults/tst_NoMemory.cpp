@@ -58,7 +58,7 @@ int WhileShort(const QStringList& arguments, bool runs, const std::function<void
         Logger::SetLoggerFileName(QStringLiteral("before.log"), false);
     Logger::LogWarning("F", QStringLiteral("before"));
     const bool refused = ShortMemory::Refuse(arguments.value(0).toInt(), arguments.value(1).toInt(), call);
-    Logger::SetLoggerFileName(kLog, true);
+    Logger::SetLoggerFileName(kLog, runs); // a start that failed left no name behind
     Logger::LogWarning("F", QStringLiteral("after"));
     Logger::StopLogging();
     return refused ? kRefused : kNotAsked;

@@ -7,7 +7,9 @@
 #include <QtTest/QtTest>
 
 #include <atomic>
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -21,7 +23,15 @@ void BeBusy(qint64 msecs)
     while (!elapsed.hasExpired(msecs)) { }
 }
 
+thread_local int tSleeps = 0;
+
 } // namespace
+
+extern "C" Q_DECL_EXPORT int nanosleep(const struct timespec* time, struct timespec* rest)
+{
+    ++tSleeps;
+    return int(::syscall(SYS_nanosleep, time, rest));
+}
 
 class tst_FairLock : public QObject
 {
@@ -106,6 +116,25 @@ private Q_SLOTS:
         end = true;
         hog.join();
         QCOMPARE(taken, 5);
+    }
+
+    // Those who had waited for long are not there to be waited for. The last test, since here they are.
+    void copyOfTheProcessStandsBackForNobody()
+    {
+        QMutex mutex;
+        QMutex other;
+        std::unique_lock<QMutex> held(mutex);
+        std::thread waiting([&] { FairLock::Within(mutex, kTimeout); });
+        const auto standsBack = [&other] {
+            tSleeps = 0;
+            FairLock::Within(other, kTimeout);
+            return tSleeps > 0;
+        };
+        QTRY_VERIFY(standsBack());
+        FairLock::BeginInCopy();
+        QVERIFY(!standsBack());
+        held.unlock();
+        waiting.join();
     }
 };
 
