@@ -18,10 +18,9 @@
 #include <sys/stat.h>
 
 using namespace FaultTable;
+using Lines::kAlwaysOn;
 
 namespace {
-
-constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
 Fault Named(const QString& name)
 {

@@ -1,5 +1,7 @@
 #include "Lines.h"
 
+#include "support/LogText.h"
+
 #include <NeroltOrvaneBase/Logger.h>
 
 #include <QtCore/QString>
@@ -131,4 +133,30 @@ std::optional<Lines::Said> Lines::Whose(const QByteArray& body)
 bool Lines::IsSpoken(const QByteArray& line)
 {
     return line.contains(kSpeaker) || line.contains("forged");
+}
+
+void Lines::SayTen(int from)
+{
+    for (int number = from; number < from + 10; ++number)
+        Say(0, number);
+}
+
+QList<int> Lines::Numbers(const QByteArray& log)
+{
+    QList<int> numbers;
+    for (const QByteArray& body : LogText::Bodies(log)) {
+        if (const std::optional<Said> said = Whose(body))
+            numbers += said->iNumber;
+    }
+    return numbers;
+}
+
+QList<int> Lines::Expected(int from, int to)
+{
+    QList<int> numbers;
+    for (int number = from; number < to; ++number) {
+        if (LevelOf(number) & kAlwaysOn)
+            numbers += number;
+    }
+    return numbers;
 }

@@ -19,9 +19,10 @@
 #include <atomic>
 #include <thread>
 
+using Lines::kAlwaysOn;
+
 namespace {
 
-constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 constexpr qint64 kMaxBytes = 104857600;
 // A line is dropped when a lock cannot be had within 1000 ms.
 constexpr qint64 kLateUsecs = 950000;

@@ -27,12 +27,15 @@
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 
+using Lines::Expected;
+using Lines::kAlwaysOn;
+using Lines::Numbers;
+using Lines::SayTen;
 using TestSupport::Scenario;
 
 namespace {
 
 const QString kLog = QStringLiteral("app.log");
-constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
 std::atomic<bool> gNoThreads{false};
 std::atomic<bool> gBrokenPipe{false};
@@ -57,32 +60,6 @@ void Start(const QString& path = kLog)
 {
     Logger::GetInstance()->SetLevel(kAlwaysOn);
     Logger::SetLoggerFileName(path, true);
-}
-
-void SayTen(int from)
-{
-    for (int number = from; number < from + 10; ++number)
-        Lines::Say(0, number);
-}
-
-QList<int> Numbers(const QByteArray& text)
-{
-    QList<int> numbers;
-    for (const QByteArray& body : LogText::Bodies(text)) {
-        if (const std::optional<Lines::Said> said = Lines::Whose(body))
-            numbers += said->iNumber;
-    }
-    return numbers;
-}
-
-QList<int> Expected(int from, int to)
-{
-    QList<int> numbers;
-    for (int number = from; number < to; ++number) {
-        if (Lines::LevelOf(number) & kAlwaysOn)
-            numbers += number;
-    }
-    return numbers;
 }
 
 // As the agent's timer does it.

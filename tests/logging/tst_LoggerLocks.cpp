@@ -264,16 +264,19 @@ const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments)
     Logger::SetLoggerFileName(kLog, false);
     Logger::SetErrorReporter(&reporter);
     std::atomic<bool> end{false};
+    std::atomic<int> listed{0};
     std::vector<std::thread> others;
     for (int i = 0; i < 2; ++i) {
-        others.emplace_back([&end] {
+        others.emplace_back([&end, &listed] {
             while (!end) {
                 const RegisteredThread thread(nullptr, QStringLiteral("of another"));
                 RegisteredThread::LogThreads();
+                ++listed;
             }
         });
     }
-    for (int i = 0; i < 200; ++i)
+    // Until the others have listed theirs a hundred times meanwhile.
+    for (int i = 0; i < 200 || listed < 100; ++i)
         Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
     end = true;
     for (std::thread& other : others)
