@@ -1,6 +1,7 @@
 #include "StreamedValue.h"
 
 #include <QtCore/QMetaType>
+#include <QtCore/QTimeZone>
 #include <QtCore/QtEndian>
 
 namespace {
@@ -12,6 +13,7 @@ constexpr quint32 kMovedBy = 97;
 constexpr int kNamed = 127; ///< of the old format: its type is one that a program may have brought
 constexpr int kFont = 64;
 constexpr int kColor = 67;
+constexpr int kLongestZone = 256;
 
 class Stream
 {
@@ -31,6 +33,7 @@ private:
     bool Named();
     bool Bits();
     bool DateTime();
+    bool Zone();
     bool Values(bool haveNames, int depth);
     bool Texts();
     /// Of types that always have the same; negative for others.
@@ -88,10 +91,22 @@ bool Stream::DateTime()
     case Qt::OffsetFromUTC:
         return iIsOld || Skip(4);
     case Qt::TimeZone:
-        return iIsOld || Text();
+        return iIsOld || Zone();
     default:
         return true;
     }
+}
+
+// A time in a zone that is none ends the process when it is written.
+bool Stream::Zone()
+{
+    const int at = iAt + int(sizeof(quint32));
+    if (!Text() || iAt - at > kLongestZone)
+        return false;
+    QByteArray name;
+    for (int i = at; i + 1 < iAt; i += 2) // as UTF-16
+        name += iBytes.at(i) == 0 ? iBytes.at(i + 1) : '?';
+    return QTimeZone::isTimeZoneIdAvailable(name);
 }
 
 bool Stream::Values(bool haveNames, int depth)

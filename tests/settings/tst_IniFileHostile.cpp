@@ -64,6 +64,12 @@ QByteArray ValueOf(const QString& name)
         return R"(@Variant(\0\0\0\x9\x7f\xff\xff\xff))";
     if (name == QLatin1String("as a date"))
         return "@DateTime(" + Escaped(Number(QMetaType::QVariantList) + QByteArray(1, 0) + Number(0x7fffffff)) + ")";
+    if (name == QLatin1String("in a zone that is none") || name == QLatin1String("in an unknown zone"))
+        return "@DateTime("
+            + Escaped(
+                   Number(QMetaType::QDateTime) + QByteArray(13, 0) + QByteArray(1, Qt::TimeZone)
+                   + (name.endsWith(QLatin1String("none")) ? Number(0xffffffff) : Number(4) + QByteArray("\0x\0y", 4)))
+            + ")";
     if (name == QLatin1String("map"))
         return Counted(QMetaType::QVariantMap);
     if (name == QLatin1String("hash"))
@@ -92,6 +98,8 @@ QByteArray ValueOf(const QString& name)
 
 const QStringList kHostile{QStringLiteral("as it was seen"),
                            QStringLiteral("as a date"),
+                           QStringLiteral("in a zone that is none"),
+                           QStringLiteral("in an unknown zone"),
                            QStringLiteral("map"),
                            QStringLiteral("hash"),
                            QStringLiteral("texts"),
