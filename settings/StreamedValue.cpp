@@ -82,18 +82,22 @@ bool Stream::Bits()
     return Number(size) && Skip(size / 8 + (size % 8 != 0));
 }
 
+// The framework keeps two bits of the kind of time, whatever it reads: any other may become a time in a zone.
 bool Stream::DateTime()
 {
     const int toSpec = iIsOld ? 8 : 12;
     if (!Skip(quint32(toSpec) + 1))
         return false;
     switch (iBytes.at(iAt - 1)) {
+    case Qt::LocalTime:
+    case Qt::UTC:
+        return true;
     case Qt::OffsetFromUTC:
         return iIsOld || Skip(4);
     case Qt::TimeZone:
         return iIsOld || Zone();
     default:
-        return true;
+        return iIsOld;
     }
 }
 

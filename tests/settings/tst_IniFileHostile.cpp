@@ -70,6 +70,8 @@ QByteArray ValueOf(const QString& name)
                    Number(QMetaType::QDateTime) + QByteArray(13, 0) + QByteArray(1, Qt::TimeZone)
                    + (name.endsWith(QLatin1String("none")) ? Number(0xffffffff) : Number(4) + QByteArray("\0x\0y", 4)))
             + ")";
+    if (name == QLatin1String("of an unknown kind of time"))
+        return "@DateTime(" + Escaped(Number(QMetaType::QDateTime) + QByteArray(13, 0) + QByteArray(1, 7)) + ")";
     if (name == QLatin1String("map"))
         return Counted(QMetaType::QVariantMap);
     if (name == QLatin1String("hash"))
@@ -100,6 +102,7 @@ const QStringList kHostile{QStringLiteral("as it was seen"),
                            QStringLiteral("as a date"),
                            QStringLiteral("in a zone that is none"),
                            QStringLiteral("in an unknown zone"),
+                           QStringLiteral("of an unknown kind of time"),
                            QStringLiteral("map"),
                            QStringLiteral("hash"),
                            QStringLiteral("texts"),
