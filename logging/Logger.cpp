@@ -249,8 +249,10 @@ void Logger::BeginInCopy()
         return;
     logger->iAgent = nullptr;
     iActiveLevel = 0;
-    if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
-        agent->killTimer(agent->iTimerId);
+    Swallow([agent] {
+        if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
+            agent->killTimer(agent->iTimerId);
+    });
 }
 
 const QString& Logger::GetLoggerFileName()

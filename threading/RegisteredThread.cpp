@@ -46,16 +46,15 @@ void RegisteredThread::WatchCopies() noexcept
 
 void RegisteredThread::BeginInCopy(bool holdsList) noexcept
 {
+    Logger::BeginInCopy();
     try {
-        if (holdsList)
+        if (holdsList) {
             iMutex.unlock();
-        else
-            new (&iMutex) QMutex(QMutex::Recursive);
-        if (holdsList)
             iThreads.clear();
-        else
+        } else {
+            new (&iMutex) QMutex(QMutex::Recursive);
             new (&iThreads) QList<RegisteredThread*>;
-        Logger::BeginInCopy();
+        }
         if (auto* const current = dynamic_cast<RegisteredThread*>(QThread::currentThread()))
             iThreads.append(current);
     } catch (...) {
