@@ -33,10 +33,9 @@ list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 
 add_library(NeroltOrvaneBase SHARED
   ${public_headers}
-  logging/BatchPool.cpp
   logging/BatchQueue.cpp
+  logging/LogDelivery.cpp
   logging/Descriptor.cpp
-  logging/FairLock.cpp
   logging/LogFile.cpp
   logging/LogLine.cpp
   logging/Logger.cpp
@@ -78,9 +77,7 @@ add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 if(APPLE)
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_mac.cpp
-    logging/FreeMemory_mac.cpp
     logging/Rename_mac.cpp
-    logging/WriterThread_mac.cpp
     settings/FileTime_mac.cpp
     system/Host_mac.cpp
     util/DiskSpace_mac.cpp
@@ -92,9 +89,7 @@ if(APPLE)
 else()
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_linux.cpp
-    logging/FreeMemory_linux.cpp
     logging/Rename_linux.cpp
-    logging/WriterThread_linux.cpp
     settings/FileTime_linux.cpp
     system/Host_linux.cpp
     util/DiskSpace_linux.cpp
@@ -107,17 +102,6 @@ else()
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   # Its thread and its handlers of a copied process would outlive the code when a module that brought it is unloaded.
   target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,nodelete)
-  # The way of a line to its buffer. Who logs now and then finds little of it in the processor's caches, so it is to touch
-  # few places in memory: calls without the linker's jump tables, thread-locals at fixed places, no unrolled loops.
-  set_source_files_properties(
-    logging/BatchPool.cpp
-    logging/BatchQueue.cpp
-    logging/FairLock.cpp
-    logging/LogLine.cpp
-    logging/Logger.cpp
-    logging/LoggerAgent.cpp
-    logging/LoggingThread.cpp
-    PROPERTIES COMPILE_OPTIONS "-fno-plt;-ftls-model=initial-exec;$<$<NOT:$<CONFIG:Debug>>:-O2>")
 endif()
 
 target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)

@@ -1,70 +1,212 @@
 #include "BatchQueue.h"
 
-#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QByteArray>
+#include <QtCore/QCoreApplication>
 
+#include <algorithm>
+#include <cstring>
 #include <mutex>
+#include <new>
+#include <sys/mman.h>
+#include <utility>
 
 namespace {
 
-constexpr std::size_t kExpected = 64;
-constexpr qint64 kOverhead = 64; // so that empty ones count, too
+constexpr qint64 kChunkBytes = 256 << 10;
+constexpr qint64 kTogether = 64 << 10; // more does not make a write any cheaper
+constexpr int kMostSpares = 8; // while the reader looks: what a tick brings at full speed
 
 } // namespace
 
-BatchQueue::BatchQueue(QAbstractEventDispatcher& reader, qint64 capacity)
+// The bytes of the batches follow it, and their sizes stand at the end of the chunk, the first one last.
+struct BatchQueue::Chunk
+{
+    Chunk* iNext = nullptr;
+    const qint64 iMapped; ///< bytes, with this
+    qint64 iUsed = 0; ///< bytes of batches
+    qint64 iTakenBytes = 0;
+    int iPut = 0;
+    int iTaken = 0;
+
+    static qint64 Need(qint64 size) { return qint64(sizeof(Chunk)) + size + qint64(sizeof(int)); }
+
+    char* Bytes() { return reinterpret_cast<char*>(this + 1); }
+    int* Sizes() { return reinterpret_cast<int*>(reinterpret_cast<char*>(this) + iMapped) - 1; }
+
+    bool HasRoom(qint64 size) const { return Need(iUsed + size) + iPut * qint64(sizeof(int)) <= iMapped; }
+    bool IsEmpty() const { return iTaken == iPut; }
+
+    void Put(const char* bytes, int size)
+    {
+        std::memcpy(Bytes() + iUsed, bytes, size_t(size));
+        Sizes()[-iPut] = size;
+        iUsed += size;
+        ++iPut;
+    }
+
+    void Take()
+    {
+        iTakenBytes += Sizes()[-iTaken];
+        ++iTaken;
+    }
+
+    void Reset()
+    {
+        iUsed = iTakenBytes = 0;
+        iPut = iTaken = 0;
+    }
+};
+
+BatchQueue::BatchQueue(QObject& reader, qint64 capacity)
     : iCapacity(capacity)
     , iReader(&reader)
 {
-    iPut.reserve(kExpected);
-    iTaken.reserve(kExpected);
 }
 
-[[gnu::hot]] void BatchQueue::Put(const QByteArray& batch) noexcept
+BatchQueue::~BatchQueue()
+{
+    Unmap(iFirst);
+    Unmap(iSpare);
+}
+
+void BatchQueue::Put(const QByteArray& batch, bool atOnce) noexcept
 {
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iReader)
         return;
     if (!Append(batch))
         iDropped += batch.count('\n');
-    iReader->wakeUp();
+    if (iReaderLooks && !atOnce)
+        return;
+    try {
+        QCoreApplication::postEvent(iReader, new Arrival(iPut));
+        iReaderLooks = true;
+    } catch (...) {
+        // No memory for it: the next one tries again.
+    }
 }
 
-bool BatchQueue::Append(const QByteArray& batch) noexcept
+bool BatchQueue::Append(const QByteArray& batch)
 {
-    const qint64 size = SizeOf(batch);
-    if (iDropped > 0 || iWaiting + size > iCapacity)
+    if (iDropped > 0 || !((iLast && iLast->HasRoom(batch.size())) || AddChunk(batch.size())))
         return false;
-    try {
-        iPut.push_back(batch);
-    } catch (...) {
-        return false; // no memory for it
-    }
-    iWaiting += size;
+    iLast->Put(batch.constData(), batch.size());
+    ++iPut;
     return true;
 }
 
-qint64 BatchQueue::TakeAll()
+bool BatchQueue::AddChunk(qint64 size)
 {
-    const std::lock_guard<QMutex> lock(iMutex);
-    iPut.swap(iTaken);
-    return std::exchange(iDropped, 0);
+    const qint64 bytes = std::max(kChunkBytes, Chunk::Need(size));
+    if (iInUse + bytes > iCapacity)
+        return false;
+    Chunk* chunk = nullptr;
+    if (bytes == kChunkBytes && iSpare) {
+        chunk = std::exchange(iSpare, std::exchange(iSpare->iNext, nullptr));
+        --iSpares;
+    } else {
+        void* const memory = ::mmap(nullptr, size_t(bytes), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (memory == MAP_FAILED)
+            return false;
+        chunk = new (memory) Chunk{nullptr, bytes};
+    }
+    iInUse += bytes;
+    (iLast ? iLast->iNext : iFirst) = chunk;
+    iLast = chunk;
+    return true;
 }
 
-void BatchQueue::Written(qint64 size)
+quint64 BatchQueue::Count() const
 {
     const std::lock_guard<QMutex> lock(iMutex);
-    iWaiting -= size;
+    return iPut;
 }
 
-// What it occupies, whether or not there is a line in it.
-qint64 BatchQueue::SizeOf(const QByteArray& batch)
+LogBatches BatchQueue::Next(quint64 until)
 {
-    return batch.capacity() + kOverhead;
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (iTaken >= until)
+        return LogBatches();
+    if (iFirst->IsEmpty()) // it was the last one, and too small for the next batch
+        Unmap(RemoveFirst());
+    Chunk& chunk = *iFirst;
+    const int most = int(std::min(quint64(chunk.iPut - chunk.iTaken), until - iTaken));
+    LogBatches next{chunk.Bytes() + chunk.iTakenBytes, chunk.Sizes() - chunk.iTaken, 1};
+    for (qint64 bytes = next.SizeOf(0); next.iCount < most; ++next.iCount) {
+        bytes += next.SizeOf(next.iCount);
+        if (bytes > kTogether)
+            break;
+    }
+    return next;
+}
+
+void BatchQueue::Done(int count)
+{
+    Chunk* surplus = nullptr;
+    {
+        const std::lock_guard<QMutex> lock(iMutex);
+        for (int i = 0; i < count; ++i)
+            iFirst->Take();
+        iTaken += quint64(count);
+        if (iFirst->IsEmpty())
+            surplus = RemoveFirst();
+    }
+    Unmap(surplus); // who logs does not wait for that
+}
+
+// Returns it when it is not to be used again. The last one is: from its beginning, which is in the caches.
+BatchQueue::Chunk* BatchQueue::RemoveFirst()
+{
+    Chunk* const chunk = iFirst;
+    const bool isUsual = chunk->iMapped == kChunkBytes;
+    if (isUsual) {
+        chunk->Reset();
+        if (chunk == iLast)
+            return nullptr;
+    }
+    iFirst = std::exchange(chunk->iNext, nullptr);
+    if (!iFirst)
+        iLast = nullptr;
+    iInUse -= chunk->iMapped;
+    if (!isUsual || iSpares == kMostSpares)
+        return chunk;
+    chunk->iNext = std::exchange(iSpare, chunk);
+    ++iSpares;
+    return nullptr;
+}
+
+qint64 BatchQueue::TakeDropped()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    return iTaken == iPut ? std::exchange(iDropped, 0) : 0;
+}
+
+bool BatchQueue::Rest()
+{
+    Chunk* spares = nullptr;
+    {
+        const std::lock_guard<QMutex> lock(iMutex);
+        if (iTaken != iPut || iDropped > 0)
+            return false;
+        iReaderLooks = false;
+        spares = std::exchange(iSpare, nullptr);
+        iSpares = 0;
+    }
+    Unmap(spares);
+    return true;
 }
 
 void BatchQueue::Close()
 {
     const std::lock_guard<QMutex> lock(iMutex);
     iReader = nullptr;
-    iPut.clear();
+}
+
+void BatchQueue::Unmap(Chunk* chunks)
+{
+    while (chunks) {
+        Chunk* const next = chunks->iNext;
+        ::munmap(chunks, size_t(chunks->iMapped));
+        chunks = next;
+    }
 }

@@ -1,58 +1,87 @@
 #pragma once
 
-#include <QtCore/QByteArray>
+#include "LogBatches.h"
+
+#include <QtCore/QEvent>
 #include <QtCore/QMutex>
 
-#include <utility>
-#include <vector>
-
-class QAbstractEventDispatcher;
+class QByteArray;
+class QObject;
 
 /// Batches on their way to the logging thread, in the order in which they were put.
 ///
-/// A queued signal does the same, but makes an event of each batch, in several pieces of memory: three times the
-/// instructions for the caller, who finds few of them in the caches when the processor has done something else
-/// meanwhile.
+/// They are copied into chunks of memory that the queue maps itself. So the host's heap is left alone, the memory of a
+/// burst goes back whole, and what waited together can be written together.
 class BatchQueue
 {
 public:
-    /// For the thread with these events, which must live until Close. `capacity` is how many bytes may wait.
-    BatchQueue(QAbstractEventDispatcher& reader, qint64 capacity);
-    Q_DISABLE_COPY(BatchQueue)
-
-    /// Adds a batch and wakes the reader. What does not fit, and what comes then until the reader has taken the rest,
-    /// is dropped and counted; after Close everything is dropped. Any thread may call.
-    void Put(const QByteArray& batch) noexcept;
-
-    /// Calls `write` with each batch that there is, and lets go of it. `write` does not throw. Returns how many lines
-    /// were dropped behind these batches. Only on the reader's thread.
-    template <typename Write>
-    qint64 Deliver(const Write& write)
+    /// Tells the reader that there is something, up to and with batch number Until().
+    class Arrival : public QEvent
     {
-        const qint64 dropped = TakeAll();
-        for (QByteArray& batch : iTaken) {
-            const qint64 size = SizeOf(batch);
-            write(std::exchange(batch, QByteArray()));
-            Written(size);
-        }
-        iTaken.clear();
-        return dropped;
-    }
+    public:
+        static constexpr Type kType = User;
 
-    /// The reader has come to its end. Any thread may call.
+        explicit Arrival(quint64 until)
+            : QEvent(kType)
+            , iUntil(until)
+        {
+        }
+        quint64 Until() const { return iUntil; }
+
+    private:
+        const quint64 iUntil;
+    };
+
+    /// For the thread of `reader`, which must live until Close. `capacity` is how many bytes the chunks in use may
+    /// have.
+    BatchQueue(QObject& reader, qint64 capacity);
+    ~BatchQueue();
+
+    /// Adds a batch. What does not fit, and what comes then until the reader has taken the rest, is dropped and
+    /// counted; after Close everything is dropped. Any thread may call.
+    ///
+    /// The reader gets an Arrival when it rests. Else it looks by itself before long, unless this one is wanted at
+    /// once.
+    void Put(const QByteArray& batch, bool atOnce) noexcept;
+
+    /// @name Only for the reader
+    /// @{
+
+    /// How many batches have been put.
+    quint64 Count() const;
+    /// The next batches that may be written together, none of them beyond number `until`. They stay where they are
+    /// until Done.
+    LogBatches Next(quint64 until);
+    /// So many of them were written.
+    void Done(int count);
+    /// How many lines were dropped behind what there is. 0 while there is something.
+    qint64 TakeDropped();
+    /// The reader has nothing to do and rests from now on; the memory at hand goes back. False when there is something.
+    bool Rest();
+    /// The reader has come to its end.
     void Close();
+    /// @}
 
 private:
-    bool Append(const QByteArray& batch) noexcept;
-    qint64 TakeAll();
-    void Written(qint64 size);
-    static qint64 SizeOf(const QByteArray& batch);
+    Q_DISABLE_COPY(BatchQueue)
+
+    struct Chunk;
+
+    bool Append(const QByteArray& batch);
+    bool AddChunk(qint64 size);
+    Chunk* RemoveFirst();
+    static void Unmap(Chunk* chunks);
 
     const qint64 iCapacity;
-    QMutex iMutex;
-    qint64 iWaiting = 0; ///< bytes, with those taken and not yet written
+    mutable QMutex iMutex;
+    QObject* iReader; ///< null when closed
+    bool iReaderLooks = false;
+    quint64 iPut = 0;
+    quint64 iTaken = 0;
     qint64 iDropped = 0; ///< lines
-    QAbstractEventDispatcher* iReader; ///< null when closed
-    std::vector<QByteArray> iPut;
-    std::vector<QByteArray> iTaken; ///< the reader's, whose memory the callers use next
+    qint64 iInUse = 0; ///< bytes of chunks
+    Chunk* iFirst = nullptr;
+    Chunk* iLast = nullptr;
+    Chunk* iSpare = nullptr;
+    int iSpares = 0;
 };

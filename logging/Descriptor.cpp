@@ -3,18 +3,47 @@
 #include <QtCore/QByteArray>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+constexpr useconds_t kLeaseUsecs = 1000;
+constexpr int kLeaseTimes = 60000; // longer than systems grant one
+
+// As many whole lines as a pipe takes at once or not at all; or one that is longer.
+size_t Piece(const char* from, const char* end)
+{
+    size_t piece = 0;
+    while (from + piece != end) {
+        const auto* const feed = static_cast<const char*>(std::memchr(from + piece, '\n', size_t(end - from) - piece));
+        const size_t next = feed ? size_t(feed + 1 - from) : size_t(end - from);
+        if (piece > 0 && next > PIPE_BUF)
+            break;
+        piece = next;
+    }
+    return piece;
+}
+
+} // namespace
+
 // Not blocking, so that a pipe without a reader in the log's place fails to open instead of holding up the log, and
-// with it whoever stops it. Files know no difference.
+// with it whoever stops it. Files know no difference, but for those that another process has a lease on: it is asked to
+// give it back.
 Descriptor::Descriptor(const QByteArray& name, int flags)
 {
-    do {
+    for (int i = 0; i < kLeaseTimes; ++i) {
         iDescriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | flags, 0666);
-    } while (iDescriptor < 0 && errno == EINTR);
+        if (IsOpen() || (errno != EINTR && errno != EWOULDBLOCK))
+            return;
+        if (errno == EWOULDBLOCK)
+            ::usleep(kLeaseUsecs);
+    }
 }
 
 // Nothing can be done about a failing close: what is lost by then is lost.
@@ -24,21 +53,29 @@ Descriptor::~Descriptor()
         ::close(iDescriptor);
 }
 
-int Descriptor::Write(const QByteArray& bytes) const
+qint64 Descriptor::Write(const char* lines, qint64 size, int patienceMs) const
 {
-    const char* from = bytes.constData();
-    const char* const end = from + bytes.size();
+    struct stat status = {};
+    const bool isFile = ::fstat(iDescriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const char* const end = lines + size;
+    const char* from = lines;
     while (from != end) {
-        const ssize_t written = ::write(iDescriptor, from, size_t(end - from));
+        const ssize_t written = ::write(iDescriptor, from, isFile ? size_t(end - from) : Piece(from, end));
         if (written > 0)
             from += written;
-        else if (written == 0 || errno != EINTR)
+        else if (written == 0 || (errno != EINTR && !(errno == EAGAIN && !isFile && CanWrite(patienceMs))))
             break;
     }
-    return int(from - bytes.constData());
+    return from - lines;
 }
 
-void Descriptor::TakeBack(int bytes) const
+bool Descriptor::CanWrite(int patienceMs) const
+{
+    pollfd file = {iDescriptor, POLLOUT, 0};
+    return ::poll(&file, 1, patienceMs) == 1 && file.revents == POLLOUT;
+}
+
+void Descriptor::TakeBack(qint64 bytes) const
 {
     const off_t end = ::lseek(iDescriptor, 0, SEEK_CUR);
     if (bytes > 0 && end >= bytes && end == Size() && ::ftruncate(iDescriptor, end - bytes) != 0)

@@ -19,17 +19,19 @@ public:
         bool operator==(const Identity& other) const { return iDevice == other.iDevice && iNumber == other.iNumber; }
     };
 
-    /// Creates the file when missing. Further flags are open's.
+    /// Creates the file when missing. Does not wait for the reader of a pipe, but for whoever has a lease on a file, as
+    /// long as the system lets him. Further flags are open's.
     explicit Descriptor(const QByteArray& name, int flags = 0);
     ~Descriptor();
 
     bool IsOpen() const { return iDescriptor >= 0; }
     int Number() const { return iDescriptor; }
 
-    /// How much of the bytes was written. A full disk or a full pipe takes what it can.
-    int Write(const QByteArray& bytes) const;
+    /// How much of the lines was written. A full disk takes what it can. A full pipe gets whole lines, and its reader
+    /// so many milliseconds to make room for each; lines longer than what pipes take at once may be cut.
+    qint64 Write(const char* lines, qint64 size, int patienceMs) const;
     /// Undoes the end of what was just written, unless somebody has written behind it. A pipe keeps what it has.
-    void TakeBack(int bytes) const;
+    void TakeBack(qint64 bytes) const;
     /// False where that cannot be done.
     bool Empty() const;
     /// A pipe has no size.
@@ -45,6 +47,8 @@ public:
 
 private:
     Q_DISABLE_COPY(Descriptor)
+
+    bool CanWrite(int patienceMs) const;
 
     int iDescriptor = -1;
 };

@@ -2,6 +2,7 @@
 
 #include "Rename.h"
 #include "Rotation.h"
+#include "Swallow.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
 #include <NeroltOrvaneBase/FileUtilities.h>
@@ -10,6 +11,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
 
+#include <algorithm>
 #include <fcntl.h>
 
 namespace {
@@ -31,25 +33,53 @@ LogFile::LogFile(const QString& path, QObject* parent)
 
 bool LogFile::Append(const QByteArray& lines)
 {
-    const Descriptor file(iName);
-    if (!file.IsOpen())
-        return false;
-    const int written = file.Write(lines);
-    // Or the next line to be written would stand behind half of one.
-    if (written > 0 && written < lines.size())
-        file.TakeBack(written - (lines.lastIndexOf('\n', written - 1) + 1));
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    if (IsDue(file, now))
-        Rotate(file, now);
-    return true;
+    const int size = lines.size();
+    return Append({lines.constData(), &size, 1}).iIsOpen;
 }
 
-bool LogFile::IsDue(const Descriptor& file, qint64 nowMSecs) const
+LogFile::Outcome LogFile::Append(const LogBatches& batches)
 {
-    const qint64 size = file.Size();
-    if (!Rotation::IsDue(size, FileUtilities::GetMSecs(iPath, FileTimeCreation, file.Number()), nowMSecs))
-        return false;
-    return !iStart || !(iStart->iFile == file.Which()) || Rotation::IsDue(size, iStart->iMSecs, nowMSecs);
+    const Descriptor file(iName);
+    if (!file.IsOpen())
+        return {1, false};
+    const qint64 limit = Rotation::kMaxBytes - file.Size();
+    const std::optional<qint64> created = Created(file);
+    Outcome outcome{1, true};
+    qint64 bytes = batches.SizeOf(0);
+    // The file is rotated after exactly the batch that makes it due.
+    if (!Rotation::IsDue(0, created, QDateTime::currentMSecsSinceEpoch())) {
+        while (outcome.iBatches < batches.iCount && bytes <= limit)
+            bytes += batches.SizeOf(outcome.iBatches++);
+    }
+    const qint64 written = file.Write(batches.iBytes, bytes, iPatienceMs);
+    if (written < bytes)
+        outcome.iBatches = GiveUp(file, batches, written);
+    iPatienceMs = written < bytes ? 0 : kPatienceMs;
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (Rotation::IsDue(file.Size(), created, now))
+        Swallow([&] { Rotate(file, now); }); // what is written is not written again
+    return outcome;
+}
+
+// Takes back the half of a line at which writing ended, or the next line would stand behind it. The rest of that batch
+// is lost; returns how many are done with.
+int LogFile::GiveUp(const Descriptor& file, const LogBatches& batches, qint64 written)
+{
+    qint64 line = written;
+    while (line > 0 && batches.iBytes[line - 1] != '\n')
+        --line;
+    file.TakeBack(written - line);
+    int done = 0;
+    for (qint64 end = 0; end <= written; ++done)
+        end += batches.SizeOf(done);
+    return done;
+}
+
+// As the file tells, or as remembered of one that cannot.
+std::optional<qint64> LogFile::Created(const Descriptor& file) const
+{
+    const std::optional<qint64> told = FileUtilities::GetMSecs(iPath, FileTimeCreation, file.Number());
+    return told && iStart && iStart->iFile == file.Which() ? std::max(*told, iStart->iMSecs) : told;
 }
 
 void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
@@ -60,7 +90,7 @@ void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
     if (!file.Lock())
         return;
     const auto unlock = qScopeGuard([&file] { file.Unlock(); });
-    if (!file.IsAt(iName) || !IsDue(file, nowMSecs))
+    if (!file.IsAt(iName) || !Rotation::IsDue(file.Size(), Created(file), nowMSecs))
         return; // it was
     const bool isMoved = RenameUnlessTaken(iName.constData(), rotatedName.constData());
     // A moved file may have been followed already by another process's lines, and a link of somebody else's is not to
@@ -73,7 +103,7 @@ void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
 
 void LogFile::Begin(const Descriptor& file, const QByteArray& header, qint64 nowMSecs)
 {
-    file.Write(header);
+    file.Write(header.constData(), header.size(), kPatienceMs);
     iStart = Start{file.Which(), nowMSecs};
     if (FileInfoMac(iPath).SetCreationMSecs(nowMSecs, file.Number()))
         iStart.reset();

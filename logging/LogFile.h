@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Descriptor.h"
+#include "LogBatches.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QObject>
@@ -23,22 +24,36 @@ class LogFile : public QObject
 public:
     explicit LogFile(const QString& path, QObject* parent = nullptr);
 
-    /// Appends the lines, creating the file when missing; lines that do not fit on the disk are lost whole. Then starts
-    /// a new file if this one has grown too large or too old. False when the file cannot be opened.
+    struct Outcome
+    {
+        int iBatches; ///< that are done with
+        bool iIsOpen; ///< false when the file cannot be opened
+    };
+
+    /// Appends batches, creating the file when missing, up to one that makes the file due to be rotated; and rotates it
+    /// then. Lines that do not fit on the disk are lost whole, with the rest of their batch. A batch that cannot be
+    /// written is done with all the same.
+    Outcome Append(const LogBatches& batches);
+    /// One batch. False when the file cannot be opened.
     bool Append(const QByteArray& lines);
 
 private:
+    // A pipe's reader that has come to a stand is waited for so long, and not again before it has gone on.
+    static constexpr int kPatienceMs = 1000;
+
     struct Start
     {
         Descriptor::Identity iFile;
         qint64 iMSecs;
     };
 
-    bool IsDue(const Descriptor& file, qint64 nowMSecs) const;
+    static int GiveUp(const Descriptor& file, const LogBatches& batches, qint64 written);
+    std::optional<qint64> Created(const Descriptor& file) const;
     void Rotate(const Descriptor& file, qint64 nowMSecs);
     void Begin(const Descriptor& file, const QByteArray& header, qint64 nowMSecs);
 
     const QString iPath;
     const QByteArray iName;
     std::optional<Start> iStart; // of a file that cannot keep it itself
+    int iPatienceMs = kPatienceMs;
 };

@@ -127,85 +127,18 @@ char* PutFourBytes(char* out, uint code)
     return out;
 }
 
-// Compilers make vector code of these for every processor, and less of it than of a loop over single units.
-using Units = ushort __attribute__((vector_size(16)));
-using Bytes = uchar __attribute__((vector_size(8)));
-constexpr int kUnits = sizeof(Units) / sizeof(ushort);
-
-// Copies a vector of text. Not 0 in any unit that is not ASCII, or is a line break.
-Units CopyUnits(char* out, const ushort* src)
+// ASCII on one line, the common text. False, with `out` overwritten, when there is anything else in it. Compilers make
+// vector code of it.
+template <typename Unit>
+bool PutPlainText(char* __restrict out, const Unit* __restrict text, int size)
 {
-    Units units;
-    std::memcpy(&units, src, sizeof(units));
-    const Bytes bytes = __builtin_convertvector(units, Bytes);
-    std::memcpy(out, &bytes, sizeof(bytes));
-    return (units & 0xff80) | Units(units == '\r') | Units(units == '\n');
-}
-
-bool AnySet(Units units)
-{
-    std::array<quint64, 2> halves;
-    static_assert(sizeof(halves) == sizeof(units));
-    std::memcpy(&halves, &units, sizeof(units));
-    return (halves[0] | halves[1]) != 0;
-}
-
-// ASCII on one line, the common text, goes in one pass. False, with `out` overwritten, when there is anything else in
-// it, or too little for one vector. Whole vectors only: the last one is put where the text ends, over a part of the one
-// before.
-[[gnu::noinline, gnu::hot]] bool PutPlainText(char* out, const ushort* src, int size)
-{
-    if (size < kUnits)
-        return false;
-    const int last = size - kUnits;
-    Units other = CopyUnits(out + last, src + last);
-    for (int i = 0; i < last; i += kUnits)
-        other |= CopyUnits(out + i, src + i);
-    return !AnySet(other);
-}
-
-template <typename Word>
-constexpr Word InEachByte(uchar byte)
-{
-    return Word(Word(~Word(0)) / 0xff * byte);
-}
-
-// Not 0 when a byte of the word is 0, or above 0x80.
-template <typename Word>
-constexpr Word AnyZero(Word word)
-{
-    return Word((word - InEachByte<Word>(1)) & InEachByte<Word>(0x80));
-}
-
-// Copies a word of text. Not 0 when there is anything but ASCII on one line in it.
-template <typename Word>
-Word CopyWord(char* out, const char* text)
-{
-    Word word;
-    std::memcpy(&word, text, sizeof(word));
-    std::memcpy(out, &word, sizeof(word));
-    return Word((word & InEachByte<Word>(0x80)) | AnyZero(Word(word ^ InEachByte<Word>('\r')))
-                | AnyZero(Word(word ^ InEachByte<Word>('\n'))));
-}
-
-// Text of at least one word. Here too the last one is put over a part of the one before.
-template <typename Word>
-bool PutPlainWords(char* out, const char* text, int size)
-{
-    const int last = size - int(sizeof(Word));
-    Word other = CopyWord<Word>(out + last, text + last);
-    for (int i = 0; i < last; i += int(sizeof(Word)))
-        other |= CopyWord<Word>(out + i, text + i);
+    Unit other = 0;
+    for (int i = 0; i < size; ++i) {
+        const Unit unit = text[i];
+        out[i] = char(unit);
+        other = Unit(other | (unit & ~0x7f) | int(unit == '\r') | int(unit == '\n'));
+    }
     return other == 0;
-}
-
-[[gnu::noinline, gnu::hot]] bool PutPlainBytes(char* out, const char* text, int size)
-{
-    if (size >= int(sizeof(quint64)))
-        return PutPlainWords<quint64>(out, text, size);
-    if (size >= int(sizeof(quint32)))
-        return PutPlainWords<quint32>(out, text, size);
-    return size == 0 || PutPlainWords<uchar>(out, text, size);
 }
 
 // Writes at the end of a buffer, into the memory that it keeps between lines.
@@ -247,7 +180,7 @@ public:
     {
         const int size = text ? int(std::strlen(text)) : 0;
         Reserve(qint64(size) + 1);
-        if (!PutPlainBytes(iOut, text, size)) {
+        if (!PutPlainText(iOut, reinterpret_cast<const uchar*>(text), size)) {
             Put(QString::fromUtf8(text, size), end);
             return;
         }

@@ -1,4 +1,4 @@
-#include "FairLock.h"
+#include "LoggingThread.h"
 #include "Swallow.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -71,14 +71,15 @@ bool HaveUnlockedCallersLeft()
     return true;
 }
 
-// The agent has taken leave of every caller; what it owns belongs to the thread it lives on.
+// The agent has taken leave of every caller; what it owns belongs to the thread it lives on. Its memory is not freed.
 void Dispose(LoggerAgent* agent)
 {
     const QThread* const home = agent->thread();
     if (home && home != QThread::currentThread() && home->isRunning())
-        agent->deleteLater();
+        QMetaObject::invokeMethod(
+            agent, [agent] { agent->~LoggerAgent(); }, Qt::QueuedConnection);
     else
-        delete agent;
+        agent->~LoggerAgent();
 }
 
 void LogUnfiltered(LoggerAgent& agent, LoggerDefs::LogValues level, unsigned int code, const char* func,
@@ -96,15 +97,23 @@ QMutex& CreationMutex()
 } // namespace
 
 std::atomic<Logger*> Logger::iInstance{nullptr};
-std::atomic<int> Logger::iActiveLevel{0};
+const std::atomic<int> Logger::kNoLevels{0};
+std::atomic<const std::atomic<int>*> Logger::iLevels{&kNoLevels};
 
 Logger::Logger()
     : iMutex(QMutex::Recursive)
     , iAgent(nullptr)
 {
     ReporterMutex(); // now, while there may be memory
-    iAgent = new LoggerAgent(kDefaultLevel, nullptr);
-    iActiveLevel = kDefaultLevel;
+    // Callers read the mask without a lock, and so perhaps a moment after the agent has gone.
+    alignas(LoggerAgent) static unsigned char storage[sizeof(LoggerAgent)];
+    SetAgent(new (storage) LoggerAgent(kDefaultLevel, nullptr));
+}
+
+void Logger::SetAgent(LoggerAgent* agent)
+{
+    iLevels = agent ? &agent->iLevel : &kNoLevels;
+    iAgent = agent;
 }
 
 Logger::~Logger()
@@ -139,14 +148,13 @@ void Logger::Cleanup()
         delete instance;
 }
 
-// Says farewell and takes the agent out.
+// Says farewell and takes the agent out. It is destroyed without the Logger's lock: the list of threads comes before.
 void Logger::End(const char* func, const char* farewell, bool withPath)
 {
     if (!iAgent.load())
         return;
     const std::lock_guard<QMutex> reporter(ReporterMutex());
-    const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
-    const std::lock_guard<QMutex> lock(iMutex);
+    std::unique_lock<QMutex> lock(iMutex);
     LoggerAgent* const agent = iAgent.load();
     if (!agent)
         return;
@@ -154,9 +162,9 @@ void Logger::End(const char* func, const char* farewell, bool withPath)
         LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func,
                       QLatin1String(farewell) + (withPath ? agent->FileName() : QString()));
     });
-    iAgent = nullptr;
-    iActiveLevel = 0;
+    SetAgent(nullptr);
     agent->StopLogging();
+    lock.unlock();
     // A caller that does not leave in time keeps the agent alive: a leak at the end is better than a crash.
     if (HaveUnlockedCallersLeft())
         Dispose(agent);
@@ -183,20 +191,24 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
                               QLatin1String("New path is ") + path);
             }
         }
-        if (!logger->iAgent.load())
+        const auto isWanted = [&](LoggerAgent& agent) { return force || agent.FileName().isEmpty(); };
+        bool any = false;
+        logger->WithAgentWaiting([&](LoggerAgent& agent) { any = isWanted(agent); });
+        if (!any)
             return;
-        const std::unique_lock<QMutex> registry = RegisteredThread::LockList();
-        const std::lock_guard<QMutex> lock(logger->iMutex);
-        LoggerAgent* const agent = logger->iAgent.load();
-        if (agent && (force || agent->FileName().isEmpty())) {
+        // Now, because the list of threads comes before the Logger.
+        std::unique_ptr<LoggingThread> thread = LoggerAgent::NewThread(path);
+        logger->WithAgentWaiting([&](LoggerAgent& agent) {
+            if (!isWanted(agent))
+                return;
             gStarted = true;
             try {
-                agent->SetLoggerFileName(path);
+                agent.ChangeFile(path, std::move(thread));
             } catch (...) {
-                gStarted = false;
+                gStarted = !agent.FileName().isEmpty();
                 throw;
             }
-        }
+        });
     });
 }
 
@@ -216,8 +228,9 @@ void Logger::BeforeCopy()
     std::unique_lock<QMutex> reporter(ReporterMutex(), std::defer_lock);
     std::unique_lock<QMutex> lock;
     std::unique_lock<QMutex> agentLock;
-    if (!reporter.try_lock_for(kLockTimeout) || !(lock = FairLock::Within(logger->iMutex, kLockTimeout)) || gStarted
-        || logger->iAgent.load() != agent || !(agentLock = FairLock::Within(agent->iMutex, kLockTimeout)))
+    if (!reporter.try_lock_for(kLockTimeout) || !(lock = std::unique_lock<QMutex>(logger->iMutex, kLockTimeout))
+        || gStarted || logger->iAgent.load() != agent
+        || !(agentLock = std::unique_lock<QMutex>(agent->iMutex, kLockTimeout)))
         return;
     for (std::unique_lock<QMutex>* const held : {&reporter, &lock, &agentLock})
         held->release();
@@ -242,13 +255,11 @@ void Logger::BeginInCopy()
 {
     AfterCopy();
     gUnlockedCallers = 0;
-    FairLock::BeginInCopy();
     Logger* const logger = iInstance.load();
     LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;
     if (!agent || tHoldsLocks)
         return;
-    logger->iAgent = nullptr;
-    iActiveLevel = 0;
+    logger->SetAgent(nullptr);
     Swallow([agent] {
         if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
             agent->killTimer(agent->iTimerId);
@@ -312,7 +323,7 @@ template <typename Call>
 void Logger::WithAgentOrDrop(const Call& call)
 {
     Swallow([&] {
-        const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
+        const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
         LoggerAgent* const agent = lock ? iAgent.load(std::memory_order_relaxed) : nullptr;
         if (agent)
             call(*agent);
@@ -449,10 +460,7 @@ bool Logger::StackLoggingEnabled()
 
 void Logger::SetLevel(int mask)
 {
-    WithAgentWaiting([&](LoggerAgent& agent) {
-        agent.SetLevel(mask);
-        iActiveLevel = mask;
-    });
+    WithAgentWaiting([mask](LoggerAgent& agent) { agent.SetLevel(mask); });
 }
 
 bool Logger::LoggingEnabled(LoggerDefs::LogValues level) const
@@ -482,7 +490,6 @@ bool Logger::ResetLoggingLevel(int mask)
         GetInstance()->WithAgentWaiting([&](LoggerAgent& agent) {
             reset = agent.ResetLoggingLevel(mask, kInformationCode, "Logger::ResetLoggingLevel",
                                             QLatin1String("resetting log level ") + QString::number(mask));
-            iActiveLevel = agent.Level();
         });
     });
     return reset;

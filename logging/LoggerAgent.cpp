@@ -1,10 +1,7 @@
-#include "BatchPool.h"
-#include "FairLock.h"
 #include "LogLine.h"
 #include "LoggingThread.h"
 #include "Swallow.h"
 #include "WriteSignals.h"
-#include "WriterDispatcher.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
@@ -15,6 +12,7 @@
 #include <QtCore/QFileInfo>
 
 #include <chrono>
+#include <memory>
 #include <mutex>
 #include <sys/time.h>
 #include <utility>
@@ -23,6 +21,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kLockTimeout(1000);
 constexpr int kBatchBytes = 5000;
+constexpr int kBufferBytes = kBatchBytes + 1024;
+constexpr int kMostKept = 16 * kBufferBytes; // of a buffer that a long line has made grow
 constexpr int kTimerMs = 5000;
 constexpr int kIdleSecs = 31;
 constexpr unsigned long kThreadEndMs = 10000;
@@ -161,14 +161,15 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 [[gnu::hot]] void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
-    const std::unique_lock<QMutex> lock = FairLock::Within(iMutex, kLockTimeout);
+    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
     if (!lock)
         return;
-    if (iBuffer.isEmpty())
-        iBuffer = BatchPool::Take();
+    if (iBuffer.capacity() == 0)
+        iBuffer.reserve(kBufferBytes);
     const qint64 now = MSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
     iLastLineSecs = now / 1000;
+    iHasLines = true;
     if (iBuffer.size() > kBatchBytes || iResettingLevel)
         SendBufferToThread();
 }
@@ -178,7 +179,13 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     const std::lock_guard<QMutex> lock(iMutex);
     QByteArray batch;
     batch.swap(iBuffer);
+    iHasLines = false;
     Q_EMIT logMessage(batch);
+    // It is used again, unless a listener has kept it.
+    if (iBuffer.isEmpty() && batch.isDetached() && batch.capacity() <= kMostKept) {
+        batch.resize(0);
+        batch.swap(iBuffer);
+    }
 }
 
 void LoggerAgent::DebugLine(const char* func, const char* msg)
@@ -238,12 +245,17 @@ bool LoggerAgent::ResetLoggingLevel(int mask, unsigned int code, const char* fun
 
 void LoggerAgent::SetLoggerFileName(const QString& path)
 {
+    ChangeFile(path, NewThread(path));
+}
+
+void LoggerAgent::ChangeFile(const QString& path, std::unique_ptr<LoggingThread> thread)
+{
     const std::lock_guard<QMutex> lock(iMutex);
     DebugLine("LoggerAgent::SetLoggerFileName", "Enter");
     StopLogging();
     iFileName = path;
     try {
-        StartThread();
+        Begin(std::move(thread));
     } catch (...) {
         iFileName.clear();
         throw;
@@ -261,21 +273,52 @@ QString LoggerAgent::FileNameCopy() const
     return iFileName;
 }
 
+std::unique_ptr<LoggingThread> LoggerAgent::NewThread(const QString& path)
+{
+    return std::make_unique<LoggingThread>(AbsolutePath(path));
+}
+
 void LoggerAgent::StartThread()
 {
     const std::lock_guard<QMutex> lock(iMutex);
-    if (iThread)
-        return;
+    if (!iThread)
+        Begin(NewThread(iFileName));
+}
+
+void LoggerAgent::Begin(std::unique_ptr<LoggingThread> thread)
+{
     try {
-        MakeThread();
-        ConnectWorker();
+        Connect(*thread);
         DebugLine("LoggerAgent::StartThread", "starting timer");
         AdjustTimer();
     } catch (...) {
-        DropThread();
+        iThread = nullptr;
+        iWorker = nullptr;
         throw;
     }
+    thread.release();
     Launch();
+}
+
+// Batches take the way of a queued connection of logMessage with onLogMessage, but through a queue of their own. Those
+// wait for more to come that are handed over because there are enough bytes of them, and no others.
+void LoggerAgent::Connect(LoggingThread& thread)
+{
+    if (QThread::currentThread() == this->thread())
+        thread.setParent(this); // a child must live where its parent does
+    else
+        thread.moveToThread(this->thread());
+    iThread = &thread;
+    iWorker = &thread.Worker();
+    connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
+    connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
+    BatchQueue& queue = thread.Queue();
+    connect(
+        this, &LoggerAgent::logMessage, iWorker,
+        [this, &queue](const QByteArray& batch) { queue.Put(batch, iResettingLevel || batch.size() <= kBatchBytes); },
+        Qt::DirectConnection);
+    connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
+            Qt::BlockingQueuedConnection);
 }
 
 void LoggerAgent::Launch()
@@ -293,66 +336,26 @@ void LoggerAgent::Launch()
     }
 }
 
-void LoggerAgent::MakeThread()
-{
-    iWorker = new LoggerWorker(AbsolutePath(iFileName));
-    // A child must live where its parent does.
-    const bool atHome = QThread::currentThread() == thread();
-    iThread = new LoggingThread(atHome ? this : nullptr, *iWorker);
-    if (!atHome)
-        iThread->moveToThread(thread());
-    iWorker->moveToThread(iThread);
-}
-
-// Batches take the way of a queued connection of logMessage with onLogMessage, but through a queue of their own.
-void LoggerAgent::ConnectWorker()
-{
-    auto* const thread = static_cast<LoggingThread*>(iThread);
-    const auto deliver = [thread] { thread->Deliver(); };
-    connect(thread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
-    connect(thread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
-    connect(
-        this, &LoggerAgent::logMessage, iWorker, [thread](const QByteArray& batch) { thread->Put(batch); },
-        Qt::DirectConnection);
-    connect(thread->eventDispatcher(), &QAbstractEventDispatcher::awake, iWorker, deliver);
-    // What was put before the stop comes before it.
-    connect(this, &LoggerAgent::stopWorker, iWorker, deliver, Qt::BlockingQueuedConnection);
-    connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
-            Qt::BlockingQueuedConnection);
-}
-
-// For a thread that never ran, so that nobody else knows of it or of its worker. As a child it goes where its parent
-// lives.
-void LoggerAgent::DropThread()
-{
-    RegisteredThread* const thread = std::exchange(iThread, nullptr);
-    if (thread && thread->parent() && QThread::currentThread() != this->thread())
-        Swallow([thread] { thread->deleteLater(); });
-    else
-        delete thread;
-    delete std::exchange(iWorker, nullptr);
-}
-
 void LoggerAgent::StopLogging()
 {
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iThread)
         return;
-    if (NeverRan(*iThread)) {
-        WriteRestHere();
-        DropThread();
-    } else {
-        WriteRest();
-        EndThread();
-    }
+    auto& thread = static_cast<LoggingThread&>(*iThread);
+    if (NeverRan(thread))
+        WriteRestHere(thread);
+    else
+        WriteRest(thread);
+    disconnect(this, nullptr, iWorker, nullptr);
+    iWorker = nullptr;
+    iThread = nullptr;
+    End(thread);
     DebugLine("LoggerAgent::StopLogging", "stopping timer");
     Swallow([this] { AdjustTimer(); });
 }
 
-void LoggerAgent::WriteRest()
+void LoggerAgent::WriteRest(LoggingThread& thread)
 {
-    if (auto* const dispatcher = qobject_cast<WriterDispatcher*>(iThread->eventDispatcher()))
-        dispatcher->Hurry();
     bool stopped = false;
     Swallow([&] {
         Q_EMIT stopWorker(iBuffer);
@@ -360,42 +363,38 @@ void LoggerAgent::WriteRest()
     });
     // Without memory for that it still takes what was put when it ends.
     if (!stopped)
-        static_cast<LoggingThread*>(iThread)->Put(iBuffer);
-    LoggerWorker* const worker = iWorker;
-    iWorker = nullptr;
-    disconnect(this, nullptr, worker, nullptr);
+        thread.Queue().Put(iBuffer, true);
 }
 
 // The system would not start the thread.
-void LoggerAgent::WriteRestHere()
+void LoggerAgent::WriteRestHere(LoggingThread& thread)
 {
     const WriteSignals::Blocker blocker;
     disconnect(this, nullptr, iWorker, nullptr);
-    Swallow([this] {
+    Swallow([&] {
         iWorker->onStartWorker();
-        static_cast<LoggingThread*>(iThread)->Deliver();
+        thread.Deliver();
         iWorker->onStopWorker(iBuffer);
         Q_EMIT stopWorker(iBuffer);
     });
 }
 
-void LoggerAgent::EndThread()
+// Never deleted here: the list of threads comes before all other locks.
+void LoggerAgent::End(LoggingThread& thread)
 {
-    RegisteredThread* const thread = iThread;
-    iThread = nullptr;
-    thread->quit();
-    if (thread->wait(kThreadEndMs)) {
-        thread->disconnect();
-        Swallow([thread] { thread->deleteLater(); });
+    thread.quit();
+    if (thread.wait(kThreadEndMs)) {
+        thread.disconnect();
+        Swallow([&thread] { thread.deleteLater(); });
         return;
     }
     // QThread ends the process when it is destroyed while it runs, so this one goes when it has finished.
-    Swallow([thread] {
-        if (thread->parent())
-            thread->setParent(nullptr);
-        connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
-        if (thread->isFinished())
-            thread->deleteLater();
+    Swallow([&thread] {
+        if (thread.parent())
+            thread.setParent(nullptr);
+        connect(&thread, SIGNAL(finished()), &thread, SLOT(deleteLater()));
+        if (thread.isFinished())
+            thread.deleteLater();
     });
 }
 
@@ -421,15 +420,16 @@ void LoggerAgent::AdjustTimerHere()
     }
 }
 
+// The agent's thread is the host's main one: it waits for the mutex when there is something to hand over, and not else.
 void LoggerAgent::timerEvent(QTimerEvent*)
 {
-    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
-    if (!lock || !iThread)
+    const qint64 quietSecs = MSecsSinceEpoch() / 1000 - iLastLineSecs;
+    const bool isDue = iHasLines && (quietSecs >= kIdleSecs || quietSecs < 0); // the clock was set back
+    std::unique_lock<QMutex> lock(iMutex, std::defer_lock);
+    if (!(isDue ? lock.try_lock_for(kLockTimeout) : lock.try_lock()) || !iThread)
         return;
     if (NeverRan(*iThread))
         Swallow([this] { Launch(); }); // what the system refused before it may grant now
-    const qint64 quietSecs = MSecsSinceEpoch() / 1000 - iLastLineSecs;
-    const bool isDue = quietSecs >= kIdleSecs || quietSecs < 0; // the clock was set back
     if (isDue && !iBuffer.isEmpty())
         Swallow([this] { SendBufferToThread(); });
 }

@@ -1,4 +1,3 @@
-#include "BatchPool.h"
 #include "LogFile.h"
 #include "Swallow.h"
 
@@ -6,6 +5,15 @@
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 
 // There is nobody to tell that there is no memory: what the writer was at is dropped, and it goes on.
+
+namespace {
+
+LogFile& FileOf(const LoggerWorker& worker)
+{
+    return *worker.findChild<LogFile*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
+} // namespace
 
 LoggerWorker::LoggerWorker(const QString& fileName)
     : iFileName(fileName)
@@ -44,10 +52,9 @@ void LoggerWorker::onLog()
 void LoggerWorker::onStopWorker(const QByteArray& batch)
 {
     iRunning = false;
-    Swallow([&] { iQueue.append(batch); });
     while (!iQueue.isEmpty())
         Log(false);
-    BatchPool::Idle();
+    Swallow([&] { FileOf(*this).Append(batch); });
 }
 
 void LoggerWorker::Log(bool scheduleMore)
@@ -56,14 +63,19 @@ void LoggerWorker::Log(bool scheduleMore)
         return;
     Swallow([this] {
         const QByteArray batch = iQueue.takeFirst(); // or it would be tried again
-        WriteBatch(batch);
-        BatchPool::GiveBack(batch);
+        FileOf(*this).Append(batch);
     });
     if (scheduleMore && !iQueue.isEmpty())
         Swallow([this] { iPendingWrite = RegisteredTimer::singleShot(0, this, SLOT(onLog())); });
 }
 
-void LoggerWorker::WriteBatch(const QByteArray& batch)
+// As onLogMessage for one batch after the other. Returns how many are done with.
+int LoggerWorker::WriteTogether(const LogBatches& batches)
 {
-    findChild<LogFile*>(QString(), Qt::FindDirectChildrenOnly)->Append(batch);
+    int done = 1;
+    if (iRunning && iQueue.isEmpty())
+        Swallow([&] { done = FileOf(*this).Append(batches).iBatches; });
+    else
+        Swallow([&] { onLogMessage(QByteArray(batches.iBytes, batches.SizeOf(0))); });
+    return done;
 }

@@ -1,19 +1,15 @@
 #include "LoggingThread.h"
 
-#include "BatchPool.h"
-#include "LogLine.h"
+#include "LogDelivery.h"
 #include "Swallow.h"
 #include "WriteSignals.h"
 #include "WriterDispatcher.h"
-#include "WriterThread.h"
 
 #include <NeroltOrvaneBase/LoggerWorker.h>
 
-#include <QtCore/QDateTime>
 #include <QtCore/QEventLoop>
 
 #include <algorithm>
-#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -28,19 +24,19 @@ qint64 MostWaiting()
     return memory > 0 ? std::min(kMostWaiting, memory / 4) : kMostWaiting;
 }
 
-QAbstractEventDispatcher& SetDispatcher(QThread& thread)
-{
-    thread.setEventDispatcher(new WriterDispatcher); // the thread's from now on
-    return *thread.eventDispatcher();
-}
-
 } // namespace
 
-LoggingThread::LoggingThread(QObject* parent, LoggerWorker& worker)
-    : RegisteredThread(QStringLiteral("logging thread"), parent)
-    , iWorker(worker)
-    , iQueue(SetDispatcher(*this), MostWaiting())
+LoggingThread::LoggingThread(const QString& path)
+    : RegisteredThread(QStringLiteral("logging thread"), nullptr)
+    , iWorker(std::make_unique<LoggerWorker>(path))
+    , iDelivery(new LogDelivery(*iWorker, iQueue))
+    , iQueue(*iDelivery, MostWaiting())
 {
+    // When the framework gets no memory for what an object needs to receive anything at all, half a connection is left
+    // behind in the sender. Not so where the object is its own sender.
+    connect(iWorker.get(), &QObject::objectNameChanged, iWorker.get(), [] {});
+    iWorker->moveToThread(this);
+    setEventDispatcher(new WriterDispatcher); // the thread's from now on
 }
 
 // A thread that never ran has nobody else to do it.
@@ -50,22 +46,9 @@ LoggingThread::~LoggingThread()
         delete eventDispatcher();
 }
 
-[[gnu::hot]] void LoggingThread::Put(const QByteArray& batch) noexcept
-{
-    iQueue.Put(batch);
-}
-
 void LoggingThread::Deliver()
 {
-    const qint64 dropped = iQueue.Deliver([this](const QByteArray& batch) { iWorker.onLogMessage(batch); });
-    if (dropped == 0)
-        return;
-    Swallow([this, dropped] {
-        QByteArray line;
-        LogLine::Append(line, QDateTime::currentMSecsSinceEpoch(), 30, "Warning", "LoggerAgent::SendBufferToThread",
-                        QString::number(dropped) + QLatin1String(" lines dropped, too much was waiting for the disk"));
-        iWorker.onLogMessage(line);
-    });
+    iDelivery->All();
 }
 
 // The worker goes here: its connection with the end of the thread takes memory.
@@ -73,13 +56,10 @@ void LoggingThread::run()
 {
     const NotCancelled always;
     WriteSignals::Block();
-    WriterThread::StandBack();
-    Swallow(
-        [this] { connect(eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &iWorker, &BatchPool::Idle); });
     WaitForEvents();
     Deliver();
     iQueue.Close();
-    delete &iWorker;
+    iWorker.reset();
 }
 
 // Without memory for an event loop it does without one until there is some.

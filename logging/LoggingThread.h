@@ -4,6 +4,9 @@
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <memory>
+
+class LogDelivery;
 class LoggerWorker;
 
 /// The thread that writes the log, and the batches on their way to it.
@@ -12,14 +15,15 @@ class LoggerWorker;
 class LoggingThread : public RegisteredThread // clazy:exclude=missing-qobject-macro
 {
 public:
-    /// For a worker that it destroys when it has run. Throws std::bad_alloc.
-    LoggingThread(QObject* parent, LoggerWorker& worker);
+    /// For the file at `path`. Nobody's child, on the calling thread. Throws std::bad_alloc.
+    explicit LoggingThread(const QString& path);
     ~LoggingThread() override;
 
-    /// A batch for the worker. Any thread may call; what is too much is dropped.
-    void Put(const QByteArray& batch) noexcept;
-    /// Gives the worker what there is, and a line that tells of what was dropped. On this thread, or on another when
-    /// this one does not run.
+    /// The one that writes. It is there until the thread has run.
+    LoggerWorker& Worker() { return *iWorker; }
+    /// The worker's batches. Whatever is left in the end is written before the worker goes.
+    BatchQueue& Queue() { return iQueue; }
+    /// Writes what there is. For another thread when this one does not run.
     void Deliver();
 
 protected:
@@ -30,6 +34,7 @@ private:
 
     void WaitForEvents();
 
-    LoggerWorker& iWorker;
+    std::unique_ptr<LoggerWorker> iWorker;
+    LogDelivery* iDelivery; ///< the worker's child
     BatchQueue iQueue;
 };

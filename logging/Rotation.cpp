@@ -9,7 +9,6 @@
 namespace {
 
 constexpr qint64 kMaxAgeSecs = 86400;
-constexpr qint64 kMaxBytes = 104857600;
 constexpr int kMilliseconds = 4; // ".zzz"
 
 QByteArray StampOf(qint64 msecs)

@@ -10,6 +10,8 @@ class QByteArray;
 /// May be called until the very end of the process.
 namespace Rotation {
 
+constexpr qint64 kMaxBytes = 104857600; ///< that a file may have
+
 /// Whether a file of `size` bytes is due. The age counts in whole seconds, and is zero when the creation time is
 /// unknown.
 bool IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs);

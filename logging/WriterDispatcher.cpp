@@ -4,14 +4,18 @@
 #include <QtCore/QTimerEvent>
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 
 namespace {
 
-// Far below any count of events.
-constexpr int kAsleep = std::numeric_limits<int>::min();
 constexpr int kForever = -1;
+
+int MSecsTo(std::chrono::steady_clock::time_point due)
+{
+    // Rounded up, or the thread would look too early, over and over.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
+    return std::max(0, int(left.count()));
+}
 
 } // namespace
 
@@ -21,110 +25,96 @@ WriterDispatcher::~WriterDispatcher() = default;
 
 bool WriterDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
 {
-    bool processed = Process();
-    if (!processed && flags.testFlag(QEventLoop::WaitForMoreEvents)) {
-        Q_EMIT aboutToBlock();
-        Wait();
-        processed = Process();
-    }
-    return processed;
-}
-
-// What is posted after the count was taken is counted for the next time, whether or not it is found already.
-bool WriterDispatcher::Process()
-{
-    const int wakeUps = iWakeUps.exchange(0);
-    const bool woken = wakeUps != 0 && wakeUps != kAsleep;
+    iIsInterrupted = false;
     Q_EMIT awake();
     QCoreApplication::sendPostedEvents();
-    const bool fired = FireTimers();
-    if (woken || fired)
-        iRestsLeft = kRests;
-    return woken || fired;
-}
-
-void WriterDispatcher::Wait()
-{
-    while (Rest()) { }
-    Sleep();
-}
-
-// False when there is something to do, or nothing any more to rest for.
-bool WriterDispatcher::Rest()
-{
-    if (iRestsLeft == 0 || !iTimers.empty() || iHurried.load() || iWakeUps.load() != 0)
+    const bool hasTimers = !flags.testFlag(QEventLoop::X11ExcludeTimers);
+    const bool waits = flags.testFlag(QEventLoop::WaitForMoreEvents) && !iIsInterrupted;
+    if (waits)
+        Q_EMIT aboutToBlock();
+    if (iIsInterrupted)
         return false;
-    --iRestsLeft;
-    iSemaphore.tryAcquire(1, kRestMs);
-    return true;
+    const int timeoutMs = hasTimers ? MSecsToTimer().value_or(kForever) : kForever;
+    const bool woken = Wait(waits ? timeoutMs : 0);
+    return (hasTimers && FireTimers()) || woken;
 }
 
-// Not when there has been a wake-up meanwhile: it had nobody to wake.
-void WriterDispatcher::Sleep()
+bool WriterDispatcher::Wait(int timeoutMs)
 {
-    int none = 0;
-    if (iWakeUps.compare_exchange_strong(none, kAsleep))
-        iSemaphore.tryAcquire(1, MSecsToTimer().value_or(kForever));
+    const bool woken = iWakeUps.tryAcquire(1, timeoutMs);
+    return woken && iIsWoken.exchange(false);
 }
 
 void WriterDispatcher::wakeUp()
 {
-    const int before = iWakeUps.fetch_add(1);
-    if (before == kAsleep || before == kManyEvents - 1)
-        iSemaphore.release();
-}
-
-void WriterDispatcher::Hurry()
-{
-    iHurried.store(true);
-    iSemaphore.release();
-}
-
-bool WriterDispatcher::hasPendingEvents()
-{
-    const int wakeUps = iWakeUps.load();
-    return wakeUps != 0 && wakeUps != kAsleep;
+    if (!iIsWoken.exchange(true))
+        iWakeUps.release();
 }
 
 void WriterDispatcher::interrupt()
 {
+    iIsInterrupted = true;
     wakeUp();
+}
+
+bool WriterDispatcher::hasPendingEvents()
+{
+    return iIsWoken;
 }
 
 void WriterDispatcher::flush() { }
 
-// Those due now, once each, in the order of their times: what they start has to wait for the next time, what they stop
+// Those due now, once each, in the order of their times: what they start has to wait for the next round, what they stop
 // does not fire any more.
 bool WriterDispatcher::FireTimers()
 {
-    if (iTimers.empty())
-        return false;
     const Clock::time_point now = Clock::now();
-    std::vector<Timer> due;
-    std::copy_if(iTimers.begin(), iTimers.end(), std::back_inserter(due),
-                 [now](const Timer& timer) { return timer.iDue <= now; });
-    std::stable_sort(due.begin(), due.end(), [](const Timer& a, const Timer& b) { return a.iDue < b.iDue; });
-    for (const Timer& next : due) {
-        const int timerId = next.iInfo.timerId;
-        const auto timer = Find(timerId);
-        if (timer == iTimers.end() || timer->iDue > now)
-            continue;
-        timer->iDue = now + std::chrono::milliseconds(timer->iInfo.interval);
-        QTimerEvent event(timerId);
-        QCoreApplication::sendEvent(timer->iObject, &event);
+    const quint64 round = ++iRound;
+    bool any = false;
+    while (Timer* const next = NextDue(now, round)) {
+        next->iRound = round;
+        Fire(*next, now);
+        any = true;
     }
-    return !due.empty();
+    return any;
 }
 
-// Rounded up, or the thread would look too early, over and over.
+WriterDispatcher::Timer* WriterDispatcher::NextDue(Clock::time_point now, quint64 round)
+{
+    Timer* next = nullptr;
+    for (Timer& timer : iTimers) {
+        const bool isDue = timer.iDue <= now && timer.iRound < round && !timer.iIsFiring;
+        if (isDue && (!next || timer.iDue < next->iDue))
+            next = &timer;
+    }
+    return next;
+}
+
+// Not again within itself, when its receiver has an event loop of its own. The times do not drift, but those missed are
+// left out.
+void WriterDispatcher::Fire(Timer& timer, Clock::time_point now)
+{
+    const int timerId = timer.iInfo.timerId;
+    const std::chrono::milliseconds interval(timer.iInfo.interval);
+    timer.iDue += interval;
+    if (timer.iDue < now)
+        timer.iDue = now + interval;
+    timer.iIsFiring = true;
+    QTimerEvent event(timerId);
+    QCoreApplication::sendEvent(timer.iObject, &event);
+    const auto after = Find(timerId);
+    if (after != iTimers.end())
+        after->iIsFiring = false;
+}
+
 std::optional<int> WriterDispatcher::MSecsToTimer() const
 {
-    const auto next = std::min_element(iTimers.begin(), iTimers.end(),
-                                       [](const Timer& a, const Timer& b) { return a.iDue < b.iDue; });
-    if (next == iTimers.end())
-        return std::nullopt;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next->iDue - Clock::now());
-    return std::max(0, int(left.count()));
+    std::optional<int> msecs;
+    for (const Timer& timer : iTimers) {
+        if (!timer.iIsFiring)
+            msecs = std::min(msecs.value_or(std::numeric_limits<int>::max()), MSecsTo(timer.iDue));
+    }
+    return msecs;
 }
 
 std::vector<WriterDispatcher::Timer>::iterator WriterDispatcher::Find(int timerId)
@@ -136,7 +126,7 @@ std::vector<WriterDispatcher::Timer>::iterator WriterDispatcher::Find(int timerI
 void WriterDispatcher::registerTimer(int timerId, int interval, Qt::TimerType timerType, QObject* object)
 {
     iTimers.push_back(
-        {TimerInfo(timerId, interval, timerType), object, Clock::now() + std::chrono::milliseconds(interval)});
+        {TimerInfo(timerId, interval, timerType), object, Clock::now() + std::chrono::milliseconds(interval), iRound});
 }
 
 bool WriterDispatcher::unregisterTimer(int timerId)
@@ -170,10 +160,7 @@ QList<QAbstractEventDispatcher::TimerInfo> WriterDispatcher::registeredTimers(QO
 int WriterDispatcher::remainingTime(int timerId)
 {
     const auto timer = Find(timerId);
-    if (timer == iTimers.end())
-        return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(timer->iDue - Clock::now());
-    return std::max(0, int(left.count()));
+    return timer == iTimers.end() ? -1 : MSecsTo(timer->iDue);
 }
 
 void WriterDispatcher::registerSocketNotifier(QSocketNotifier*)

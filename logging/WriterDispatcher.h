@@ -8,33 +8,19 @@
 #include <optional>
 #include <vector>
 
-/// The events of a thread whose work may wait for a moment, such as writing a log.
+/// Posted events and timers of a thread, as the framework has them, for one that must not end the process.
 ///
-/// Waking a sleeping thread costs the one who posts an event several microseconds. So a thread that has run out of work
-/// does not sleep at once here: it rests, and looks when it has rested. Who posts an event meanwhile only counts up a
-/// number, without a call of the system. A rest ends early when a lot has come together. After some rests in vain the
-/// thread sleeps, until it is woken.
-///
-/// For posted events and timers, not for sockets. It uses no descriptors. Event loops must not run within each other
-/// here.
+/// The framework's own dispatchers do: they want descriptors of the system and memory when their thread starts, and a
+/// host that has none left at that moment is ended. This one needs no descriptors, and its memory is taken when it is
+/// made. It knows no sockets.
 class WriterDispatcher : public QAbstractEventDispatcher
 {
     Q_OBJECT
     Q_DISABLE_COPY(WriterDispatcher)
 
 public:
-    /// The length of a rest, in milliseconds: what a posted event may have to wait for.
-    static constexpr int kRestMs = 5;
-    /// So many rests in vain, and the thread sleeps.
-    static constexpr int kRests = 2;
-    /// So many posted events end a rest.
-    static constexpr int kManyEvents = 16;
-
     WriterDispatcher();
     ~WriterDispatcher() override;
-
-    /// No rests from now on, because somebody waits for what this thread does. Any thread may call.
-    void Hurry();
 
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override;
     bool hasPendingEvents() override;
@@ -59,19 +45,20 @@ private:
         TimerInfo iInfo;
         QObject* iObject;
         Clock::time_point iDue;
+        quint64 iRound; ///< in which it fired last, or was started
+        bool iIsFiring = false;
     };
 
-    bool Process();
+    bool Wait(int timeoutMs);
     bool FireTimers();
-    void Wait();
-    bool Rest();
-    void Sleep();
+    Timer* NextDue(Clock::time_point now, quint64 round);
+    void Fire(Timer& timer, Clock::time_point now);
     std::vector<Timer>::iterator Find(int timerId);
     std::optional<int> MSecsToTimer() const;
 
-    std::atomic<int> iWakeUps{0}; ///< since the thread looked, or counted from kAsleep
-    std::atomic<bool> iHurried{false};
-    QSemaphore iSemaphore;
-    int iRestsLeft = 0;
+    std::atomic<bool> iIsWoken{false};
+    std::atomic<bool> iIsInterrupted{false};
+    QSemaphore iWakeUps;
     std::vector<Timer> iTimers;
+    quint64 iRound = 0;
 };

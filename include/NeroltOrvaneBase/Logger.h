@@ -124,8 +124,8 @@ public:
 
     /// Replaces the mask; the mask of a new logger is Error | Exception. Waits for the Logger's mutex.
     void SetLevel(int mask);
-    /// The mask, 0 once the log is stopped. One load: never blocks.
-    int GetLevel() const { return iActiveLevel.load(std::memory_order_relaxed); }
+    /// The mask, 0 once the log is stopped. Two loads: never blocks.
+    int GetLevel() const { return iLevels.load(std::memory_order_relaxed)->load(std::memory_order_relaxed); }
     /// True when every bit of `level` is in the mask and the log is not stopped. Never blocks.
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
     /// LoggingEnabled(LoggerDefs::Trace). Never blocks.
@@ -153,6 +153,7 @@ private:
     void WithAgentReporting(const Call& call);
     template <typename Call>
     void WithAgentOrDrop(const Call& call);
+    void SetAgent(LoggerAgent* agent);
     void End(const char* func, const char* farewell, bool withPath);
 
     // The list of threads is there before any logger: it watches for copies of the process. And its lock comes first.
@@ -164,8 +165,9 @@ private:
     static void BeginInCopy();
 
     static std::atomic<Logger*> iInstance;
-    // The agent's mask, 0 without an agent: the level test of every call site is this one load.
-    static std::atomic<int> iActiveLevel;
+    static const std::atomic<int> kNoLevels;
+    // The agent's mask, or that of no agent: all that the test at a call site reads.
+    static std::atomic<const std::atomic<int>*> iLevels;
 
     QMutex iMutex;
     std::atomic<LoggerAgent*> iAgent;

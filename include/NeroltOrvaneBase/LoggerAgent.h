@@ -9,9 +9,11 @@
 #include <QtCore/QString>
 
 #include <atomic>
+#include <memory>
 
 class IErrorReporter;
 class LoggerWorker;
+class LoggingThread;
 class QDateTime;
 class RegisteredThread;
 
@@ -75,7 +77,7 @@ public:
     bool ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg);
 
     /// Completes the file so far, if any, and starts the logging thread on `path`. Blocks as StopLogging does. Throws
-    /// std::bad_alloc, and has then no path and no thread.
+    /// std::bad_alloc, and then goes on with the file so far, or has no path and no thread.
     void SetLoggerFileName(const QString& path);
     /// The path given last, empty before.
     const QString& FileName() const;
@@ -89,7 +91,8 @@ public:
     /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well. When the system
     /// has refused the thread, the calling one writes all that.
     void StopLogging();
-    /// Hands the buffer to the logging thread, which writes it within milliseconds, and empties it.
+    /// Hands the buffer to the logging thread and empties it. The thread writes it at once, or within two milliseconds
+    /// when it has more than 5000 bytes.
     void SendBufferToThread();
 
     /// Seconds since 1970-01-01T00:00:00 UTC.
@@ -112,13 +115,14 @@ private:
     QString ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     QString ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     void DebugLine(const char* func, const char* msg);
-    void MakeThread();
-    void ConnectWorker();
+    static std::unique_ptr<LoggingThread> NewThread(const QString& path);
+    void ChangeFile(const QString& path, std::unique_ptr<LoggingThread> thread);
+    void Begin(std::unique_ptr<LoggingThread> thread);
+    void Connect(LoggingThread& thread);
     void Launch();
-    void DropThread();
-    void WriteRest();
-    void WriteRestHere();
-    void EndThread();
+    void WriteRest(LoggingThread& thread);
+    void WriteRestHere(LoggingThread& thread);
+    static void End(LoggingThread& thread);
     void AdjustTimer();
     void AdjustTimerHere();
 
@@ -136,6 +140,7 @@ private:
     LoggerWorker* iWorker = nullptr;
     bool iStackTrace = false;
     bool iResettingLevel = false;
+    std::atomic<bool> iHasLines{false}; ///< in the buffer
     int iTimerId = 0;
-    qint64 iLastLineSecs = 0;
+    std::atomic<qint64> iLastLineSecs{0};
 };

@@ -8,6 +8,7 @@
 #include <QtCore/QString>
 
 class RegisteredTimer;
+struct LogBatches;
 
 /// Writes the log file: appends batches of lines, and starts a new file when it has grown too large or too old.
 ///
@@ -48,7 +49,9 @@ public Q_SLOTS:
 private:
     Q_DISABLE_COPY(LoggerWorker)
 
-    void WriteBatch(const QByteArray& batch);
+    friend class LogDelivery;
+
+    int WriteTogether(const LogBatches& batches);
 
     QList<QByteArray> iQueue;
     QString iFileName;

@@ -1,37 +1,84 @@
 #include "logging/BatchQueue.h"
-#include "logging/WriterDispatcher.h"
 #include "support/TestMain.h"
 
-#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QByteArray>
+#include <QtCore/QCoreApplication>
 #include <QtCore/QList>
 #include <QtTest/QtTest>
 
 #include <array>
 #include <atomic>
-#include <memory>
+#include <fstream>
 #include <thread>
-#include <vector>
+#include <unistd.h>
 
 namespace {
 
 constexpr qint64 kPlenty = 1 << 30;
-constexpr qint64 kBatch = 1000;
-constexpr qint64 kThree = 3 * kBatch + 500; // what it costs to hold them included
+constexpr qint64 kChunk = 256 << 10;
+constexpr int kTogether = 64 << 10;
+constexpr quint64 kAll = ~quint64(0);
 
-QByteArray BatchOf(char letter)
+// Notes what it is told.
+class Reader : public QObject
 {
-    QByteArray batch(kBatch, letter);
-    batch[int(kBatch / 2)] = '\n';
-    batch[int(kBatch - 1)] = '\n';
-    return batch;
+public:
+    QList<quint64> Told()
+    {
+        QCoreApplication::sendPostedEvents(this);
+        return std::exchange(iTold, {});
+    }
+
+    bool event(QEvent* event) override
+    {
+        if (event->type() != BatchQueue::Arrival::kType)
+            return QObject::event(event);
+        iTold += static_cast<BatchQueue::Arrival*>(event)->Until();
+        return true;
+    }
+
+private:
+    QList<quint64> iTold;
+};
+
+QList<QByteArray> Split(const LogBatches& batches)
+{
+    QList<QByteArray> split;
+    const char* at = batches.iBytes;
+    for (int i = 0; i < batches.iCount; ++i) {
+        split += QByteArray(at, batches.SizeOf(i));
+        at += batches.SizeOf(i);
+    }
+    return split;
 }
 
-QList<QByteArray> Deliver(BatchQueue& queue)
+// The next ones together, for each time that the reader asks.
+QList<QList<QByteArray>> TakeGroups(BatchQueue& queue)
+{
+    QList<QList<QByteArray>> groups;
+    const quint64 until = queue.Count();
+    for (LogBatches next = queue.Next(until); next.iCount > 0; next = queue.Next(until)) {
+        groups += Split(next);
+        queue.Done(next.iCount);
+    }
+    return groups;
+}
+
+QList<QByteArray> Take(BatchQueue& queue)
 {
     QList<QByteArray> batches;
-    queue.Deliver([&batches](const QByteArray& batch) { batches += batch; });
+    for (const QList<QByteArray>& group : TakeGroups(queue))
+        batches += group;
     return batches;
+}
+
+qint64 ResidentBytes()
+{
+    std::ifstream file("/proc/self/statm");
+    qint64 total = 0;
+    qint64 resident = 0;
+    file >> total >> resident;
+    return resident * ::sysconf(_SC_PAGESIZE);
 }
 
 } // namespace
@@ -41,214 +88,246 @@ class tst_BatchQueue : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void emptyDeliversNothing()
+    void emptyHasNothing()
     {
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        QCOMPARE(Deliver(queue), QList<QByteArray>());
-        QVERIFY(!reader.hasPendingEvents());
+        QCOMPARE(queue.Count(), quint64(0));
+        QCOMPARE(Take(queue), QList<QByteArray>());
+        QCOMPARE(reader.Told(), QList<quint64>());
+        QCOMPARE(queue.TakeDropped(), qint64(0));
+        QVERIFY(queue.Rest());
     }
 
-    void batchesComeOnceAndInOrder()
+    void batchesComeOnceInOrderAndTogether()
     {
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        queue.Put("first");
-        queue.Put("second");
-        QCOMPARE(Deliver(queue), (QList<QByteArray>{"first", "second"}));
-        QCOMPARE(Deliver(queue), QList<QByteArray>());
-        queue.Put("third");
-        QCOMPARE(Deliver(queue), QList<QByteArray>{"third"});
-        QCOMPARE(Deliver(queue), QList<QByteArray>());
+        queue.Put("first\n", false);
+        queue.Put("", false);
+        queue.Put("second\n", false);
+        QCOMPARE(TakeGroups(queue), (QList<QList<QByteArray>>{{"first\n", "", "second\n"}}));
+        QCOMPARE(TakeGroups(queue), QList<QList<QByteArray>>());
+        queue.Put("third\n", false);
+        QCOMPARE(TakeGroups(queue), (QList<QList<QByteArray>>{{"third\n"}}));
+        QCOMPARE(queue.Count(), quint64(4));
     }
 
-    void emptyBatchIsABatch()
+    void batchIsACopy()
     {
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        queue.Put("");
-        QCOMPARE(Deliver(queue), QList<QByteArray>{""});
+        QByteArray batch("before");
+        queue.Put(batch, false);
+        QVERIFY(batch.isDetached());
+        batch[0] = 'X';
+        QCOMPARE(Take(queue), QList<QByteArray>{"before"});
     }
 
-    // More than there is room for at first.
-    void backlogKeepsItsOrder()
+    void whatIsNotDoneStays()
     {
-        WriterDispatcher reader;
+        Reader reader;
+        BatchQueue queue(reader, kPlenty);
+        for (const char* batch : {"a", "b", "c"})
+            queue.Put(batch, false);
+        QCOMPARE(Split(queue.Next(kAll - 1)), (QList<QByteArray>{"a", "b", "c"}));
+        queue.Done(1);
+        QCOMPARE(Split(queue.Next(kAll - 1)), (QList<QByteArray>{"b", "c"}));
+    }
+
+    void nothingBeyondTheNumber()
+    {
+        Reader reader;
+        BatchQueue queue(reader, kPlenty);
+        for (const char* batch : {"a", "b", "c"})
+            queue.Put(batch, false);
+        QCOMPARE(Split(queue.Next(2)), (QList<QByteArray>{"a", "b"}));
+        queue.Done(2);
+        QCOMPARE(queue.Next(2).iCount, 0);
+        QCOMPARE(queue.Next(1).iCount, 0);
+        QCOMPARE(Split(queue.Next(3)), QList<QByteArray>{"c"});
+    }
+
+    void togetherIsBounded_data()
+    {
+        QTest::addColumn<QList<int>>("sizes");
+        QTest::addColumn<QList<int>>("groups");
+        QTest::newRow("at the bound") << QList<int>{kTogether - 1, 1, 1} << QList<int>{2, 1};
+        QTest::newRow("beyond") << QList<int>{kTogether - 1, 2} << QList<int>{1, 1};
+        QTest::newRow("one that is larger") << QList<int>{kTogether + 1, 1} << QList<int>{1, 1};
+        QTest::newRow("13 of the usual size")
+            << QList<int>{5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000}
+            << QList<int>{13, 1};
+    }
+    void togetherIsBounded()
+    {
+        QFETCH(QList<int>, sizes);
+        QFETCH(QList<int>, groups);
+        Reader reader;
+        BatchQueue queue(reader, kPlenty);
+        for (const int size : sizes)
+            queue.Put(QByteArray(size, 'x'), false);
+        QList<int> found;
+        for (const QList<QByteArray>& group : TakeGroups(queue))
+            found += group.size();
+        QCOMPARE(found, groups);
+    }
+
+    // Across chunks, one of them larger than all others, with something left of them or not.
+    void anyOrderOfSizes()
+    {
+        const QList<int> sizes{5000, int(kChunk), 1, int(kChunk) * 3, int(kChunk) / 2, int(kChunk) / 2, 0, 70000};
+        for (int before = 0; before < sizes.size(); ++before) {
+            Reader reader;
+            BatchQueue queue(reader, kPlenty);
+            QList<QByteArray> expected;
+            QList<QByteArray> found;
+            for (int i = 0; i < 3 * sizes.size(); ++i) {
+                expected += QByteArray(sizes.at((i + before) % sizes.size()), char('a' + i));
+                queue.Put(expected.last(), false);
+                if (i == before)
+                    found += Take(queue);
+            }
+            found += Take(queue);
+            QVERIFY(found == expected);
+        }
+    }
+
+    void aBacklogKeepsItsOrder()
+    {
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
         QList<QByteArray> expected;
-        for (int i = 0; i < 1000; ++i) {
+        for (int i = 0; i < 100000; ++i) {
             expected += QByteArray::number(i);
-            queue.Put(expected.last());
+            queue.Put(expected.last(), false);
         }
-        QCOMPARE(Deliver(queue), expected);
+        QVERIFY(Take(queue) == expected);
     }
 
-    void eachBatchWakesTheReader()
+    void readerIsToldWhenItRestsOrAtOnce()
     {
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        for (int i = 0; i < 2; ++i) {
-            queue.Put("batch");
-            QVERIFY(reader.hasPendingEvents());
-            reader.processEvents(QEventLoop::AllEvents);
-            QVERIFY(!reader.hasPendingEvents());
+        queue.Put("a", false);
+        QCOMPARE(reader.Told(), QList<quint64>{1});
+        queue.Put("b", false);
+        QCOMPARE(reader.Told(), QList<quint64>());
+        queue.Put("c", true);
+        QCOMPARE(reader.Told(), QList<quint64>{3});
+        QVERIFY(!queue.Rest()); // there is something
+        Take(queue);
+        queue.Put("d", false);
+        QCOMPARE(reader.Told(), QList<quint64>());
+        Take(queue);
+        QVERIFY(queue.Rest());
+        queue.Put("e", false);
+        QCOMPARE(reader.Told(), QList<quint64>{5});
+    }
+
+    void tooMuchIsDroppedAndCounted()
+    {
+        Reader reader;
+        BatchQueue queue(reader, 2 * kChunk);
+        const QByteArray half(int(kChunk) / 2 - 100, 'x');
+        for (int i = 0; i < 4; ++i)
+            queue.Put(half, false);
+        queue.Put(half + "one\ntwo\n", false);
+        queue.Put("three\n", false); // it would fit, but would leave a gap before it
+        QCOMPARE(queue.TakeDropped(), qint64(0)); // not while there is something before
+        QVERIFY(!queue.Rest());
+        QCOMPARE(Take(queue), (QList<QByteArray>{half, half, half, half}));
+        QVERIFY(!queue.Rest());
+        QCOMPARE(queue.TakeDropped(), qint64(3));
+        QCOMPARE(queue.TakeDropped(), qint64(0));
+        queue.Put("four\n", false);
+        QCOMPARE(Take(queue), QList<QByteArray>{"four\n"});
+        QVERIFY(queue.Rest());
+    }
+
+    void whatDoesNotFitAtAllIsDropped()
+    {
+        Reader reader;
+        BatchQueue queue(reader, kChunk);
+        queue.Put(QByteArray(int(kChunk), '\n'), false);
+        QCOMPARE(Take(queue), QList<QByteArray>());
+        QCOMPARE(queue.TakeDropped(), kChunk);
+    }
+
+    // What is in use counts, and what was used before does not.
+    void roomComesBack()
+    {
+        Reader reader;
+        BatchQueue queue(reader, 4 * kChunk);
+        const QByteArray most(int(kChunk) - 200, 'x');
+        const QList<QByteArray> three{most, most, most};
+        for (int i = 0; i < 100; ++i) {
+            for (const QByteArray& batch : three)
+                queue.Put(batch, false);
+            queue.Put(QByteArray(int(kChunk) + i, 'y'), false); // takes more than is left
+            QCOMPARE(Take(queue), three);
+            QCOMPARE(queue.TakeDropped(), qint64(0));
         }
     }
 
-    // It can be used again as soon as it is written.
-    void batchIsLetGoOfBeforeTheNext()
+    void closedTakesNothing()
     {
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        QByteArray first("first");
-        queue.Put(first);
-        queue.Put("second");
-        QVERIFY(!first.isDetached());
-        queue.Deliver([&first](const QByteArray& batch) { QCOMPARE(first.isDetached(), batch == "second"); });
-        QVERIFY(first.isDetached());
-    }
-
-    void batchThatIsPutMeanwhileWaits()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kPlenty);
-        queue.Put("first");
-        QList<QByteArray> batches;
-        queue.Deliver([&](const QByteArray& batch) {
-            queue.Put("again");
-            batches += batch;
-        });
-        QCOMPARE(batches, QList<QByteArray>{"first"});
-        QCOMPARE(Deliver(queue), QList<QByteArray>{"again"});
-    }
-
-    void closedQueueDropsWhatItHasAndWhatComes()
-    {
-        auto reader = std::make_unique<WriterDispatcher>();
-        BatchQueue queue(*reader, kPlenty);
-        queue.Put("before");
+        queue.Put("before", false);
         queue.Close();
-        reader->processEvents(QEventLoop::AllEvents);
-        queue.Put("after");
-        QVERIFY(!reader->hasPendingEvents());
-        reader.reset();
-        queue.Put("later");
-        QCOMPARE(Deliver(queue), QList<QByteArray>());
-        queue.Close();
+        queue.Put("after\n", true);
+        QCOMPARE(queue.Count(), quint64(1));
+        QCOMPARE(queue.TakeDropped(), qint64(0));
+        QCOMPARE(reader.Told(), QList<quint64>{1});
     }
 
-    void whatDoesNotFitIsDroppedAndItsLinesAreCounted()
+    void memoryOfABurstGoesBack()
     {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kThree);
-        QList<QByteArray> batches;
-        const auto take = [&batches](const QByteArray& batch) { batches += batch; };
-        for (const char letter : {'a', 'b', 'c'})
-            queue.Put(BatchOf(letter));
-        QCOMPARE(queue.Deliver(take), qint64(0));
-        for (const char letter : {'d', 'e', 'f', 'g', 'h'})
-            queue.Put(BatchOf(letter));
-        QCOMPARE(queue.Deliver(take), qint64(4));
-        queue.Put(BatchOf('i'));
-        QCOMPARE(queue.Deliver(take), qint64(0));
-        QList<QByteArray> expected;
-        for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f', 'i'})
-            expected += BatchOf(letter);
-        QCOMPARE(batches, expected);
-    }
-
-    void roomIsWhatABatchOccupies()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kThree);
-        for (int i = 0; i < 10; ++i) {
-            QByteArray small;
-            small.reserve(kBatch);
-            small += "small\n";
-            queue.Put(small);
-        }
-        int written = 0;
-        QCOMPARE(queue.Deliver([&](const QByteArray&) { ++written; }), qint64(7));
-        QCOMPARE(written, 3);
-        QCOMPARE(queue.Deliver([](const QByteArray&) {}), qint64(0));
-        for (int i = 0; i < 3; ++i)
-            queue.Put(BatchOf('a'));
-        QCOMPARE(Deliver(queue).size(), 3); // all the room is there again
-    }
-
-    // Or the lines would not be in their order, and nobody could say where some are missing.
-    void nothingComesBehindWhatWasDroppedUntilTheReaderHasTakenTheRest()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kThree);
-        for (const char letter : {'a', 'b', 'c', 'd'})
-            queue.Put(BatchOf(letter));
-        queue.Put("small\n");
-        QCOMPARE(queue.Deliver([](const QByteArray&) {}), qint64(3));
-    }
-
-    void whatIsBeingWrittenStillTakesRoom()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kThree);
-        for (const char letter : {'a', 'b', 'c'})
-            queue.Put(BatchOf(letter));
-        int written = 0;
-        queue.Deliver([&](const QByteArray&) {
-            queue.Put(BatchOf('x'));
-            ++written;
-        });
-        QCOMPARE(written, 3);
-        QCOMPARE(queue.Deliver([&](const QByteArray&) { ++written; }), qint64(6));
-        QCOMPARE(written, 3);
-    }
-
-    // A reader that has done with what it had would never tell of it otherwise.
-    void whatIsDroppedWakesTheReader()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, 0);
-        queue.Put(BatchOf('a'));
-        QVERIFY(reader.hasPendingEvents());
-    }
-
-    void emptyBatchesTakeRoom()
-    {
-        WriterDispatcher reader;
-        BatchQueue queue(reader, kThree);
-        for (int i = 0; i < 1000; ++i)
-            queue.Put("");
-        QVERIFY(Deliver(queue).size() < 100);
-    }
-
-    void manyPutAtOnce()
-    {
-        constexpr int kThreads = 4;
-        constexpr int kBatches = 2000;
-        WriterDispatcher reader;
+        Reader reader;
         BatchQueue queue(reader, kPlenty);
-        std::atomic<int> busy{kThreads};
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([&queue, &busy, thread] {
-                for (int i = 0; i < kBatches; ++i)
-                    queue.Put(QByteArray::number(thread) + ' ' + QByteArray::number(i));
-                --busy;
+        const QByteArray batch(5000, 'x');
+        queue.Put(batch, false);
+        const qint64 before = ResidentBytes();
+        for (int i = 0; i < 10000; ++i)
+            queue.Put(batch, false);
+        const qint64 between = ResidentBytes();
+        QVERIFY2(between - before > 49000000, QByteArray::number(between - before));
+        const quint64 until = queue.Count();
+        for (LogBatches next = queue.Next(until); next.iCount > 0; next = queue.Next(until))
+            queue.Done(next.iCount);
+        QVERIFY(queue.Rest());
+        const qint64 kept = ResidentBytes() - before;
+        QVERIFY2(kept < 1 << 20, QByteArray::number(kept));
+    }
+
+    void manyThreadsPut()
+    {
+        constexpr int threads = 4;
+        constexpr int each = 20000;
+        Reader reader;
+        BatchQueue queue(reader, kPlenty);
+        std::atomic<int> left{threads};
+        std::vector<std::thread> writers;
+        for (int thread = 0; thread < threads; ++thread) {
+            writers.emplace_back([&queue, &left, thread] {
+                for (int i = 0; i < each; ++i)
+                    queue.Put(QByteArray::number(i) + char('a' + thread), i % 100 == 0);
+                --left;
             });
         }
-        QList<QByteArray> batches;
-        while (busy > 0)
-            batches += Deliver(queue);
-        for (std::thread& thread : threads)
-            thread.join();
-        batches += Deliver(queue);
-
-        QCOMPARE(batches.size(), kThreads * kBatches);
-        std::array<int, kThreads> next = {};
-        for (const QByteArray& batch : qAsConst(batches)) {
-            const int thread = batch.left(1).toInt();
-            QCOMPARE(batch.mid(2).toInt(), next[size_t(thread)]++);
+        std::array<int, threads> next = {};
+        bool inOrder = true;
+        for (bool last = false; !last;) {
+            last = left == 0;
+            for (const QByteArray& batch : Take(queue))
+                inOrder = inOrder && batch.chopped(1).toInt() == next[size_t(batch.back() - 'a')]++;
+            queue.Rest();
         }
+        for (std::thread& writer : writers)
+            writer.join();
+        QVERIFY(inOrder);
+        QCOMPARE(next, (std::array<int, threads>{each, each, each, each}));
     }
 };
 

@@ -1,4 +1,3 @@
-#include "logging/WriterDispatcher.h"
 #include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
@@ -36,8 +35,7 @@ NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 NEROLT_PRIVATE(LoggerAgent, iStackTrace, bool)
 NEROLT_PRIVATE(LoggerAgent, iResettingLevel, bool)
 NEROLT_PRIVATE(LoggerAgent, iTimerId, int)
-NEROLT_PRIVATE(LoggerAgent, iLastLineSecs, qint64)
-NEROLT_PRIVATE(WriterDispatcher, iHurried, std::atomic<bool>)
+NEROLT_PRIVATE(LoggerAgent, iLastLineSecs, std::atomic<qint64>)
 
 using namespace LoggerDefs;
 
@@ -619,20 +617,6 @@ private Q_SLOTS:
         agent.StopLogging();
         QCOMPARE(receivers(SIGNAL(logMessage(QByteArray))), 0);
         QCOMPARE(receivers(SIGNAL(stopWorker(QByteArray))), 0);
-    }
-
-    void stopDoesNotWaitForARest()
-    {
-        LoggerAgent agent(0, nullptr);
-        bool hurries = false;
-        connect(&agent, &LoggerAgent::stopWorker, [&] { // comes before the worker's
-            const QAbstractEventDispatcher* const dispatcher = (agent.*LoggerAgent_iThread())->eventDispatcher();
-            QCOMPARE(dispatcher->metaObject()->className(), "WriterDispatcher");
-            hurries = (static_cast<const WriterDispatcher*>(dispatcher)->*WriterDispatcher_iHurried()).load();
-        });
-        agent.SetLoggerFileName(QStringLiteral("app.log"));
-        agent.StopLogging();
-        QVERIFY(hurries);
     }
 
     void stopWhileStoppedDoesNothing()

@@ -17,33 +17,27 @@
 #include <unistd.h>
 #include <vector>
 
-NEROLT_PRIVATE(WriterDispatcher, iWakeUps, std::atomic<int>)
-NEROLT_PRIVATE(WriterDispatcher, iSemaphore, QSemaphore)
-NEROLT_PRIVATE(WriterDispatcher, iRestsLeft, int)
-
 namespace {
-
-constexpr int kSleeps = std::numeric_limits<int>::min();
-
-int WakeUps(const WriterDispatcher& dispatcher)
-{
-    return (dispatcher.*WriterDispatcher_iWakeUps()).load();
-}
-
-QSemaphore& Semaphore(WriterDispatcher& dispatcher)
-{
-    return dispatcher.*WriterDispatcher_iSemaphore();
-}
-
-int& RestsLeft(WriterDispatcher& dispatcher)
-{
-    return dispatcher.*WriterDispatcher_iRestsLeft();
-}
 
 // Where events go. The thread sanitizer is told of those for classes of ours, not of those for the framework's own.
 class Place : public QObject
 {
 };
+
+// Runs something on the thread, and waits for it.
+template <typename Work>
+void Do(QThread& thread, Work work)
+{
+    Place there;
+    there.moveToThread(&thread);
+    QMetaObject::invokeMethod(
+        &there,
+        [&] {
+            work();
+            there.moveToThread(nullptr);
+        },
+        Qt::BlockingQueuedConnection);
+}
 
 // A thread that has the dispatcher.
 class Thread : public QThread
@@ -63,21 +57,11 @@ public:
     }
 
     WriterDispatcher& Dispatcher() { return *iDispatcher; }
-    bool IsAsleep() const { return WakeUps(*iDispatcher) == kSleeps; }
 
-    // Runs something on the thread, and waits for it.
     template <typename Work>
     void Do(Work work)
     {
-        Place there;
-        there.moveToThread(this);
-        QMetaObject::invokeMethod(
-            &there,
-            [&] {
-                work();
-                there.moveToThread(nullptr);
-            },
-            Qt::BlockingQueuedConnection);
+        ::Do(*this, work);
     }
 
 private:
@@ -109,105 +93,37 @@ class tst_WriterDispatcher : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void fewEventsLeaveAThreadThatIsAwakeAlone()
-    {
-        WriterDispatcher dispatcher;
-        for (int i = 1; i < WriterDispatcher::kManyEvents; ++i)
-            dispatcher.wakeUp();
-        QCOMPARE(WakeUps(dispatcher), WriterDispatcher::kManyEvents - 1);
-        QCOMPARE(Semaphore(dispatcher).available(), 0);
-    }
-
-    void manyEventsEndARestOnce()
-    {
-        WriterDispatcher dispatcher;
-        for (int i = 0; i < WriterDispatcher::kManyEvents; ++i)
-            dispatcher.wakeUp();
-        QCOMPARE(Semaphore(dispatcher).available(), 1);
-        for (int i = 0; i < 3 * WriterDispatcher::kManyEvents; ++i)
-            dispatcher.wakeUp();
-        QCOMPARE(Semaphore(dispatcher).available(), 1);
-    }
-
-    void looksThenRestsThenSleeps()
-    {
-        WriterDispatcher dispatcher;
-        dispatcher.wakeUp();
-        QVERIFY(dispatcher.hasPendingEvents());
-        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents)); // has work, does not wait
-        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
-        QVERIFY(!dispatcher.hasPendingEvents());
-
-        QVector<int> states;
-        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
-                [&] { states.append(Semaphore(dispatcher).available()); });
-        Semaphore(dispatcher).release(WriterDispatcher::kRests + 1);
-        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(Semaphore(dispatcher).available(), 0); // one for each rest, one for the sleep
-        QCOMPARE(RestsLeft(dispatcher), 0);
-        QCOMPARE(states, QVector<int>{WriterDispatcher::kRests + 1});
-
-        Semaphore(dispatcher).release(2);
-        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(Semaphore(dispatcher).available(), 1); // it has rested enough, and only sleeps
-    }
-
-    void restsAgainAfterWork()
-    {
-        WriterDispatcher dispatcher;
-        for (int round = 0; round < 3; ++round) {
-            dispatcher.wakeUp();
-            QVERIFY(dispatcher.processEvents({}));
-            QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
-            Semaphore(dispatcher).release(WriterDispatcher::kRests + 1);
-            QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-            QCOMPARE(RestsLeft(dispatcher), 0);
-        }
-    }
-
-    void anEventEndsTheRests()
-    {
-        WriterDispatcher dispatcher;
-        RestsLeft(dispatcher) = 1000;
-        Semaphore(dispatcher).release(5);
-        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { dispatcher.wakeUp(); });
-        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
-        QCOMPARE(Semaphore(dispatcher).available(), 5);
-    }
-
     void anEventJustBeforeTheSleepIsSeen()
     {
         WriterDispatcher dispatcher;
-        QCOMPARE(RestsLeft(dispatcher), 0);
         connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { dispatcher.wakeUp(); });
         QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
     }
 
-    void doesNotWaitUnlessAsked()
+    void looksOnceForEachTimeItIsWoken()
+    {
+        WriterDispatcher dispatcher;
+        QVERIFY(!dispatcher.hasPendingEvents());
+        for (int i = 0; i < 3; ++i)
+            dispatcher.wakeUp();
+        QVERIFY(dispatcher.hasPendingEvents());
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QVERIFY(!dispatcher.hasPendingEvents());
+        QVERIFY(!dispatcher.processEvents({}));
+    }
+
+    void tellsWhenItWaits()
     {
         WriterDispatcher dispatcher;
         QStringList states;
         connect(&dispatcher, &QAbstractEventDispatcher::awake, this, [&] { states.append(QStringLiteral("awake")); });
-        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
-                [&] { states.append(QStringLiteral("blocks")); });
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] {
+            states.append(QStringLiteral("blocks"));
+            dispatcher.wakeUp();
+        });
         QVERIFY(!dispatcher.processEvents({}));
-        QCOMPARE(states, QStringList{QStringLiteral("awake")});
-        Semaphore(dispatcher).release();
-        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(states.join(' '), QStringLiteral("awake awake blocks awake"));
-    }
-
-    void hurryEndsTheRestsForGood()
-    {
-        WriterDispatcher dispatcher;
-        dispatcher.wakeUp();
-        QVERIFY(dispatcher.processEvents({}));
-        dispatcher.Hurry();
-        QCOMPARE(Semaphore(dispatcher).available(), 1); // ends the one it may be in
-        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests);
-        QCOMPARE(Semaphore(dispatcher).available(), 0);
+        QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
+        QCOMPARE(states.join(' '), QStringLiteral("awake awake blocks"));
     }
 
     void interruptIsNotOverlookedBeforeTheWait()
@@ -215,17 +131,6 @@ private Q_SLOTS:
         WriterDispatcher dispatcher;
         dispatcher.interrupt();
         QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-    }
-
-    void wakesOnlyASleepingThread()
-    {
-        Thread thread;
-        QTRY_VERIFY(thread.IsAsleep());
-        std::atomic<int> received{0};
-        thread.Do([&] { ++received; });
-        QCOMPARE(received.load(), 1);
-        QTRY_VERIFY(thread.IsAsleep());
-        QCOMPARE(Semaphore(thread.Dispatcher()).available(), 0);
     }
 
     void eventsArriveInOrder()
@@ -265,18 +170,6 @@ private Q_SLOTS:
             caller.join();
         QTRY_COMPARE(received.load(), kThreads * kEvents);
         thread.Do([&] { there.moveToThread(nullptr); });
-    }
-
-    void threadEndsFromRestAndFromSleep()
-    {
-        for (int i = 0; i < 50; ++i) {
-            Thread thread;
-            thread.Do([] {});
-            if (i % 2 == 0)
-                QTRY_VERIFY(thread.IsAsleep());
-            thread.quit();
-            QVERIFY(thread.wait(10000));
-        }
     }
 
     void deletesLater()
@@ -344,7 +237,6 @@ private Q_SLOTS:
         });
         QVERIFY(done.tryAcquire(1, 10000));
         thread.Do([] { QThread::msleep(10); });
-        QTRY_VERIFY(thread.IsAsleep());
         thread.Do([&] { clock.reset(); });
         QCOMPARE(fired, 5);
     }
@@ -411,18 +303,6 @@ private Q_SLOTS:
             dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
         QCOMPARE(fired, 1);
         QVERIFY2(blocked <= 2, qPrintable(QString::number(blocked))); // it does not look before the time
-        QCOMPARE(RestsLeft(dispatcher), WriterDispatcher::kRests); // as after any work
-    }
-
-    void timersDoNotWaitForARest()
-    {
-        WriterDispatcher dispatcher;
-        Clock clock([](int) {});
-        dispatcher.registerTimer(71, 1000000, Qt::PreciseTimer, &clock);
-        RestsLeft(dispatcher) = 1000;
-        Semaphore(dispatcher).release(3);
-        QVERIFY(!dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-        QCOMPARE(Semaphore(dispatcher).available(), 2);
     }
 
     void aTimerDueBeforeTheSleepIsNotSleptOver()
@@ -454,6 +334,93 @@ private Q_SLOTS:
         const bool again = dispatcher.processEvents({});
         QVERIFY(!again || since.elapsed() >= kInterval);
         QVERIFY(fired >= 1);
+    }
+
+    // As the framework's own: neither this timer again, nor none of the others.
+    void timersWithinATimer()
+    {
+        const auto fire = [](QThread& thread) {
+            QVector<int> fired;
+            QSemaphore done;
+            std::unique_ptr<Clock> clock;
+            int slow = 0;
+            Do(thread, [&] {
+                clock = std::make_unique<Clock>([&](int timerId) {
+                    fired.append(timerId == slow ? 0 : 1);
+                    if (timerId != slow)
+                        return;
+                    QEventLoop loop;
+                    for (int i = 0; i < 30; ++i)
+                        loop.processEvents(QEventLoop::AllEvents);
+                    clock->killTimer(timerId);
+                    done.release();
+                });
+                slow = clock->startTimer(0);
+            });
+            done.acquire();
+            Do(thread, [&] { clock.reset(); });
+            return fired;
+        };
+        Thread thread;
+        QThread plain;
+        plain.start();
+        QCOMPARE(fire(thread), QVector<int>{0});
+        QCOMPARE(fire(plain), QVector<int>{0});
+        plain.quit();
+        plain.wait();
+    }
+
+    void otherTimersFireWithinATimer()
+    {
+        WriterDispatcher dispatcher;
+        QVector<int> fired;
+        Clock clock([&](int timerId) {
+            fired.append(timerId);
+            if (timerId == 71)
+                dispatcher.processEvents({});
+        });
+        dispatcher.registerTimer(71, 0, Qt::CoarseTimer, &clock);
+        dispatcher.registerTimer(72, 1000000, Qt::CoarseTimer, &clock);
+        dispatcher.registerTimer(73, 0, Qt::CoarseTimer, &clock);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired.mid(0, 2), (QVector<int>{71, 73}));
+        QCOMPARE(fired.count(71), 1);
+    }
+
+    void timersMayBeExcluded()
+    {
+        WriterDispatcher dispatcher;
+        int fired = 0;
+        Clock clock([&](int) { ++fired; });
+        dispatcher.registerTimer(71, 0, Qt::CoarseTimer, &clock);
+        QVERIFY(!dispatcher.processEvents(QEventLoop::X11ExcludeTimers));
+        QCOMPARE(fired, 0);
+        QVERIFY(dispatcher.processEvents({}));
+        QCOMPARE(fired, 1);
+    }
+
+    // A shot that comes late does not make all others late.
+    void timesDoNotDrift()
+    {
+        constexpr int kInterval = 20;
+        constexpr int kShots = 10;
+        WriterDispatcher dispatcher;
+        int fired = 0;
+        Clock clock([&](int) {
+            ++fired;
+            QThread::msleep(kInterval / 2);
+        });
+        QElapsedTimer elapsed;
+        elapsed.start();
+        dispatcher.registerTimer(71, kInterval, Qt::PreciseTimer, &clock);
+        const int first = dispatcher.remainingTime(71);
+        while (fired < kShots)
+            dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
+        // The next one is due on the grid of the first, whatever was missed of it.
+        const qint64 due = elapsed.elapsed() + dispatcher.remainingTime(71);
+        const qint64 off = (due - first) % kInterval;
+        QVERIFY2(off <= 2 || off >= kInterval - 2 || due > (kShots + 1) * kInterval + 2,
+                 QByteArray::number(due) + ' ' + QByteArray::number(first));
     }
 
     void knowsItsTimers()

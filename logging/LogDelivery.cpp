@@ -1,0 +1,86 @@
+#include "LogDelivery.h"
+
+#include "LogLine.h"
+#include "Swallow.h"
+
+#include <NeroltOrvaneBase/LoggerWorker.h>
+
+#include <QtCore/QDateTime>
+
+#include <utility>
+
+namespace {
+
+constexpr int kTickMs = 2;
+constexpr int kMostQuietTicks = 10;
+constexpr unsigned int kDroppedCode = 30;
+
+} // namespace
+
+LogDelivery::LogDelivery(LoggerWorker& worker, BatchQueue& queue)
+    : QObject(&worker)
+    , iWorker(worker)
+    , iQueue(queue)
+{
+    worker.installEventFilter(this);
+}
+
+bool LogDelivery::All()
+{
+    const bool any = Until(iQueue.Count());
+    const qint64 dropped = iQueue.TakeDropped();
+    if (dropped == 0)
+        return any;
+    Swallow([this, dropped] {
+        QByteArray line;
+        LogLine::Append(line, QDateTime::currentMSecsSinceEpoch(), kDroppedCode, "Warning",
+                        "LoggerAgent::SendBufferToThread",
+                        QString::number(dropped) + QLatin1String(" lines dropped, too much was waiting for the disk"));
+        iWorker.onLogMessage(line);
+    });
+    return true;
+}
+
+bool LogDelivery::Until(quint64 until)
+{
+    bool any = false;
+    for (LogBatches next = iQueue.Next(until); next.iCount > 0; next = iQueue.Next(until)) {
+        iQueue.Done(iWorker.WriteTogether(next));
+        any = true;
+    }
+    return any;
+}
+
+bool LogDelivery::event(QEvent* event)
+{
+    if (event->type() != BatchQueue::Arrival::kType)
+        return QObject::event(event);
+    Until(static_cast<BatchQueue::Arrival*>(event)->Until());
+    Look();
+    return true;
+}
+
+bool LogDelivery::eventFilter(QObject*, QEvent* event)
+{
+    if (event->type() == QEvent::MetaCall)
+        All();
+    return false;
+}
+
+// Without memory for a timer the next batch wakes the thread again.
+void LogDelivery::Look()
+{
+    iQuietTicks = 0;
+    if (iTimerId == 0)
+        Swallow([this] { iTimerId = startTimer(kTickMs); });
+    while (iTimerId == 0 && !iQueue.Rest())
+        All();
+}
+
+void LogDelivery::timerEvent(QTimerEvent*)
+{
+    if (All())
+        iQuietTicks = 0;
+    else if (++iQuietTicks >= kMostQuietTicks && iQueue.Rest())
+        killTimer(std::exchange(iTimerId, 0));
+}
