@@ -1,10 +1,12 @@
 #include "BatchQueue.h"
 
+#include "WriterDispatcher.h"
+
 #include <QtCore/QByteArray>
-#include <QtCore/QCoreApplication>
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <sys/mman.h>
@@ -57,9 +59,10 @@ struct BatchQueue::Chunk
     }
 };
 
-BatchQueue::BatchQueue(QObject& reader, qint64 capacity)
+BatchQueue::BatchQueue(QObject& reader, WriterDispatcher& events, qint64 capacity)
     : iCapacity(capacity)
     , iReader(&reader)
+    , iEvents(events)
 {
 }
 
@@ -76,14 +79,27 @@ void BatchQueue::Put(const QByteArray& batch, bool atOnce) noexcept
         return;
     if (!Append(batch))
         iDropped += batch.count('\n');
-    if (iReaderLooks && !atOnce)
-        return;
     try {
-        QCoreApplication::postEvent(iReader, new Arrival(iPut));
+        Tell(atOnce || !iReaderLooks);
         iReaderLooks = true;
     } catch (...) {
         // No memory for it: the next one tries again.
     }
+}
+
+void BatchQueue::Tell(bool atOnce)
+{
+    if (!iArrival || iEvents.Posts() != iPosts) {
+        iArrival = nullptr;
+        auto arrival = std::make_unique<Arrival>();
+        iPosts = iEvents.Posts() + 1;
+        Arrival* const posted = arrival.get();
+        WriterDispatcher::PostQuietly(*iReader, arrival.release());
+        iArrival = posted;
+    }
+    iArrival->iUntil = iPut;
+    if (atOnce)
+        iEvents.wakeUp();
 }
 
 bool BatchQueue::Append(const QByteArray& batch)
@@ -120,6 +136,14 @@ quint64 BatchQueue::Count() const
 {
     const std::lock_guard<QMutex> lock(iMutex);
     return iPut;
+}
+
+quint64 BatchQueue::Until(const Arrival& arrival)
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (&arrival == iArrival)
+        iArrival = nullptr;
+    return arrival.iUntil;
 }
 
 LogBatches BatchQueue::Next(quint64 until)

@@ -7,6 +7,7 @@
 
 class QByteArray;
 class QObject;
+class WriterDispatcher;
 
 /// Batches on their way to the logging thread, in the order in which they were put.
 ///
@@ -15,26 +16,27 @@ class QObject;
 class BatchQueue
 {
 public:
-    /// Tells the reader that there is something, up to and with batch number Until().
+    /// Tells the reader that there are batches. It stands among the other events of its thread where the first of them
+    /// was put, and covers those that were put before any other event was posted.
     class Arrival : public QEvent
     {
     public:
         static constexpr Type kType = User;
 
-        explicit Arrival(quint64 until)
+        Arrival()
             : QEvent(kType)
-            , iUntil(until)
         {
         }
-        quint64 Until() const { return iUntil; }
 
     private:
-        const quint64 iUntil;
+        friend class BatchQueue;
+
+        quint64 iUntil = 0;
     };
 
-    /// For the thread of `reader`, which must live until Close. `capacity` is how many bytes the chunks in use may
-    /// have.
-    BatchQueue(QObject& reader, qint64 capacity);
+    /// For `reader`, which must live until Close, in the thread of `events`. `capacity` is how many bytes the chunks in
+    /// use may have.
+    BatchQueue(QObject& reader, WriterDispatcher& events, qint64 capacity);
     ~BatchQueue();
 
     /// Adds a batch. What does not fit, and what comes then until the reader has taken the rest, is dropped and
@@ -49,6 +51,8 @@ public:
 
     /// How many batches have been put.
     quint64 Count() const;
+    /// How many of them this covers. Once it was asked, it covers no more.
+    quint64 Until(const Arrival& arrival);
     /// The next batches that may be written together, none of them beyond number `until`. They stay where they are
     /// until Done.
     LogBatches Next(quint64 until);
@@ -67,6 +71,7 @@ private:
 
     struct Chunk;
 
+    void Tell(bool atOnce);
     bool Append(const QByteArray& batch);
     bool AddChunk(qint64 size);
     Chunk* RemoveFirst();
@@ -75,6 +80,9 @@ private:
     const qint64 iCapacity;
     mutable QMutex iMutex;
     QObject* iReader; ///< null when closed
+    WriterDispatcher& iEvents;
+    Arrival* iArrival = nullptr; ///< the last one, when it covers what comes
+    quint64 iPosts = 0; ///< of events, with that one
     bool iReaderLooks = false;
     quint64 iPut = 0;
     quint64 iTaken = 0;

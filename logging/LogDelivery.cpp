@@ -22,15 +22,20 @@ LogDelivery::LogDelivery(LoggerWorker& worker, BatchQueue& queue)
     , iWorker(worker)
     , iQueue(queue)
 {
-    worker.installEventFilter(this);
 }
 
-bool LogDelivery::All()
+void LogDelivery::All()
 {
-    const bool any = Until(iQueue.Count());
+    Until(iQueue.Count());
+}
+
+void LogDelivery::Until(quint64 until)
+{
+    for (LogBatches next = iQueue.Next(until); next.iCount > 0; next = iQueue.Next(until))
+        iQueue.Done(iWorker.WriteTogether(next));
     const qint64 dropped = iQueue.TakeDropped();
     if (dropped == 0)
-        return any;
+        return;
     Swallow([this, dropped] {
         QByteArray line;
         LogLine::Append(line, QDateTime::currentMSecsSinceEpoch(), kDroppedCode, "Warning",
@@ -38,33 +43,15 @@ bool LogDelivery::All()
                         QString::number(dropped) + QLatin1String(" lines dropped, too much was waiting for the disk"));
         iWorker.onLogMessage(line);
     });
-    return true;
-}
-
-bool LogDelivery::Until(quint64 until)
-{
-    bool any = false;
-    for (LogBatches next = iQueue.Next(until); next.iCount > 0; next = iQueue.Next(until)) {
-        iQueue.Done(iWorker.WriteTogether(next));
-        any = true;
-    }
-    return any;
 }
 
 bool LogDelivery::event(QEvent* event)
 {
     if (event->type() != BatchQueue::Arrival::kType)
         return QObject::event(event);
-    Until(static_cast<BatchQueue::Arrival*>(event)->Until());
+    Until(iQueue.Until(static_cast<BatchQueue::Arrival&>(*event)));
     Look();
     return true;
-}
-
-bool LogDelivery::eventFilter(QObject*, QEvent* event)
-{
-    if (event->type() == QEvent::MetaCall)
-        All();
-    return false;
 }
 
 // Without memory for a timer the next batch wakes the thread again.
@@ -77,10 +64,13 @@ void LogDelivery::Look()
         All();
 }
 
+// The thread has looked by being here.
 void LogDelivery::timerEvent(QTimerEvent*)
 {
-    if (All())
-        iQuietTicks = 0;
-    else if (++iQuietTicks >= kMostQuietTicks && iQueue.Rest())
+    if (++iQuietTicks < kMostQuietTicks)
+        return;
+    if (iQueue.Rest())
         killTimer(std::exchange(iTimerId, 0));
+    else
+        All(); // there was no memory to tell of it
 }

@@ -11,18 +11,17 @@ class LoggerWorker;
 /// While batches come a timer looks for them, so that who logs need not wake the thread for each: that costs several
 /// microseconds. After some quiet ticks it stops, until the next batch wakes the thread.
 ///
-/// Batches and what is posted to the worker come in their order: whatever was put before is written before.
+/// Batches keep their order among the events that are posted to the thread.
 class LogDelivery : public QObject // clazy:exclude=missing-qobject-macro
 {
 public:
     /// A child of the worker, to whose thread it goes with it.
     LogDelivery(LoggerWorker& worker, BatchQueue& queue);
 
-    /// Writes what there is, and a line that tells of what was dropped. False when there is nothing.
-    bool All();
+    /// Writes what there is, and a line that tells of what was dropped.
+    void All();
 
     bool event(QEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:
     void timerEvent(QTimerEvent* event) override;
@@ -30,7 +29,7 @@ protected:
 private:
     Q_DISABLE_COPY(LogDelivery)
 
-    bool Until(quint64 until);
+    void Until(quint64 until);
     void Look();
 
     LoggerWorker& iWorker;

@@ -317,6 +317,9 @@ void LoggerAgent::Connect(LoggingThread& thread)
         this, &LoggerAgent::logMessage, iWorker,
         [this, &queue](const QByteArray& batch) { queue.Put(batch, iResettingLevel || batch.size() <= kBatchBytes); },
         Qt::DirectConnection);
+    // What was put before the stop comes before it, also when there was no memory to tell of it.
+    connect(
+        this, &LoggerAgent::stopWorker, iWorker, [&thread] { thread.Deliver(); }, Qt::BlockingQueuedConnection);
     connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
             Qt::BlockingQueuedConnection);
 }

@@ -24,19 +24,25 @@ qint64 MostWaiting()
     return memory > 0 ? std::min(kMostWaiting, memory / 4) : kMostWaiting;
 }
 
+WriterDispatcher& SetDispatcher(QThread& thread)
+{
+    auto* const dispatcher = new WriterDispatcher;
+    thread.setEventDispatcher(dispatcher); // the thread's from now on
+    return *dispatcher;
+}
+
 } // namespace
 
 LoggingThread::LoggingThread(const QString& path)
     : RegisteredThread(QStringLiteral("logging thread"), nullptr)
     , iWorker(std::make_unique<LoggerWorker>(path))
     , iDelivery(new LogDelivery(*iWorker, iQueue))
-    , iQueue(*iDelivery, MostWaiting())
+    , iQueue(*iDelivery, SetDispatcher(*this), MostWaiting())
 {
     // When the framework gets no memory for what an object needs to receive anything at all, half a connection is left
     // behind in the sender. Not so where the object is its own sender.
     connect(iWorker.get(), &QObject::objectNameChanged, iWorker.get(), [] {});
     iWorker->moveToThread(this);
-    setEventDispatcher(new WriterDispatcher); // the thread's from now on
 }
 
 // A thread that never ran has nobody else to do it.

@@ -1,6 +1,7 @@
 #include "WriterDispatcher.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QTimerEvent>
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 namespace {
 
 constexpr int kForever = -1;
+
+thread_local bool tIsQuiet = false;
 
 int MSecsTo(std::chrono::steady_clock::time_point due)
 {
@@ -45,9 +48,17 @@ bool WriterDispatcher::Wait(int timeoutMs)
     return woken && iIsWoken.exchange(false);
 }
 
+void WriterDispatcher::PostQuietly(QObject& receiver, QEvent* event)
+{
+    tIsQuiet = true;
+    const auto after = qScopeGuard([] { tIsQuiet = false; });
+    QCoreApplication::postEvent(&receiver, event);
+}
+
 void WriterDispatcher::wakeUp()
 {
-    if (!iIsWoken.exchange(true))
+    ++iPosts;
+    if (!tIsQuiet && !iIsWoken.exchange(true))
         iWakeUps.release();
 }
 

@@ -22,6 +22,11 @@ public:
     WriterDispatcher();
     ~WriterDispatcher() override;
 
+    /// As postEvent, but does not wake the thread: it finds the event when it looks the next time.
+    static void PostQuietly(QObject& receiver, QEvent* event);
+    /// How many events have been posted, or others have asked for attention. Any thread may call.
+    quint64 Posts() const { return iPosts; }
+
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override;
     bool hasPendingEvents() override;
     void wakeUp() override;
@@ -56,6 +61,7 @@ private:
     std::vector<Timer>::iterator Find(int timerId);
     std::optional<int> MSecsToTimer() const;
 
+    std::atomic<quint64> iPosts{0};
     std::atomic<bool> iIsWoken{false};
     std::atomic<bool> iIsInterrupted{false};
     QSemaphore iWakeUps;

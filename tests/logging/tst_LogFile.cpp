@@ -1,4 +1,5 @@
 #include "logging/LogFile.h"
+#include "logging/Rotation.h"
 #include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/TestMain.h"
@@ -8,6 +9,8 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
+#include <QtCore/QThread>
+#include <QtCore/QVector>
 #include <QtTest/QtTest>
 
 #include <cerrno>
@@ -18,8 +21,10 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -28,6 +33,7 @@ std::function<void()> gBeforeLock;
 std::function<void()> gAfterRename;
 
 int gLockError = 0;
+QVector<int> gPatience; ///< with which pipes were waited for
 bool gDuplicate = false;
 int gDuplicated = -1;
 
@@ -41,6 +47,41 @@ int OpenDescriptors()
 bool Append(const QString& path, const QByteArray& bytes)
 {
     return LogFile(path).Append(bytes);
+}
+
+// What waits together. Calls until all are done with, and says how many were each time.
+QVector<int> AppendTogether(LogFile& file, const QList<QByteArray>& batches)
+{
+    QByteArray bytes;
+    std::vector<int> sizes;
+    for (const QByteArray& batch : batches) {
+        bytes += batch;
+        sizes.insert(sizes.begin(), batch.size());
+    }
+    QVector<int> done;
+    const char* from = bytes.constData();
+    for (int left = batches.size(); left > 0; left -= done.last()) {
+        done += file.Append({from, &sizes[size_t(left - 1)], left}).iBatches;
+        for (int i = 0; i < done.last(); ++i)
+            from += sizes[size_t(left - 1 - i)];
+    }
+    return done;
+}
+
+// Reads a pipe until its writers are gone, after a while. There must be one by then.
+std::thread SlowReader(const QByteArray& pipe, QByteArray& read)
+{
+    const int reader = ::open(pipe.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    return std::thread([reader, &read] {
+        QThread::msleep(200);
+        ::fcntl(reader, F_SETFL, 0); // waits for more from now on
+        char some[1000];
+        for (ssize_t size = 0; (size = ::read(reader, some, sizeof(some))) > 0;) {
+            read.append(some, int(size));
+            QThread::usleep(50);
+        }
+        ::close(reader);
+    });
 }
 
 QDateTime Now()
@@ -71,6 +112,23 @@ extern "C" Q_DECL_EXPORT int flock(int file, int operation) noexcept
         return -1;
     }
     return int(::syscall(SYS_flock, file, operation));
+}
+
+// As the system declares it, which tells compilers that nothing is read there.
+struct pollfd
+{
+    int iDescriptor;
+    short iEvents;
+    short iFound;
+};
+
+extern "C" Q_DECL_EXPORT int poll(pollfd* files, unsigned long count, int timeoutMs)
+{
+    constexpr short toWrite = 4;
+    if (count == 1 && files->iEvents == toWrite)
+        gPatience += timeoutMs;
+    const timespec timeout = {timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
+    return int(::syscall(SYS_ppoll, files, count, timeoutMs < 0 ? nullptr : &timeout, nullptr, 0));
 }
 
 extern "C" Q_DECL_EXPORT int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
@@ -176,14 +234,171 @@ private Q_SLOTS:
         QCOMPARE(OpenDescriptors(), before);
     }
 
-    void fullPipeDoesNotBlock()
+    // It comes to itself within the time that is waited for it.
+    void slowReaderOfAPipeGetsEverything()
     {
         QCOMPARE(::mkfifo("pipe", 0600), 0);
-        const int reader = ::open("pipe", O_RDONLY | O_NONBLOCK);
+        QList<QByteArray> batches;
+        for (int i = 0; i < 40; ++i)
+            batches += QByteArray(4999 + i, char('a' + i % 26)) + '\n';
+        QByteArray read;
+        std::thread reader = SlowReader("pipe", read);
+        const int keepsItOpen = ::open("pipe", O_WRONLY | O_CLOEXEC);
+        LogFile file(QStringLiteral("pipe"));
+        QCOMPARE(AppendTogether(file, batches), QVector<int>{40});
+        ::close(keepsItOpen);
+        reader.join();
+        QVERIFY(read == batches.join());
+    }
+
+    void readerThatStandsGetsWholeLinesAndIsWaitedForOnce()
+    {
+        constexpr int lines = 3000;
+        QCOMPARE(::mkfifo("pipe", 0600), 0);
+        const int reader = ::open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         QVERIFY(reader >= 0);
-        const QByteArray much(1 << 20, 'x');
-        QVERIFY(Append(QStringLiteral("pipe"), much));
-        ::close(reader);
+        const auto close = qScopeGuard([reader] { ::close(reader); });
+        const QByteArray line = QByteArray(99, 'x') + '\n';
+        const QByteArray much = line.repeated(lines);
+        gPatience.clear();
+        LogFile file(QStringLiteral("pipe"));
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(AppendTogether(file, {much, line}), (QVector<int>{1, 1}));
+        QCOMPARE(gPatience, (QVector<int>{1000, 0, 0, 0, 0, 0}));
+        QByteArray read(2 * much.size(), Qt::Uninitialized);
+        read.truncate(int(::read(reader, read.data(), size_t(read.size()))));
+        QVERIFY2(read.size() > 0 && read.size() < much.size(), QByteArray::number(read.size()));
+        QVERIFY(read == line.repeated(read.size() / line.size()));
+        // It reads again, and so it is waited for again.
+        gPatience.clear();
+        QCOMPARE(AppendTogether(file, {line}), QVector<int>{1});
+        QCOMPARE(AppendTogether(file, {much}), QVector<int>{1});
+        QCOMPARE(gPatience, QVector<int>{1000});
+    }
+
+    void lineLongerThanAPipeTakesAtOnce()
+    {
+        QCOMPARE(::mkfifo("pipe", 0600), 0);
+        QByteArray read;
+        std::thread reader = SlowReader("pipe", read);
+        const int keepsItOpen = ::open("pipe", O_WRONLY | O_CLOEXEC);
+        const QByteArray lines = "short\n" + QByteArray(200000, 'x') + "\nshort\nno end";
+        QVERIFY(Append(QStringLiteral("pipe"), lines));
+        ::close(keepsItOpen);
+        reader.join();
+        QVERIFY(read == lines);
+    }
+
+    // Another process that has a lease on the file is asked for it, and takes its time.
+    void leaseIsWaitedFor_data()
+    {
+        QTest::addColumn<int>("lease");
+        QTest::newRow("for reading") << F_RDLCK;
+        QTest::newRow("for writing") << F_WRLCK;
+    }
+    void leaseIsWaitedFor()
+    {
+        QFETCH(int, lease);
+        QVERIFY(Append(QStringLiteral("a.log"), "one\n"));
+        const auto before = std::signal(SIGIO, SIG_IGN);
+        const auto restore = qScopeGuard([before] { std::signal(SIGIO, before); });
+        const int holder = ::open("a.log", (lease == F_RDLCK ? O_RDONLY : O_RDWR) | O_CLOEXEC);
+        if (::fcntl(holder, F_SETLEASE, lease) != 0) {
+            ::close(holder);
+            QSKIP("no leases on this file system");
+        }
+        std::thread gives([holder] {
+            QThread::msleep(100);
+            ::fcntl(holder, F_SETLEASE, F_UNLCK);
+        });
+        QVERIFY(Append(QStringLiteral("a.log"), "two\n"));
+        gives.join();
+        ::close(holder);
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\ntwo\n"));
+    }
+
+    void togetherUpToTheBatchThatMakesTheFileTooLarge_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<QVector<int>>("done");
+        QTest::newRow("all fit") << 60 << QVector<int>{6};
+        QTest::newRow("the last one crosses") << 59 << QVector<int>{6};
+        QTest::newRow("up to the limit is not beyond it") << 50 << QVector<int>{6};
+        QTest::newRow("the fourth crosses") << 39 << QVector<int>{4, 2};
+        QTest::newRow("the fourth is the first beyond") << 30 << QVector<int>{4, 2};
+        QTest::newRow("the first crosses") << 9 << QVector<int>{1, 5};
+        QTest::newRow("nothing fits") << 0 << QVector<int>{1, 5};
+    }
+    void togetherUpToTheBatchThatMakesTheFileTooLarge()
+    {
+        QFETCH(int, room);
+        QFETCH(QVector<int>, done);
+        ForgedClock::Freeze(Now());
+        const qint64 before = Rotation::kMaxBytes - room;
+        QVERIFY(Append(QStringLiteral("a.log"), QByteArray()));
+        QVERIFY(QFile::resize(QStringLiteral("a.log"), before));
+        QList<QByteArray> batches;
+        for (int i = 0; i < 6; ++i)
+            batches += QByteArray::number(i) + "23456789\n"; // ten bytes
+        LogFile file(QStringLiteral("a.log"));
+        QCOMPARE(AppendTogether(file, batches), done);
+        const QString rotated = QStringLiteral("a-2024-03-05_14-07-09.log");
+        const bool isRotated = 60 > room;
+        QCOMPARE(QFile::exists(rotated), isRotated);
+        const QByteArray header = "2024-03-05 14:07:09.042continued from " + rotated.toUtf8() + '\n';
+        QFile old(isRotated ? rotated : QStringLiteral("a.log"));
+        QVERIFY(old.open(QIODevice::ReadOnly) && old.seek(before));
+        QCOMPARE(old.readAll(), batches.mid(0, done.first()).join());
+        if (isRotated)
+            QCOMPARE(LogText::Read(QStringLiteral("a.log")), header + batches.mid(done.first()).join());
+    }
+
+    void togetherInAFileThatIsTooOld()
+    {
+        MakeOldFile(QStringLiteral("a.log"));
+        ForgedClock::Freeze(Now());
+        LogFile file(QStringLiteral("a.log"));
+        QCOMPARE(AppendTogether(file, {"one\n", "two\n", "three\n"}), (QVector<int>{1, 2}));
+        QCOMPARE(LogText::Read(QStringLiteral("a-2024-03-05_14-07-09.log")), QByteArray("old\none\n"));
+        QVERIFY(LogText::Read(QStringLiteral("a.log")).endsWith(".log\ntwo\nthree\n"));
+    }
+
+    void togetherWithoutAFolder()
+    {
+        LogFile file(QStringLiteral("missing/a.log"));
+        QCOMPARE(AppendTogether(file, {"one\n", "two\n"}), (QVector<int>{1, 1}));
+    }
+
+    // Of the batch that does not fit whole lines are kept, and the next one is tried.
+    void togetherOnAFullDisk_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<QVector<int>>("done");
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("nothing") << 0 << QVector<int>{1, 1, 1} << QByteArray();
+        QTest::newRow("half a line") << 2 << QVector<int>{1, 1, 1} << QByteArray();
+        QTest::newRow("half a batch") << 5 << QVector<int>{1, 1, 1} << QByteArray("1a\n");
+        QTest::newRow("one batch") << 6 << QVector<int>{2, 1} << QByteArray("1a\n1b\n");
+        QTest::newRow("a line more") << 10 << QVector<int>{2, 1} << QByteArray("1a\n1b\n2a\n");
+        QTest::newRow("all but a byte") << 17 << QVector<int>{3} << QByteArray("1a\n1b\n2a\n2b\n3a\n");
+        QTest::newRow("all") << 18 << QVector<int>{3} << QByteArray("1a\n1b\n2a\n2b\n3a\n3b\n");
+    }
+    void togetherOnAFullDisk()
+    {
+        QFETCH(int, room);
+        QFETCH(QVector<int>, done);
+        QFETCH(QByteArray, text);
+        const auto signal = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit before = {};
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limit = {rlim_t(room), before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        LogFile file(QStringLiteral("a.log"));
+        const QVector<int> found = AppendTogether(file, {"1a\n1b\n", "2a\n2b\n", "3a\n3b\n"});
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, signal);
+        QCOMPARE(found, done);
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), text);
     }
 
     void rotation()

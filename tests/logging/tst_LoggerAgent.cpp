@@ -11,6 +11,7 @@
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QPointer>
 #include <QtCore/QSemaphore>
@@ -18,6 +19,7 @@
 #include <QtTest/QtTest>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
@@ -70,6 +72,11 @@ public:
     Q_DISABLE_COPY(Batches)
 
     QList<QByteArray> iBatches;
+};
+
+// Where events go. The thread sanitizer is told of those for classes of ours, not of those for the framework's own.
+class PostedThere : public QObject
+{
 };
 
 class Reporter : public IErrorReporter
@@ -617,6 +624,142 @@ private Q_SLOTS:
         agent.StopLogging();
         QCOMPARE(receivers(SIGNAL(logMessage(QByteArray))), 0);
         QCOMPARE(receivers(SIGNAL(stopWorker(QByteArray))), 0);
+    }
+
+    // Whether the thread was at rest or looked for batches anyway, and whatever the size of these.
+    void batchesKeepTheirOrderAmongPostedEvents_data()
+    {
+        QTest::addColumn<bool>("looks");
+        QTest::addColumn<int>("size");
+        QTest::newRow("at rest") << false << 5001;
+        QTest::newRow("at rest, at once") << false << 10;
+        QTest::newRow("looking") << true << 5001;
+        QTest::newRow("looking, at once") << true << 10;
+    }
+    void batchesKeepTheirOrderAmongPostedEvents()
+    {
+        QFETCH(bool, looks);
+        QFETCH(int, size);
+        const QString path = QStringLiteral("app.log");
+        LoggerAgent agent(0, nullptr);
+        agent.SetLoggerFileName(path);
+        PostedThere there;
+        there.moveToThread(agent.*LoggerAgent_iThread());
+        const QByteArray batch = QByteArray(size - 1, 'x') + '\n';
+        const auto put = [&] { Q_EMIT agent.logMessage(batch); };
+        if (looks)
+            put();
+        const qint64 before = looks ? size : 0;
+        QTRY_COMPARE(QFileInfo(path).size(), before);
+        QSemaphore held;
+        QSemaphore go;
+        QVector<qint64> seen;
+        const auto post = [&](const std::function<void()>& call) { QMetaObject::invokeMethod(&there, call); };
+        const auto look = [&] { seen += QFileInfo(path).size() - before; };
+        post([&] {
+            held.release();
+            go.acquire();
+        });
+        held.acquire();
+        post(look);
+        put();
+        put();
+        post(look);
+        post(look);
+        put();
+        post(look);
+        put();
+        post([&] { there.moveToThread(nullptr); });
+        go.release();
+        agent.StopLogging();
+        QCOMPARE(seen, (QVector<qint64>{0, 2 * size, 2 * size, 3 * size}));
+        QCOMPARE(QFileInfo(path).size(), before + 4 * size);
+    }
+
+    // Its memory stays in the caches of who logs.
+    void bufferIsUsedAgain()
+    {
+        LoggerAgent agent(kAll, nullptr);
+        FillTo(agent, 5001);
+        agent.DoLog(1, "F", "Debug", QString());
+        const char* const memory = BufferOf(agent).constData();
+        for (int i = 0; i < 10; ++i) {
+            FillTo(agent, 5001);
+            agent.DoLog(1, "F", "Debug", QString());
+            QCOMPARE(static_cast<const void*>(BufferOf(agent).constData()), static_cast<const void*>(memory));
+        }
+    }
+
+    void bufferIsNotSharedWithAListener()
+    {
+        LoggerAgent agent(kAll, nullptr);
+        const Batches heard(agent);
+        FillTo(agent, 5001);
+        const QByteArray first = heard.iBatches.value(0);
+        const QByteArray copy(first.constData(), first.size());
+        FillTo(agent, 5001);
+        QCOMPARE(heard.iBatches.size(), 2);
+        QCOMPARE(first, copy);
+    }
+
+    void bufferOfALongLineIsLetGo()
+    {
+        LoggerAgent agent(kAll, nullptr);
+        agent.DoLog(1, "F", "Debug", QString(1 << 20, QLatin1Char('x')));
+        agent.DoLog(1, "F", "Debug", QString());
+        QVERIFY(BufferOf(agent).capacity() < 10000);
+    }
+
+    void linesOfAListenerStay()
+    {
+        LoggerAgent agent(kAll, nullptr);
+        int heard = 0;
+        connect(&agent, &LoggerAgent::logMessage, [&] {
+            if (heard++ == 0)
+                agent.DoLog(1, "Listener", "Debug", QString());
+        });
+        FillTo(agent, 5001);
+        QCOMPARE(BufferOf(agent), kStamp + "|1|Debug|Listener|\n");
+    }
+
+    // Its thread is the host's main one.
+    void timerWaitsOnlyForLinesToHandOver_data()
+    {
+        QTest::addColumn<bool>("hasLines");
+        QTest::addColumn<qint64>("quietSecs");
+        QTest::addColumn<bool>("waits");
+        QTest::newRow("nothing in the buffer") << false << qint64(100) << false;
+        QTest::newRow("lines of just now") << true << qint64(30) << false;
+        QTest::newRow("lines of long ago") << true << qint64(31) << true;
+    }
+    void timerWaitsOnlyForLinesToHandOver()
+    {
+        QFETCH(bool, hasLines);
+        QFETCH(qint64, quietSecs);
+        QFETCH(bool, waits);
+        LoggerAgent agent(kAll, nullptr);
+        agent.SetLoggerFileName(QStringLiteral("app.log"));
+        agent.DoLog(1, "F", "Debug", QString());
+        if (!hasLines)
+            agent.SendBufferToThread();
+        ForgedClock::Advance(quietSecs * 1000);
+        const Batches heard(agent);
+        QSemaphore held;
+        QSemaphore ticked;
+        std::thread holder([&] {
+            const QMutexLocker lock(&(agent.*LoggerAgent_iMutex()));
+            held.release();
+            ticked.tryAcquire(1, waits ? 200 : -1); // the timer waits for a second
+        });
+        held.acquire();
+        QElapsedTimer elapsed;
+        elapsed.start();
+        Tick(agent);
+        QVERIFY(waits || elapsed.elapsed() < 1000);
+        ticked.release();
+        holder.join();
+        QCOMPARE(heard.iBatches.size(), waits ? 1 : 0);
+        agent.StopLogging();
     }
 
     void stopWhileStoppedDoesNothing()
