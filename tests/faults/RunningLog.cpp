@@ -10,6 +10,7 @@
 #include <QtCore/QSemaphore>
 
 #include <atomic>
+#include <memory>
 #include <unistd.h>
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
@@ -37,18 +38,19 @@ void RunningLog::HandOver()
 
 void RunningLog::WhileTheWriterStandsStill(const std::function<void()>& call)
 {
-    QSemaphore stands;
-    QSemaphore end;
+    const auto stands = std::make_shared<QSemaphore>();
+    const auto end = std::make_shared<QSemaphore>();
     LoggerWorker* const worker = Agent()->*LoggerAgent_iWorker();
-    const auto stand = [&] {
-        stands.release();
-        end.acquire();
+    const auto stand = [stands, end] {
+        stands->release();
+        end->acquire();
     };
     QMetaObject::invokeMethod(worker, stand, Qt::QueuedConnection);
-    stands.acquire();
+    stands->acquire();
     call();
-    end.release();
-    HandOver(); // the semaphores are of use until then
+    end->release();
+    if (Agent()) // not stopped by the call
+        HandOver();
 }
 
 qint64 RunningLog::ResidentKiB()

@@ -1,3 +1,4 @@
+#include "faults/RunningLog.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
 #include "support/TestMain.h"
@@ -341,6 +342,28 @@ const Scenario reporterIsSlow("reporterIsSlow", [](const QStringList&) {
     return 0;
 });
 
+// A disk that stands still holds up the change of the log's file, or its stop, and not those who make threads meanwhile.
+const Scenario diskStands("diskStands", [](const QStringList& arguments) {
+    Logger::SetLoggerFileName(kLog, false);
+    std::thread waits;
+    RunningLog::WhileTheWriterStandsStill([&] {
+        waits = std::thread([&arguments] {
+            if (arguments.value(0) == QLatin1String("change"))
+                Logger::SetLoggerFileName(QStringLiteral("b.log"), true);
+            else
+                Logger::StopLogging();
+        });
+        QMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
+        while (mutex.tryLock()) {
+            mutex.unlock();
+            QThread::yieldCurrentThread();
+        }
+        const RegisteredThread thread(nullptr, QStringLiteral("worker"));
+    });
+    waits.join();
+    return 0;
+});
+
 class StoppingReporter : public IErrorReporter
 {
 public:
@@ -444,6 +467,19 @@ private Q_SLOTS:
     void threadsAreMadeWhileTheLogIsLocked()
     {
         const auto result = TestSupport::RunScenario("reporterIsSlow");
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+    }
+
+    void threadsAreMadeWhileTheDiskStands_data()
+    {
+        QTest::addColumn<QString>("what");
+        QTest::newRow("change of files") << QStringLiteral("change");
+        QTest::newRow("stop") << QStringLiteral("stop");
+    }
+    void threadsAreMadeWhileTheDiskStands()
+    {
+        QFETCH(QString, what);
+        const auto result = TestSupport::RunScenario("diskStands", {what});
         QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 
