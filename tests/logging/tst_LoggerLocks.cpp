@@ -342,7 +342,8 @@ const Scenario reporterIsSlow("reporterIsSlow", [](const QStringList&) {
     return 0;
 });
 
-// A disk that stands still holds up the change of the log's file, or its stop, and not those who make threads meanwhile.
+// A disk that stands still holds up the change of the log's file, or its stop, and not those who make threads
+// meanwhile.
 const Scenario diskStands("diskStands", [](const QStringList& arguments) {
     Logger::SetLoggerFileName(kLog, false);
     std::thread waits;
