@@ -17,7 +17,7 @@
 namespace {
 
 // Empty, and so the name of no file, where the system would take a part of it for the name.
-QByteArray Encoded(const QString& path)
+QByteArray NameFor(const QString& path)
 {
     return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
 }
@@ -27,7 +27,7 @@ QByteArray Encoded(const QString& path)
 LogFile::LogFile(const QString& path, QObject* parent)
     : QObject(parent)
     , iPath(path)
-    , iName(Encoded(path))
+    , iName(NameFor(path))
 {
 }
 

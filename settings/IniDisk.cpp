@@ -29,14 +29,14 @@ constexpr int kTries = 8; ///< of what failed for once
 constexpr int kUniqueSize = 6; ///< of the framework's temporary files
 constexpr mode_t kAllModes = 07777;
 
-class Descriptor
+class OpenFile
 {
 public:
-    explicit Descriptor(int file)
+    explicit OpenFile(int file)
         : iFile(file)
     {
     }
-    ~Descriptor()
+    ~OpenFile()
     {
         if (iFile >= 0)
             ::close(iFile);
@@ -44,7 +44,7 @@ public:
     int Number() const { return iFile; }
 
 private:
-    Q_DISABLE_COPY(Descriptor)
+    Q_DISABLE_COPY(OpenFile)
 
     const int iFile;
 };
@@ -95,7 +95,7 @@ bool WriteNew(const QString& path, const QByteArray& bytes, const QString& like)
 {
     struct stat status = {};
     const bool hasLike = ::stat(Encoded(like).constData(), &status) == 0;
-    const Descriptor file(
+    const OpenFile file(
         ::open(Encoded(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, hasLike ? 0600 : 0666));
     if (file.Number() < 0)
         return false;
@@ -160,7 +160,7 @@ bool Content::Read(const QString& path)
 bool Content::ReadOnce(const QByteArray& encodedPath)
 {
     Clear();
-    const Descriptor file(::open(encodedPath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const OpenFile file(::open(encodedPath.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     if (file.Number() < 0)
         return errno == ENOENT;

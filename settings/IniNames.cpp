@@ -4,11 +4,11 @@
 #include <cstring>
 #include <tuple>
 
+using IniNames::kSeparator;
 using IniNames::Name;
 
 namespace {
 
-constexpr QLatin1Char kSeparator('/');
 constexpr QLatin1Char kEscape('%');
 
 struct Bytes

@@ -8,6 +8,9 @@
 /// The names of keys in INI texts that the framework has written: one in a line, sorted.
 namespace IniNames {
 
+/// Between the name of a section and that of a key.
+constexpr QLatin1Char kSeparator('/');
+
 struct Name
 {
     QString iSection;

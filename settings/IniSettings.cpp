@@ -22,10 +22,10 @@ using IniDisk::Replace;
 using IniDisk::State;
 using IniDisk::StateOf;
 using IniDisk::TargetOf;
+using IniNames::kSeparator;
 
 namespace {
 
-constexpr QLatin1Char kSeparator('/');
 constexpr int kLockMSecs = 2000;
 
 /// Objects with changes that are not in their files. The framework shares changes between objects on one file, and
@@ -224,11 +224,11 @@ void IniSettings::Apply()
 
 bool IniSettings::Save()
 {
-    constexpr int kTries = 4;
+    constexpr int kRounds = 4;
     const FolderLock lock(TargetOf(iPath));
     if (!std::exchange(iHasTidied, true))
         RemoveLeftovers(TargetOf(iPath));
-    for (int i = 0; i < kTries; ++i) {
+    for (int i = 0; i < kRounds; ++i) {
         if (iIsForgotten && IsReadable())
             Apply();
         if (TrySave()) {

@@ -1,3 +1,4 @@
+#include "IniNames.h"
 #include "IniSettings.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
@@ -12,12 +13,12 @@
 #include <typeinfo>
 #include <utility>
 
+using IniNames::kSeparator;
+
 namespace {
 
-constexpr QLatin1Char kSeparator('/');
-
 /// The keys of a group are neighbours in the framework's sorted list of all keys.
-struct Group
+struct GroupRange
 {
     QString iName;
     int iFirst = 0;
@@ -26,9 +27,9 @@ struct Group
 
 /// The named groups in the order of QSettings::childGroups. That function and childKeys build and sort a list for every
 /// question, which takes as long as all the rest of reading.
-QVector<Group> GroupsOf(const QStringList& keys)
+QVector<GroupRange> GroupsOf(const QStringList& keys)
 {
-    QVector<Group> groups;
+    QVector<GroupRange> groups;
     for (int i = 0; i < keys.size(); ++i) {
         const int length = keys.at(i).indexOf(kSeparator);
         if (length < 0)
@@ -38,7 +39,7 @@ QVector<Group> GroupsOf(const QStringList& keys)
             groups.append({name.toString(), i, i});
         groups.last().iEnd = i + 1;
     }
-    std::sort(groups.begin(), groups.end(), [](const Group& a, const Group& b) { return a.iName < b.iName; });
+    std::sort(groups.begin(), groups.end(), [](const GroupRange& a, const GroupRange& b) { return a.iName < b.iName; });
     return groups;
 }
 
@@ -113,8 +114,8 @@ bool SettingsIniFile::ReadFile(const QString& path)
     ReadableIni readable(path);
     const QSettings& file = readable.Settings();
     QStringList keys = file.allKeys();
-    const QVector<Group> groups = GroupsOf(keys);
-    for (const Group& group : groups) {
+    const QVector<GroupRange> groups = GroupsOf(keys);
+    for (const GroupRange& group : groups) {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
         if (group.iName.isEmpty())

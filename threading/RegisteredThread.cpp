@@ -7,14 +7,14 @@
 namespace {
 
 // While it lives the calling thread is not terminated: nothing is unwound through functions that throw nothing.
-class NotCancelled
+class CancellationPause
 {
 public:
-    NotCancelled() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &iBefore); }
-    ~NotCancelled() { ::pthread_setcancelstate(iBefore, nullptr); }
+    CancellationPause() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &iBefore); }
+    ~CancellationPause() { ::pthread_setcancelstate(iBefore, nullptr); }
 
 private:
-    Q_DISABLE_COPY(NotCancelled)
+    Q_DISABLE_COPY(CancellationPause)
 
     int iBefore = 0;
 };
@@ -93,7 +93,7 @@ RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcep
 
 RegisteredThread::~RegisteredThread() noexcept
 {
-    const NotCancelled moment;
+    const CancellationPause moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         if (isRunning() && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning)) {
@@ -114,7 +114,7 @@ const QString& RegisteredThread::Name() const noexcept
 
 void RegisteredThread::LogThreads() noexcept
 {
-    const NotCancelled moment;
+    const CancellationPause moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         const QList<RegisteredThread*> threads = iThreads;
@@ -131,7 +131,7 @@ void RegisteredThread::LogThreads() noexcept
 
 void RegisteredThread::SetInterrupted() noexcept
 {
-    const NotCancelled moment;
+    const CancellationPause moment;
     try {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug)) {
             const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";

@@ -9,7 +9,7 @@
 namespace {
 
 // Volumes that claim to have no end have as much as can be told.
-qint64 Bytes(quint64 blocks, quint64 blockSize)
+qint64 BytesIn(quint64 blocks, quint64 blockSize)
 {
     constexpr auto most = quint64(std::numeric_limits<qint64>::max());
     return blockSize != 0 && blocks > most / blockSize ? qint64(most) : qint64(blocks * blockSize);
@@ -27,5 +27,5 @@ qint64 DiskSpace::GetFreeDiskSpace(const QString& path)
     do
         status = ::statvfs(native.constData(), &volume);
     while (status != 0 && errno == EINTR);
-    return status == 0 ? Bytes(volume.f_bfree, volume.f_frsize) : -1;
+    return status == 0 ? BytesIn(volume.f_bfree, volume.f_frsize) : -1;
 }

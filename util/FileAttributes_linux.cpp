@@ -4,13 +4,13 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
+using FileAttributes::kModeBits;
 using FileAttributes::Result;
 
 namespace {
 
-constexpr mode_t kModeBits = 07777;
 constexpr int kLongestText = 63;
-constexpr int kTries = 100; // of threads that open and close the mode of one file
+constexpr int kAttempts = 100; // of threads that open and close the mode of one file
 
 // Gives the owner a permission that the mode denies him, for the life of the object.
 class PermissionForAMoment
@@ -67,7 +67,7 @@ Result Attempt(const QByteArray& path, mode_t permission, const Call& call)
 {
     const auto isDenied = [](Result result) { return result == Result::Failed && errno == EACCES; };
     Result result = ResultOf(call());
-    for (int i = 0; i < kTries && isDenied(result); ++i) {
+    for (int i = 0; i < kAttempts && isDenied(result); ++i) {
         const PermissionForAMoment moment(path, permission);
         if (!moment.IsThere())
             return Result::Failed;

@@ -2,12 +2,17 @@
 
 #include <QtCore/QByteArray>
 
+#include <sys/types.h>
+
 /// Short texts that are kept with a file, as extended attributes in the user's namespace. Paths are native and not
 /// empty names; links are followed.
 ///
 /// Reading an attribute wants the file's read permission and writing its write permission. An owner to whom the mode
 /// denies it has it for the moment of the call.
 namespace FileAttributes {
+
+/// What chmod can change of a file's mode.
+constexpr mode_t kModeBits = 07777;
 
 enum class Result {
     Done,

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using FileAttributes::kModeBits;
 using FileAttributes::Result;
 
 namespace {
@@ -15,7 +16,6 @@ namespace {
 // Holds, in octal, the write bits that locking took.
 constexpr const char* kTakenBits = "user.NeroltOrvaneBase.locked";
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
-constexpr mode_t kModeBits = 07777;
 
 bool SetImmutable(const QByteArray& path, bool immutable)
 {

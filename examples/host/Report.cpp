@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kPatienceMs = 60000; // four display tools may take ten seconds each
+constexpr int kReportPatienceMs = 60000; // four display tools may take ten seconds each
 constexpr int kQuietMs = 300;
 
 bool HasTool()
@@ -92,7 +92,7 @@ Report MakeReport()
     collection.Start();
     Report report;
     report.iIsMade = true;
-    report.iIsComplete = Wait::Until([&] { return collection.IsComplete(); }, QDeadlineTimer(kPatienceMs));
+    report.iIsComplete = Wait::Until([&] { return collection.IsComplete(); }, QDeadlineTimer(kReportPatienceMs));
     report.iDisplays = SystemConfig::GetQMacSystemProfilertData().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     report.iFramework = SystemConfig::GetQtDialogData().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
     SystemConfig::RemoveShFiles();
