@@ -100,8 +100,6 @@ else()
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS})
   # Calls within the library stay there, as with the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
-  # Its thread and its handlers of a copied process would outlive the code when a module that brought it is unloaded.
-  target_link_options(NeroltOrvaneBase PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,nodelete)
 endif()
 
 target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
