@@ -15,6 +15,9 @@ add_custom_command(OUTPUT ${docs_dir}/stamp
   VERBATIM)
 add_custom_target(docs DEPENDS ${docs_dir}/stamp)
 
+if(NOT NEROLT_INSTALL)
+  return()
+endif()
 # Only who asks for this component waits for it to be written.
 install(CODE "execute_process(COMMAND \"${CMAKE_COMMAND}\" --build \"${CMAKE_CURRENT_BINARY_DIR}\" --target docs
   COMMAND_ERROR_IS_FATAL ANY)" COMPONENT Documentation EXCLUDE_FROM_ALL)

@@ -32,4 +32,9 @@ function(nerolt_link_shared target major)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 endfunction()
 
-nerolt_link_shared(NeroltOrvaneBase ${PROJECT_VERSION_MAJOR})
+if(library_type STREQUAL STATIC)
+  # So must a module that contains it.
+  target_link_options(NeroltOrvaneBase INTERFACE ${stay_loaded})
+else()
+  nerolt_link_shared(NeroltOrvaneBase ${PROJECT_VERSION_MAJOR})
+endif()

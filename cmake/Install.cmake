@@ -3,10 +3,25 @@ include(CMakePackageConfigHelpers)
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/NeroltOrvaneBase)
 
 install(TARGETS NeroltOrvaneBase EXPORT NeroltOrvaneBaseTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
 install(FILES ${public_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase COMPONENT Development)
+install(FILES ${short_headers} DESTINATION ${short_names_dir} COMPONENT Development)
 install(EXPORT NeroltOrvaneBaseTargets NAMESPACE NeroltOrvaneBase:: DESTINATION ${config_dir} COMPONENT Development)
 
+# Programs that link a static library also link what it needs.
+set(dependencies "find_dependency(Qt5 5.15 COMPONENTS Core)")
+set(pkgconfig_cflags "")
+set(pkgconfig_libs "")
+if(library_type STREQUAL STATIC)
+  set(pkgconfig_cflags " -DNEROLTORVANEBASE_STATIC")
+  if(APPLE)
+    set(pkgconfig_libs " -framework CoreFoundation -framework CoreServices -framework Foundation")
+  else()
+    string(APPEND dependencies "\nfind_dependency(Threads)")
+    set(pkgconfig_libs " -ldl -pthread -Wl,-z,nodelete")
+  endif()
+endif()
 configure_package_config_file(cmake/NeroltOrvaneBaseConfig.cmake.in NeroltOrvaneBaseConfig.cmake
   INSTALL_DESTINATION ${config_dir})
 write_basic_package_version_file(NeroltOrvaneBaseConfigVersion.cmake COMPATIBILITY SameMajorVersion)

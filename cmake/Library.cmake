@@ -1,6 +1,4 @@
-set(public_headers
-  Export.h
-  # One header for each class ...
+set(class_headers
   DiskSpace.h
   FileInfoMac.h
   FileUtilities.h
@@ -21,17 +19,27 @@ set(public_headers
   SingletonHook.h
   StackTrace.h
   SystemConfig.h
-  UrlQueryManager.h
-  # ... and one for each family.
-  Logging.h
-  Settings.h
-  System.h
-  Threading.h
-  Util.h)
-set(NEROLT_PUBLIC_HEADERS ${public_headers})
+  UrlQueryManager.h)
+set(family_headers Logging.h Settings.h System.h Threading.h Util.h)
+set(public_headers Export.h ${class_headers} ${family_headers})
 list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 
-add_library(NeroltOrvaneBase SHARED
+# The headers of the classes have short names, too: <Logger.h>. The folder that users search for those holds nothing else:
+# <Settings.h> is a host's own, and <util.h> is the system's, also on a volume that ignores case.
+set(short_names ${CMAKE_CURRENT_BINARY_DIR}/short_names)
+set(short_names_dir ${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase/short_names)
+foreach(header IN LISTS class_headers)
+  file(CONFIGURE OUTPUT ${short_names}/${header}
+    CONTENT "#pragma once\n\n#include <NeroltOrvaneBase/${header}>\n")
+endforeach()
+list(TRANSFORM class_headers PREPEND ${short_names}/ OUTPUT_VARIABLE short_headers)
+
+# Shared by default, in other projects too: modules of a process that each contain the library have a log each.
+set(library_type SHARED)
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+  set(library_type STATIC)
+endif()
+add_library(NeroltOrvaneBase ${library_type}
   ${public_headers}
   logging/BatchQueue.cpp
   logging/LogDelivery.cpp
@@ -97,7 +105,8 @@ else()
     util/FileInfoMac_linux.cpp
     util/FileLock_linux.cpp
     util/OsRelease.cpp)
-  target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS})
+  find_package(Threads REQUIRED)
+  target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS} Threads::Threads)
   # Calls within the library stay there, as with the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
 endif()
@@ -106,15 +115,19 @@ target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
 target_compile_definitions(NeroltOrvaneBase PRIVATE QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
 target_include_directories(NeroltOrvaneBase PUBLIC
   $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
-  $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include/NeroltOrvaneBase>
+  $<BUILD_INTERFACE:${short_names}>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase>)
+  $<INSTALL_INTERFACE:${short_names_dir}>)
 target_link_libraries(NeroltOrvaneBase PUBLIC Qt5::Core)
 set_target_properties(NeroltOrvaneBase PROPERTIES
   CXX_EXTENSIONS OFF
   CXX_VISIBILITY_PRESET hidden
+  POSITION_INDEPENDENT_CODE ON
   OBJCXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR})
+if(library_type STREQUAL STATIC)
+  target_compile_definitions(NeroltOrvaneBase PUBLIC NEROLTORVANEBASE_STATIC)
+endif()
 nerolt_set_warnings(NeroltOrvaneBase)

@@ -1,6 +1,5 @@
-// An outside program. Every family comes by both of its names, and so does one class.
+// An outside program that has headers called like two of the families. A class comes by both of its names.
 #include <Logger.h>
-#include <Logging.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/Logging.h>
 #include <NeroltOrvaneBase/Settings.h>
@@ -8,8 +7,6 @@
 #include <NeroltOrvaneBase/Threading.h>
 #include <NeroltOrvaneBase/Util.h>
 #include <Settings.h>
-#include <System.h>
-#include <Threading.h>
 #include <Util.h>
 
 #include <QtCore/QCoreApplication>
@@ -17,6 +14,8 @@
 #include <QtCore/QFile>
 
 #include <cstdio>
+
+static_assert(kHasOwnSettings && kHasOwnUtil);
 
 namespace {
 

@@ -1,0 +1,3 @@
+#pragma once
+
+constexpr bool kHasOwnSettings = true;
