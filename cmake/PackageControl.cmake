@@ -23,7 +23,8 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
   string(STRIP "${control}" control)
   file(WRITE ${tree}/DEBIAN/control "${control}\nMulti-Arch: same\n")
   file(GLOB_RECURSE library ${tree}/usr/*.so.${CPACK_PACKAGE_VERSION})
-  run(dpkg-gensymbols -q -c4 -p${name} -v${version} -e${library}
+  string(REGEX MATCH "\nArchitecture: ([^\n]+)" found "\n${control}")
+  run(dpkg-gensymbols -q -c4 -a${CMAKE_MATCH_1} -p${name} -v${version} -e${library}
     -I${CMAKE_CURRENT_LIST_DIR}/debian/symbols -O${tree}/DEBIAN/symbols)
   run(chmod 644 ${tree}/DEBIAN/triggers ${tree}/DEBIAN/shlibs ${tree}/DEBIAN/symbols)
   run(dpkg-deb --root-owner-group -b ${tree} ${package})

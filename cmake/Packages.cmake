@@ -1,5 +1,7 @@
 # Debian packages, made by cpack. Configure with -D CMAKE_INSTALL_PREFIX=/usr, so that the library's folder is Debian's, with
-# -D CMAKE_BUILD_TYPE=RelWithDebInfo for the debug symbols, and with the flags that dpkg-buildflags gives.
+# -D CMAKE_BUILD_TYPE=RelWithDebInfo for the debug symbols, and with the flags that dpkg-buildflags gives with
+# DEB_BUILD_MAINT_OPTIONS=hardening=+all. A cross build also takes -D CMAKE_INSTALL_LIBDIR=lib/<triplet>, which CMake does not
+# choose by itself, and needs the other architecture's Qt installed for the packages' dependencies.
 if(APPLE)
   return()
 endif()
@@ -12,6 +14,13 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/PackageFiles.cmake)
 set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/PackageControl.cmake)
+# The machine's own tools understand no library for another processor, and by itself CPack names that of the machine.
+set(CPACK_NEROLT_OBJCOPY ${CMAKE_OBJCOPY})
+set(CPACK_NEROLT_STRIP ${CMAKE_STRIP})
+if(CMAKE_CROSSCOMPILING AND CMAKE_LIBRARY_ARCHITECTURE)
+  execute_process(COMMAND dpkg-architecture -f -t ${CMAKE_LIBRARY_ARCHITECTURE} -q DEB_HOST_ARCH
+    OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 0nerolt1) # older than any of Debian's own
