@@ -9,7 +9,7 @@
 namespace {
 
 // Hears of errors and exceptions, with a code that tells more than the line in the log.
-class Reporter : public IErrorReporter
+class Reporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString& errorCode, const QString& message) override

@@ -5,7 +5,13 @@
 class QString;
 
 /// Implemented by the host, which hears of every error and exception that the log accepts. See
-/// Logger::SetErrorReporter.
+/// Logger::SetErrorReporter. The destructor is not virtual, so let the host's class be final:
+///
+///     class Reporter final : public IErrorReporter
+///     {
+///     public:
+///         void ReportError(const QString& errorCode, const QString& message) override;
+///     };
 class NEROLTORVANEBASE_EXPORT IErrorReporter
 {
 public:

@@ -43,7 +43,7 @@ void PrintMarked(QtMsgType type, const QMessageLogContext& context, const QStrin
 }
 
 // Has something to say itself whenever it is called.
-class TalkativeReporter : public IErrorReporter
+class TalkativeReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString& message) override { qCritical("reported %s", qPrintable(message)); }

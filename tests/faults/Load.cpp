@@ -29,7 +29,7 @@ constexpr qint64 kLateUsecs = 950000;
 constexpr int kNextSecondMs = 1100;
 constexpr int kPatienceMs = 60000;
 
-class CountingReporter : public IErrorReporter
+class CountingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { ++iCount; }

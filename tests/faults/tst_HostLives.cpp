@@ -179,7 +179,7 @@ const Scenario signalMasks("signalMasks", [](const QStringList&) {
 
 // --- A thread that is terminated while it logs
 
-class SleepingReporter : public IErrorReporter
+class SleepingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override
@@ -192,7 +192,7 @@ public:
     std::atomic<bool> iCalled{false};
 };
 
-class SlowReporter : public IErrorReporter
+class SlowReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { QThread::msleep(100); }

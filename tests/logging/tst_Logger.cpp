@@ -49,7 +49,7 @@ QList<QByteArray> BodiesOf(const TestSupport::ScenarioResult& result, const QStr
 const QByteArray kStopping = "|10|Information|Logger::StopLogging|stopping logging file path is app.log";
 
 // Prints what it hears, so that the order among lines and reports is seen.
-class PrintingReporter : public IErrorReporter
+class PrintingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString& errorCode, const QString& message) override
@@ -58,7 +58,7 @@ public:
     }
 };
 
-class FirstSlotProbe : public IErrorReporter
+class FirstSlotProbe final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { iCalled = true; }

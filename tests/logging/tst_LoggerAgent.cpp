@@ -79,7 +79,7 @@ class PostedThere : public QObject
 {
 };
 
-class Reporter : public IErrorReporter
+class Reporter final : public IErrorReporter
 {
 public:
     explicit Reporter(const LoggerAgent& agent)

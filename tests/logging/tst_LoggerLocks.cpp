@@ -28,7 +28,7 @@ const QString kLog = QStringLiteral("app.log");
 const QString kMsg = QStringLiteral("m");
 constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
-class NullReporter : public IErrorReporter
+class NullReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { }
@@ -184,7 +184,7 @@ const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QString
     return 0;
 });
 
-class LoggingReporter : public IErrorReporter
+class LoggingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString& errorCode, const QString& message) override
@@ -214,7 +214,7 @@ const Scenario reporterLogs("reporterLogs", [](const QStringList&) {
     return 0;
 });
 
-class ThrowingReporter : public IErrorReporter
+class ThrowingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { throw std::runtime_error("a host's mistake"); }
@@ -234,7 +234,7 @@ const Scenario reporterThrows("reporterThrows", [](const QStringList&) {
 });
 
 // Does what needs the list of threads, while others have the list and wait for the log.
-class BusyReporter : public IErrorReporter
+class BusyReporter final : public IErrorReporter
 {
 public:
     explicit BusyReporter(const QString& what)
@@ -287,7 +287,7 @@ const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments)
 });
 
 // There is never more than one at a time, and none any more when it was taken away.
-class LonelyReporter : public IErrorReporter
+class LonelyReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override
@@ -365,7 +365,7 @@ const Scenario diskStands("diskStands", [](const QStringList& arguments) {
     return 0;
 });
 
-class StoppingReporter : public IErrorReporter
+class StoppingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override { Logger::StopLogging(); }

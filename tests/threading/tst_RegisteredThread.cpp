@@ -170,7 +170,7 @@ void WhenABatchIsComplete(const std::function<void()>& call)
 }
 
 // Holds the Logger's mutex from its construction to Release.
-class LoggerHolder : public IErrorReporter
+class LoggerHolder final : public IErrorReporter
 {
 public:
     LoggerHolder()
