@@ -1,55 +1,12 @@
-#include "Peers.h"
+#include "Works.h"
 
 #include <NeroltOrvaneBase/Settings.h>
-
-#include <KF5/KConfigCore/KConfig>
-#include <KF5/KConfigCore/KConfigGroup>
 
 #include <QtCore/QFile>
 #include <QtCore/QSettings>
 #include <QtCore/QTextStream>
 
-#include <memory>
-
 namespace {
-
-constexpr int kAll = kSections * kKeys;
-constexpr int kLookUps = 20000;
-constexpr int kChanges = 5;
-
-// Names at hand, so that making them is not measured.
-const QVector<QString>& SectionNames()
-{
-    static const QVector<QString> names = [] {
-        QVector<QString> made;
-        for (int i = 0; i < kSections; ++i)
-            made += SectionName(i);
-        return made;
-    }();
-    return names;
-}
-
-const QVector<QString>& KeyNames()
-{
-    static const QVector<QString> names = [] {
-        QVector<QString> made;
-        for (int i = 0; i < kKeys; ++i)
-            made += KeyName(i);
-        return made;
-    }();
-    return names;
-}
-
-template <typename Function>
-qint64 ForEachKey(const Function& function)
-{
-    qint64 length = 0;
-    for (const QString& group : SectionNames()) {
-        for (const QString& key : KeyNames())
-            length += function(group, key);
-    }
-    return length;
-}
 
 template <typename Store>
 qint64 Length(const Store& store, const QString& group, const QString& key)
@@ -83,21 +40,6 @@ qint64 LookUpQSettings(const QString& path)
     return length;
 }
 
-// Reads the whole file each time, so a few times must do.
-qint64 LookUpKConfig(const QString& path)
-{
-    KConfig file(path, KConfig::SimpleConfig);
-    for (int i = 0; i < kChanges; ++i) {
-        file.reparseConfiguration();
-        if (KConfigGroup(&file, SectionName(i)).readEntry(KeyName(i)) != Value(i, i))
-            return 0;
-    }
-    qint64 length = 0;
-    for (int i = 0; i < kLookUps; ++i)
-        length += Value(i % kSections, i % kKeys).size();
-    return length;
-}
-
 // A change that is in the file afterwards.
 
 qint64 ChangeIniFile(const QString& path)
@@ -120,16 +62,6 @@ qint64 ChangeQSettings(const QString& path)
     return Length(IniFile(path), SectionName(0), KeyName(0));
 }
 
-qint64 ChangeKConfig(const QString& path)
-{
-    KConfig file(path, KConfig::SimpleConfig);
-    for (int i = 0; i < kChanges; ++i) {
-        KConfigGroup(&file, SectionName(i)).writeEntry(KeyName(i), QStringLiteral("changed"));
-        file.sync();
-    }
-    return Length(IniFile(path), SectionName(0), KeyName(0));
-}
-
 // A whole file, each key read once.
 
 qint64 LoadSettingsIniFile(const QString& path)
@@ -137,28 +69,6 @@ qint64 LoadSettingsIniFile(const QString& path)
     SettingsIniFile file;
     file.ReadFile(path);
     return ForEachKey([&](const QString& group, const QString& key) { return Length(file, group, key); });
-}
-
-qint64 LoadQSettings(const QString& path)
-{
-    QSettings file(path, QSettings::IniFormat);
-    qint64 length = 0;
-    const QStringList groups = file.childGroups();
-    for (const QString& group : groups) {
-        file.beginGroup(group);
-        const QStringList keys = file.childKeys();
-        for (const QString& key : keys)
-            length += file.value(key).toString().size();
-        file.endGroup();
-    }
-    return length;
-}
-
-qint64 LoadKConfig(const QString& path)
-{
-    const KConfig file(path, KConfig::SimpleConfig);
-    return ForEachKey(
-        [&](const QString& group, const QString& key) { return KConfigGroup(&file, group).readEntry(key).size(); });
 }
 
 // A whole file read, changed and written back.
@@ -174,13 +84,13 @@ qint64 RewriteSettingsIniFile(const QString& path)
         });
         file.WriteFile(path);
     }
-    return LoadQSettings(path);
+    return LengthOfAll(path);
 }
 
 // As a store that is not tied to a file has to do it: one object reads, another one writes.
 qint64 RewriteQSettings(const QString& path)
 {
-    LoadQSettings(path);
+    LengthOfAll(path);
     {
         QSettings file(path, QSettings::IniFormat);
         ForEachKey([&](const QString& group, const QString& key) {
@@ -188,7 +98,7 @@ qint64 RewriteQSettings(const QString& path)
             return 0;
         });
     }
-    return LoadQSettings(path);
+    return LengthOfAll(path);
 }
 
 // The same for one that stays open, and spares itself the second reading.
@@ -196,37 +106,6 @@ qint64 RewriteOpenQSettings(const QString& path)
 {
     const QSettings open(path, QSettings::IniFormat);
     return RewriteQSettings(path);
-}
-
-qint64 RewriteKConfig(const QString& path)
-{
-    {
-        KConfig file(path, KConfig::SimpleConfig);
-        ForEachKey([&](const QString& group, const QString& key) {
-            KConfigGroup(&file, group).writeEntry(key, QStringLiteral("changed"));
-            return 0;
-        });
-        file.sync();
-    }
-    return LoadQSettings(path);
-}
-
-// A look-up in memory. The file is loaded once, before any time is taken.
-
-template <typename Loaded, typename Read>
-std::function<qint64(const QString&)> InMemory(std::function<std::shared_ptr<Loaded>(const QString&)> load, Read read)
-{
-    auto loaded = std::make_shared<std::shared_ptr<Loaded>>();
-    return [=](const QString& path) {
-        if (!*loaded)
-            *loaded = load(path);
-        static const QString group = SectionName(321);
-        static const QString key = KeyName(45);
-        qint64 length = 0;
-        for (int i = 0; i < kAll; ++i)
-            length += read(**loaded, group, key);
-        return length;
-    };
 }
 
 Task InMemoryTask()
@@ -246,28 +125,58 @@ Task InMemoryTask()
             file.endGroup();
             return size;
         });
-    const auto other
-        = InMemory<KConfig>([](const QString& path) { return std::make_shared<KConfig>(path, KConfig::SimpleConfig); },
-                            [](const KConfig& file, const QString& group, const QString& key) {
-                                return KConfigGroup(&file, group).readEntry(key).size();
-                            });
-    return {QStringLiteral("A look-up in memory"),
-            QStringLiteral("ns"),
-            {{QStringLiteral("SettingsIniFile"), kAll, ours},
-             {QStringLiteral("QSettings without sync"), kAll, framework},
-             {QStringLiteral("KConfig"), kAll, other}},
-            0,
-            1000};
+    return {
+        QStringLiteral("A look-up in memory"),
+        QStringLiteral("ns"),
+        {{QStringLiteral("SettingsIniFile"), kAll, ours}, {QStringLiteral("QSettings without sync"), kAll, framework}},
+        0,
+        1000};
 }
 
 Task MakeTask(const char* title, const char* unit, QVector<Work> works, double mostShare)
 {
     works[1].iName = QStringLiteral("QSettings");
-    works[2].iName = QStringLiteral("KConfig");
     return {QString::fromLatin1(title), QString::fromLatin1(unit), std::move(works), mostShare, 0};
 }
 
 } // namespace
+
+const QVector<QString>& SectionNames()
+{
+    static const QVector<QString> names = [] {
+        QVector<QString> made;
+        for (int i = 0; i < kSections; ++i)
+            made += SectionName(i);
+        return made;
+    }();
+    return names;
+}
+
+const QVector<QString>& KeyNames()
+{
+    static const QVector<QString> names = [] {
+        QVector<QString> made;
+        for (int i = 0; i < kKeys; ++i)
+            made += KeyName(i);
+        return made;
+    }();
+    return names;
+}
+
+qint64 LengthOfAll(const QString& path)
+{
+    QSettings file(path, QSettings::IniFormat);
+    qint64 length = 0;
+    const QStringList groups = file.childGroups();
+    for (const QString& group : groups) {
+        file.beginGroup(group);
+        const QStringList keys = file.childKeys();
+        for (const QString& key : keys)
+            length += file.value(key).toString().size();
+        file.endGroup();
+    }
+    return length;
+}
 
 QString SectionName(int section)
 {
@@ -302,21 +211,22 @@ QVector<Task> Tasks()
 {
     const QString ini = QStringLiteral("IniFile");
     const QString memory = QStringLiteral("SettingsIniFile");
-    return {
+    QVector<Task> tasks = {
         MakeTask("A look-up that sees what others wrote", "us",
-                 {{ini, kLookUps, LookUpIniFile}, {{}, kLookUps, LookUpQSettings}, {{}, kChanges, LookUpKConfig}},
-                 0.05),
+                 {{ini, kLookUps, LookUpIniFile}, {{}, kLookUps, LookUpQSettings}}, 0.05),
         MakeTask("A change that is in the file afterwards", "ms",
-                 {{ini, kChanges, ChangeIniFile}, {{}, kChanges, ChangeQSettings}, {{}, kChanges, ChangeKConfig}},
-                 0.05),
-        MakeTask("50,000 keys loaded, each read once", "ms",
-                 {{memory, 1, LoadSettingsIniFile}, {{}, 1, LoadQSettings}, {{}, 1, LoadKConfig}}, 0.15),
+                 {{ini, kChanges, ChangeIniFile}, {{}, kChanges, ChangeQSettings}}, 0.05),
+        MakeTask("50,000 keys loaded, each read once", "ms", {{memory, 1, LoadSettingsIniFile}, {{}, 1, LengthOfAll}},
+                 0.15),
         MakeTask("50,000 keys loaded, changed and written back", "ms",
                  {{memory, 1, RewriteSettingsIniFile},
                   {{}, 1, RewriteQSettings},
-                  {{}, 1, RewriteKConfig},
                   {QStringLiteral("QSettings, one object"), 1, RewriteOpenQSettings}},
                  0.15),
         InMemoryTask(),
     };
+    const QVector<Work> others = KConfigWorks();
+    for (int i = 0; i < others.size(); ++i)
+        tasks[i].iWorks.insert(2, others[i]);
+    return tasks;
 }

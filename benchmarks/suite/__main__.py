@@ -26,7 +26,7 @@ ROUNDS = {"logs": (6, 2), "settings": (9, 2), "trace": (25, 9), "start": (11, 5)
 
 def read_arguments():
     parser = argparse.ArgumentParser(prog="bench", description="Measures the library beside its peers.")
-    parser.add_argument("--build", type=Path, default=Path("build/release"), help="the build folder (%(default)s)")
+    parser.add_argument("--build", type=Path, default=Path("build/bench"), help="the build folder (%(default)s)")
     parser.add_argument("--docs", type=Path, default=Path("docs"), help="where the page goes (%(default)s)")
     parser.add_argument("--quick", action="store_true", help="a minute in place of seven; leaves the page as it is")
     parser.add_argument("--only", nargs="+", choices=PARTS, metavar="PART",
@@ -50,15 +50,16 @@ def measure_all(arguments, build, parts):
     rounds = {name: counts[arguments.quick] for name, counts in ROUNDS.items()}
     rounds["logs"] = arguments.rounds or rounds["logs"]
     results = {"parts": parts, "quick": arguments.quick, "rounds": rounds}
+    targets = [target for target in scenarios.NAMES if target in build["loggers"]]
     log_parts = [part for part in scenarios.LOG_PARTS if part in parts]
     results["logs"] = measure.logs(
-        programs, log_parts, rounds["logs"], arguments.folder, arguments.quick, show_progress
+        programs, targets, log_parts, rounds["logs"], arguments.folder, arguments.quick, show_progress
     )
     if "instructions" in parts:
         results["instructions"] = instructions.count(programs / "instructions" / "count_instructions")
     for part in ("settings", "trace"):
         if part in parts:
-            results[part] = measure.tasks(programs / part / f"bench_{part}", rounds[part], arguments.build / "bench")
+            results[part] = measure.tasks(programs / part / f"bench_{part}", rounds[part], arguments.build / "results")
     if "start" in parts:
         results["start"] = start.starts(programs, rounds["start"])
     if "size" in parts:
@@ -73,6 +74,7 @@ def add_facts(results, arguments, build, before, seconds):
     facts["Lines"] = f"{scenarios.LINES // (3 if arguments.quick else 1)} without a pause"
     facts["Measured in"] = f"{seconds:.0f} s, {time.strftime('%Y-%m-%d')}" + (", quick" if arguments.quick else "")
     results["machine"] = facts
+    results["left out"] = build["left_out"]
     results["aims"] = aims.all_of(results)
 
 
@@ -97,7 +99,7 @@ def print_aims(results):
 def main():
     arguments = read_arguments()
     parts = [part for part in PARTS if not arguments.only or part in arguments.only]
-    target = arguments.build / "bench"
+    target = arguments.build / "results"
     target.mkdir(parents=True, exist_ok=True)
     build = json.loads((arguments.build / "benchmarks" / "build.json").read_text(encoding="utf-8"))
     before, begin = machine.load(), time.monotonic()

@@ -40,14 +40,14 @@ def _in_turn(chosen, number):
     return chosen[start:] + chosen[:start]
 
 
-def logs(programs, parts, rounds, folder, quick, progress):
+def logs(programs, targets, parts, rounds, folder, quick, progress):
     """{scenario: {figure: summary}}. Each round runs every scenario of a part once, one process after another.
 
     The parts come one by one: what a log without a pause leaves to the disk to do would slow down single calls.
     """
     found = {}
     for part in parts:
-        chosen = scenarios.all_of(part)
+        chosen = scenarios.all_of(part, targets)
         values = {scenario: {} for scenario in chosen}
         for number in range(rounds):
             for done, scenario in enumerate(_in_turn(chosen, number)):

@@ -7,8 +7,8 @@ from statistics import median
 import instructions
 import start
 from figures import ratios, shown, span
-from scenarios import FLOOR, LOG_PARTS, NAMES, OURS, SYNC, Scenario, of_us
-from words import AIMS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, NOTES, PAID_FOR, TITLES
+from scenarios import COPY, LOG_PARTS, NAMES, OURS, SYNC, Scenario, measured, of_us
+from words import ABOUT, AIMS, CHARTS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, LEFT_OUT, NOTES, PAID_FOR, TITLES
 
 NS = {"mean": "mean", "p50": "p50", "p99": "p99", "p99.9": "p99.9"}
 
@@ -42,7 +42,7 @@ def _flat(logs):
     head = ["", "million lines/s", "least to most", "ours is faster by", *NS, "processor", "MiB at peak", "kept"]
     text = ""
     for ours in of_us("flat"):
-        text += f"### {_title(ours)}\n\n" + _table([head] + [_flat_row(logs, ours, target) for target in NAMES])
+        text += f"### {_title(ours)}\n\n" + _table([head] + [_flat_row(logs, ours, target) for target in measured(logs)])
     return text
 
 
@@ -50,7 +50,7 @@ def _bursty(logs):
     text = ""
     for ours in of_us("bursty"):
         rows = [["", *NS, "p99.9 least to most", "processor"]]
-        for target in NAMES:
+        for target in measured(logs):
             figures = logs[ours.of(target)]
             row = [NAMES[target]] + [shown(figures[name]["median"]) for name in NS]
             rows.append(row + [span(figures["p99.9"]["rounds"]), shown(figures["processor"]["median"])])
@@ -61,9 +61,9 @@ def _bursty(logs):
 def _stopped(logs):
     rows = [["", "ns", "least to most"]]
     ours = of_us("stopped")[0]
-    for target in NAMES:
+    for target in measured(logs):
         figure = logs[ours.of(target)]["mean"]
-        name = "an empty loop" if target == FLOOR else NAMES[target]
+        name = "an empty loop" if target == COPY else NAMES[target]
         rows.append([name, f"{figure['median']:.2f}", span(figure["rounds"])])
     return _table(rows)
 
@@ -150,7 +150,7 @@ def _commands(results):
     rows = [["figures", "command"]]
     commands = [*_log_commands(results["quick"]), *_instruction_commands(), *COMMANDS]
     rows += [[what, f"`{command}`"] for part, what, command in commands if part in results["parts"]]
-    loggers = ", ".join(f"`{target}`" for target in NAMES)
+    loggers = ", ".join(f"`{target}`" for target in measured(results["logs"]) or NAMES)
     return _prose(COMMANDS_NOTE.format(loggers=loggers)) + _table(rows, "---")
 
 
@@ -169,24 +169,36 @@ SECTIONS = {
 
 def _paid_for(logs):
     ours = Scenario(OURS)
-    figures = {target: logs[ours.of(target)]["processor"] for target in (OURS, SYNC, FLOOR)}
+    figures = {target: logs[ours.of(target)]["processor"] for target in (OURS, SYNC, COPY)}
     rounds = {target: figure["rounds"] for target, figure in figures.items()}
     return PAID_FOR.format(
         sync=NAMES[SYNC],
         share=shown(median(ratios(rounds[SYNC], rounds[OURS]))),
-        floor=shown(median(ratios(rounds[FLOOR], rounds[SYNC]))),
-        left=shown(figures[SYNC]["median"] - figures[FLOOR]["median"]),
+        copy=shown(median(ratios(rounds[COPY], rounds[SYNC]))),
+        left=shown(figures[SYNC]["median"] - figures[COPY]["median"]),
     )
+
+
+def _introduction(results):
+    targets = measured(results["logs"])
+    about = [textwrap.fill(f"- {text}", 120, subsequent_indent="  ") + "\n" for text in _about(targets)]
+    left_out = _prose(LEFT_OUT.format(names=", ".join(results["left out"]))) if results["left out"] else ""
+    return INTRODUCTION + "".join(about) + "\n" + left_out
+
+
+def _about(targets):
+    return (" ".join(text.split()) for of, text in ABOUT if not targets or set(of) & set(targets))
 
 
 def make(results, charts):
     """`charts` are names of files beside the page, and their titles."""
-    text = INTRODUCTION
-    if "flat" in results["parts"]:
+    text = _introduction(results)
+    if "flat" in results["parts"] and SYNC in measured(results["logs"]):
         text += _prose(_paid_for(results["logs"]))
     text += "## Measured on\n\n" + _table([["", ""]] + [[name, fact] for name, fact in results["machine"].items()])
     text += "## Aims\n\n" + _prose(AIMS) + _aims(results["aims"])
-    text += "".join(f"![{title}]({name})\n\n" for name, title in charts.items())
+    if charts:
+        text += _prose(CHARTS) + "".join(f"![{title}]({name})\n\n" for name, title in charts.items())
     for part in results["parts"]:
         text += f"## {TITLES[part]}\n\n{_prose(NOTES[part])}{SECTIONS[part](results)}"
     return text + "## Which command made which figure\n\n" + _commands(results)[:-1]

@@ -5,7 +5,7 @@ from dataclasses import dataclass, replace
 OURS = "nerolt"
 ASYNC = "spdlog_async"
 SYNC = "spdlog_sync"
-FLOOR = "floor"
+COPY = "copy_write"
 NAMES = {
     OURS: "NeroltOrvaneBase",
     ASYNC: "spdlog asynchronous",
@@ -14,9 +14,8 @@ NAMES = {
     "log4cplus": "log4cplus asynchronous",
     "boost": "Boost.Log asynchronous",
     "qt": "Qt message handler",
-    FLOOR: "the floor",
+    COPY: "copy and write only",
 }
-PEERS = [target for target in NAMES if target not in (OURS, FLOOR)]
 
 LINES = 240000
 # Of a single thread. At p99.9 it is the twentieth call from the top that counts.
@@ -86,7 +85,13 @@ def of_us(part):
     return list(PARTS[part]())
 
 
-def all_of(part):
+def all_of(part, targets):
     """The scenarios of a part, those that are to be compared side by side."""
-    targets = [OURS] if part == "levels" else NAMES
+    targets = [OURS] if part == "levels" else targets
     return [scenario.of(target) for scenario in of_us(part) for target in targets]
+
+
+def measured(logs):
+    """Who was: a logger that is not installed is left out."""
+    found = {scenario.target for scenario in logs}
+    return [target for target in NAMES if target in found]

@@ -1,5 +1,7 @@
 """What the page says besides figures."""
 
+from scenarios import ASYNC, COPY, OURS, SYNC
+
 INTRODUCTION = """# Performance
 
 The library beside its peers. `scripts/bench` measured this and wrote the page; it is not edited by hand.
@@ -10,24 +12,38 @@ disturbance hits all alike. Before a figure counts, the program reads the files 
 the order of its thread. Figures are medians of the rounds, and so are percentiles; "ours is faster by" is the median of
 the ratios within the rounds.
 
-- Ours opens and closes its file for every batch, looks at its age and size, and rotates it at 100 MiB.
-- spdlog asynchronous and log4cplus asynchronous: one thread writes, a queue of 8192, callers wait while it is full.
-- spdlog synchronous and glog: callers write, one at a time, through the C library's file buffer.
-- Boost.Log asynchronous: one thread formats and writes, and its queue has no bounds.
-- Qt message handler: formats with QDateTime and writes to a QTextStream under a mutex.
-- glog puts a head of its own before the message, Boost.Log microseconds. All files rotate at 100 MiB but Qt's.
-- The floor copies lines that are ready-made, and writes them in batches of 5000 bytes with one open and close each:
-  one thread without a lock, several under a plain mutex. It formats nothing, and reads no clock.
-
 """
 
-PAID_FOR = """Two things that we pay for are meant so. The file is opened and closed for every batch, and its creation
-time asked, so that it may be moved, removed and read at any time and its age counts from whatever it was set to. And
-lines are handed over to a thread, so that callers never wait for the disk. What that costs shows beside {sync}, which
-does neither: its callers write, to a file that stays open. It takes {share} times our processor time for a line with 1
-thread. The floor opens and closes its file as we do, but formats nothing, hands nothing over and asks for no creation
-time; it takes {floor} times what {sync} takes. A line that is to cost less than there and is written so has {left} ns
-left for reading the clock, formatting and handing over."""
+# For each row of the tables that there is: whom it is about, and what.
+ABOUT = [
+    ((OURS,), """Ours opens and closes its file for every batch, looks at its age and size, and rotates it at
+        100 MiB."""),
+    ((ASYNC,), "spdlog asynchronous: one thread writes, a queue of 8192, callers wait while it is full."),
+    ((SYNC,), "spdlog synchronous: callers write, one at a time, through the C library's file buffer."),
+    (("glog",), "glog: callers write as with spdlog synchronous. It puts a head of its own before the message."),
+    (("log4cplus",), "log4cplus asynchronous: one thread writes, a queue of 8192, callers wait while it is full."),
+    (("boost",), """Boost.Log asynchronous: one thread formats and writes, and its queue has no bounds. Its times have
+        microseconds."""),
+    (("qt",), """Qt message handler: formats with QDateTime and writes to a QTextStream under a mutex. Its file is the
+        only one that does not rotate at 100 MiB."""),
+    ((COPY,), """Copy and write only: no logger. It copies lines that are ready-made, and writes them in batches of
+        5000 bytes with one open and close each; it formats nothing and reads no clock. The callers do all of it, one at
+        a time: a single thread without a lock, several under a mutex. So it is no limit: where there are several cores,
+        a logger whose own thread writes can be faster."""),
+]
+
+LEFT_OUT = "Left out, because CMake did not find them: {names}."
+
+CHARTS = """A point or bar is the median of the rounds; the thin line through it goes from the least to the most of
+them."""
+
+PAID_FOR = """Two of the log's costs are deliberate. The file is opened and closed for every batch, and its creation
+time read, so that it may be moved, removed and read at any time and its age counts from whatever it was set to. And a
+thread of the log's own writes the lines, so that callers never wait for the disk. What that costs shows beside {sync},
+which does neither: its callers write, to a file that stays open. It takes {share} times our processor time for a line
+with 1 thread. Copying and writing only, to a file that is opened and closed for every batch, takes {copy} times what
+{sync} takes. That leaves {left} ns for reading the clock, formatting and handing over to a line that is written that
+way and costs no more than one of {sync}."""
 
 TITLES = {
     "flat": "Without a pause",
@@ -44,7 +60,7 @@ TITLES = {
 AIMS = """Aims of the log hold for messages of 80 characters in ASCII. Those of the settings and of stack traces compare
 the least times. What is missed is shown as missed."""
 
-COMMANDS_NOTE = """All by `scripts/bench`. Paths begin in `build/release/benchmarks`; LOGGER is one of {loggers}. Some
+COMMANDS_NOTE = """All by `scripts/bench`. Paths begin in `build/bench/benchmarks`; LOGGER is one of {loggers}. Some
 take fewer lines than ours. BATCHES is 20 and 120: what is counted for 100 batches of 39 lines is the difference. `ctest
 --preset release` counts instructions alone, and compares them with their limits."""
 
@@ -53,8 +69,8 @@ NOTES = {
         means handed to the system by `write`, not that the disk has it. A call's times (ns) are those that its caller
         waits; about one call in 13 is timed for the percentiles, the clock included. Processor time (ns for each line)
         is what the process took, all threads together. Memory is what the process had more than before there was a log:
-        at its peak, and when the log had been stopped. A queue without bounds grows with the number of lines, of which
-        who takes long for one got fewer.""",
+        at its peak, and when the log had been stopped. A queue without bounds grows with the number of lines; slower
+        loggers were given fewer lines.""",
     "bursty": """Each thread logs 20 lines and rests for 2 ms, again and again. Times of single calls and processor time
         of a line in ns, the clock included. The first 20 bursts are not timed: what a process does once would stand for
         what it does always.""",

@@ -18,6 +18,16 @@ double Measure(const Peer& peer, int depth)
     return sample.iSeconds / kCalls * 1e6;
 }
 
+// None without Boost.Stacktrace.
+Comparison::Aim AimOf(const Comparison::Figures& figures, int boost)
+{
+    if (boost < 0)
+        return {};
+    const double share = figures[0].iLeast / figures[boost].iLeast;
+    return {QStringLiteral("at most %1 % of Boost.Stacktrace").arg(kMostOfBoost * 100),
+            QStringLiteral("%1 %").arg(share * 100, 0, 'f', 1), share <= kMostOfBoost};
+}
+
 QJsonObject Compare(const QVector<Peer>& peers, int depth, int rounds)
 {
     const auto measure = [&](int peer) { return Measure(peers[peer], depth); };
@@ -25,10 +35,8 @@ QJsonObject Compare(const QVector<Peer>& peers, int depth, int rounds)
     QStringList names;
     for (const Peer& peer : peers)
         names += QString::fromLatin1(peer.iName);
-    const double share = figures[0].iLeast / figures[1].iLeast;
     return Comparison::Print({QStringLiteral("A trace of %1 frames").arg(depth), QStringLiteral("us"), names}, figures,
-                             {QStringLiteral("at most %1 % of Boost.Stacktrace").arg(kMostOfBoost * 100),
-                              QStringLiteral("%1 %").arg(share * 100, 0, 'f', 1), share <= kMostOfBoost});
+                             AimOf(figures, names.indexOf(QStringLiteral("Boost.Stacktrace"))));
 }
 
 } // namespace

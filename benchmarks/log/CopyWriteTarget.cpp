@@ -6,15 +6,15 @@
 
 namespace {
 
-/// What no log of its kind goes below: lines that are there already are copied, and written in batches with one open
-/// and close for each. Several threads take turns with a plain mutex.
-class FloorTarget
+/// No logger: copies lines that are there already, and writes them in batches with one open and close for each. The
+/// callers do all of it, one at a time, so that a logger whose own thread writes may be faster on several cores.
+class CopyWriteTarget
 {
 public:
     using Message = Line::ReadyLine;
     static constexpr Check::Head kHead = Check::Head::Common;
 
-    explicit FloorTarget(const Scenario& scenario)
+    explicit CopyWriteTarget(const Scenario& scenario)
         : iPath(Files::LogPath(scenario.iFolder).toLocal8Bit())
         , iIsShared(scenario.iThreads > 1)
     {
@@ -61,5 +61,5 @@ private:
 
 Results RunScenario(const Scenario& scenario)
 {
-    return Run<FloorTarget>(scenario).Measure();
+    return Run<CopyWriteTarget>(scenario).Measure();
 }

@@ -1,0 +1,6 @@
+#include "Works.h"
+
+QVector<Work> KConfigWorks()
+{
+    return {};
+}

@@ -1,0 +1,6 @@
+#include "Way.h"
+
+QVector<Peer> BoostPeer()
+{
+    return {};
+}
