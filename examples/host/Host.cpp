@@ -2,7 +2,6 @@
 
 #include "Interrupt.h"
 #include "Memory.h"
-#include "Progress.h"
 #include "Terminal.h"
 #include "Wait.h"
 
@@ -55,6 +54,7 @@ int Host::Run()
         return RejectInput(QStringLiteral("another host uses %1").arg(iOptions.iFolder));
     if (!PrepareFolders(iOptions.iFolder))
         return RejectInput(QStringLiteral("cannot create the folders in %1").arg(iOptions.iFolder));
+    iProgress.Show(QStringLiteral("starting the log"), 0, 1);
     iLife.iPreferences = OpenPreferences();
     iLife.iMachine = DescribeMachine();
     StartLog();
@@ -63,7 +63,7 @@ int Host::Run()
     SilenceAndWake();
     StopLog();
     if (iOptions.iIsReporting)
-        iLife.iReport = MakeReport();
+        iLife.iReport = MakeReport(Show(QStringLiteral("making the report")));
     return Finish();
 }
 
@@ -95,17 +95,16 @@ void Host::LogErrors()
 
 void Host::RunLoad()
 {
-    Progress progress;
-    RunRound(progress); // into the new log, which it does not fill
+    RunRound(); // into the new log, which it does not fill
     while (!iLoad.IsOver() && iFailure.isEmpty()) {
         Wait::Until([this] { return !iFolder.IsRotationBlocked(); });
-        RunRound(progress);
+        RunRound();
     }
     iLife.iLines = iLoad.LoggedByAll();
     iLife.iIsInterrupted = iLife.iLines != iOptions.AllLines();
 }
 
-void Host::RunRound(Progress& progress)
+void Host::RunRound()
 {
     QElapsedTimer elapsed;
     elapsed.start();
@@ -114,7 +113,7 @@ void Host::RunRound(Progress& progress)
         if (Interrupt::WasAsked())
             iLoad.Interrupt();
         const bool isOver = iLoad.IsRoundOver(); // asked first, so that the bar gets to its end
-        progress.Show(iLoad.LoggedByAll(), iOptions.AllLines());
+        iProgress.Show(QStringLiteral("logging"), iLoad.LoggedByAll(), iOptions.AllLines());
         return isOver;
     });
     WriteThrough();
@@ -150,6 +149,11 @@ void Host::WriteThrough()
         Fail(QStringLiteral("what was logged does not reach %1").arg(iFolder.LogPath()));
 }
 
+Shown Host::Show(const QString& what)
+{
+    return [this, what](qint64 done, qint64 all) { iProgress.Show(what, done, all); };
+}
+
 void Host::Fail(const QString& what)
 {
     if (iFailure.isEmpty())
@@ -174,9 +178,10 @@ int Host::Finish()
 {
     iLife.iIsAged = iOldLog.iIsAged;
     iLife.iErrorCodes = iErrors.Codes();
-    iLife.iLog = CheckLog(iFolder, WhatToExpect());
+    iLife.iLog = CheckLog(iFolder, WhatToExpect(), Show(QStringLiteral("checking the log")));
     if (!iFailure.isEmpty())
         iLife.iLog.iWrong = iFailure;
+    iProgress.Wipe();
     const bool isPrinted = Terminal::Print(Summary(iOptions, iFolder, iLife));
     if (!iLife.iLog.iWrong.isEmpty())
         return Complain(QStringLiteral("the log is wrong: %1").arg(iLife.iLog.iWrong));

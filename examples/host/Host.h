@@ -3,11 +3,10 @@
 #include "ErrorCounter.h"
 #include "LogLoad.h"
 #include "OldLog.h"
+#include "Progress.h"
 #include "Summary.h"
 
 #include <QtCore/QElapsedTimer>
-
-class Progress;
 
 /// The life of a host, from the first line of its log to the last.
 class Host
@@ -22,10 +21,11 @@ private:
     void StartLog();
     void LogErrors();
     void RunLoad();
-    void RunRound(Progress& progress);
+    void RunRound();
     void SilenceAndWake();
     void StopLog();
     void WriteThrough();
+    Shown Show(const QString& what);
     void Fail(const QString& what);
     Expected WhatToExpect() const;
     int Finish();
@@ -37,6 +37,7 @@ private:
     OldLog iOldLog;
     ErrorCounter iErrors;
     LogLoad iLoad;
+    Progress iProgress;
     int iSteps = 0;
     QString iFailure;
     Life iLife;

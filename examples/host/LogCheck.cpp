@@ -7,13 +7,15 @@
 namespace {
 
 constexpr int kStampSize = 23;
+constexpr int kLinesBetweenNews = 4096;
 
 class Checker
 {
 public:
-    Checker(const LogFolder& folder, const Expected& expected)
+    Checker(const LogFolder& folder, const Expected& expected, const Shown& show)
         : iFolder(folder)
         , iExpected(expected)
+        , iShow(show)
         , iSeen(expected.iLoadLines.size(), 0)
     {
     }
@@ -61,8 +63,12 @@ private:
             file.seek(iExpected.iBytesBefore);
         else
             CheckHeader(file.readLine(), iLog.iFiles[number - 1]);
-        while (!file.atEnd())
+        for (int line = 0; !file.atEnd(); ++line) {
             TakeLine(file.readLine());
+            if (line % kLinesBetweenNews == 0)
+                iShow(file.pos(), file.size());
+        }
+        iShow(1, 1);
     }
 
     // A file that follows another begins by saying so.
@@ -120,6 +126,7 @@ private:
 
     const LogFolder& iFolder;
     const Expected& iExpected;
+    const Shown& iShow;
     CheckedLog iLog;
     QVector<int> iSeen;
     int iErrors = 0;
@@ -128,7 +135,7 @@ private:
 
 } // namespace
 
-CheckedLog CheckLog(const LogFolder& folder, const Expected& expected)
+CheckedLog CheckLog(const LogFolder& folder, const Expected& expected, const Shown& show)
 {
-    return Checker(folder, expected).Run();
+    return Checker(folder, expected, show).Run();
 }

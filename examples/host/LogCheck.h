@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LogFolder.h"
+#include "Progress.h"
 
 #include <QtCore/QVector>
 
@@ -25,4 +26,4 @@ struct CheckedLog
     QString iWrong; ///< empty when everything is as expected
 };
 
-CheckedLog CheckLog(const LogFolder& folder, const Expected& expected);
+CheckedLog CheckLog(const LogFolder& folder, const Expected& expected, const Shown& show);

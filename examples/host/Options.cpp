@@ -75,6 +75,7 @@ QString ReadValues(const QCommandLineParser& parser, Options& options)
     if (options.iThreads == 0)
         return NumberError(kThreads, kMostThreads, parser.value(kThreads));
     options.iIsReporting = !parser.isSet(kNoReport);
+    options.iIsOwnFolder = !parser.isSet(kFolder);
     options.iFolder = ReadFolder(parser);
     return options.iFolder.isEmpty() ? QStringLiteral("--folder needs a name") : QString();
 }

@@ -8,6 +8,7 @@
 struct Options
 {
     QString iFolder; ///< where everything goes, absolute
+    bool iIsOwnFolder = true; ///< whether the folder is the host's alone
     int iThreads = 4;
     int iLines = 250000; ///< of each thread
     bool iIsReporting = true; ///< whether a report for the support is made

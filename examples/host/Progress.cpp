@@ -16,21 +16,23 @@ Progress::Progress()
 {
 }
 
-Progress::~Progress()
-{
-    if (iIsShown)
-        std::fputs(kWipe, stderr);
-}
-
-void Progress::Show(qint64 done, qint64 all)
+void Progress::Show(const QString& what, qint64 done, qint64 all)
 {
     if (!iIsShown)
         return;
-    const QString bar = Bar(done, all, kWidth);
-    if (bar == iLast)
+    const QString shown = what + QLatin1Char(' ') + Bar(done, all, kWidth);
+    if (shown == iLast)
         return;
-    iLast = bar;
-    std::fprintf(stderr, "%slogging %s", kWipe, qPrintable(bar));
+    iLast = shown;
+    std::fprintf(stderr, "%s%s", kWipe, qPrintable(shown));
+}
+
+void Progress::Wipe()
+{
+    if (iLast.isEmpty())
+        return;
+    iLast.clear();
+    std::fputs(kWipe, stderr);
 }
 
 QString Progress::Bar(qint64 done, qint64 all, int width)

@@ -2,16 +2,21 @@
 
 #include <QtCore/QString>
 
+#include <functional>
+
+/// Told how much of something is done.
+using Shown = std::function<void(qint64 done, qint64 all)>;
+
 /// A bar on the terminal, and nothing anywhere else.
 class Progress
 {
 public:
     Progress();
-    /// Wipes the bar away.
-    ~Progress();
+    ~Progress() { Wipe(); }
     Q_DISABLE_COPY(Progress)
 
-    void Show(qint64 done, qint64 all);
+    void Show(const QString& what, qint64 done, qint64 all);
+    void Wipe();
 
     /// "[#####     ]  50 %", with a bar of `width` characters.
     static QString Bar(qint64 done, qint64 all, int width);

@@ -40,6 +40,8 @@ void PrepareEnvironment()
 class Collection
 {
 public:
+    static constexpr int kSteps = 3; // each of the logs, and that they do not grow any more
+
     Collection()
     {
         const QDir logs(QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("Logs")));
@@ -60,14 +62,14 @@ public:
     }
 
     // Nothing tells when the collectors are done but that the logs do not grow any more.
-    bool IsComplete()
+    int StepsDone()
     {
         const qint64 size = Size();
         if (size != iSize)
             iQuiet.start();
         iSize = size;
-        return SystemConfig::SystemDetailsExist() && iDisplays.size() > 0 && (!HasTool() || iFramework.size() > 0)
-            && iQuiet.hasExpired(kQuietMs);
+        const int logs = int(iDisplays.size() > 0) + int(!HasTool() || iFramework.size() > 0);
+        return logs == 2 && SystemConfig::SystemDetailsExist() && iQuiet.hasExpired(kQuietMs) ? kSteps : logs;
     }
 
 private:
@@ -86,13 +88,19 @@ private:
 
 } // namespace
 
-Report MakeReport()
+Report MakeReport(const Shown& show)
 {
+    show(0, Collection::kSteps);
     Collection collection;
     collection.Start();
     Report report;
     report.iIsMade = true;
-    report.iIsComplete = Wait::Until([&] { return collection.IsComplete(); }, QDeadlineTimer(kReportPatienceMs));
+    const auto isComplete = [&] {
+        const int steps = collection.StepsDone();
+        show(steps, Collection::kSteps);
+        return steps == Collection::kSteps;
+    };
+    report.iIsComplete = Wait::Until(isComplete, QDeadlineTimer(kReportPatienceMs));
     report.iDisplays = SystemConfig::GetQMacSystemProfilertData().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     report.iFramework = SystemConfig::GetQtDialogData().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
     SystemConfig::RemoveShFiles();

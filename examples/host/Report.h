@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Progress.h"
+
 #include <QtCore/QStringList>
 
 /// What a user would send to the support.
@@ -12,4 +14,4 @@ struct Report
 };
 
 /// Makes the report anew, in the folder Logs of the user's data, and waits until it is complete.
-Report MakeReport();
+Report MakeReport(const Shown& show);

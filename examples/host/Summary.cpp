@@ -4,6 +4,7 @@
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
+#include <QtCore/QDirIterator>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLocale>
 
@@ -131,6 +132,32 @@ QString FilesPart(const LogFolder& folder, const Life& life)
     return text;
 }
 
+// As a shell takes it.
+QString Quoted(const QString& path)
+{
+    return QLatin1Char('\'') + QString(path).replace(QLatin1Char('\''), QLatin1String("'\\''")) + QLatin1Char('\'');
+}
+
+qint64 SizeOfAll(const QString& folder)
+{
+    qint64 size = 0;
+    QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        files.next();
+        // The lock goes with the host.
+        size += files.fileName() == QLatin1String("host.lock") ? 0 : files.fileInfo().size();
+    }
+    return size;
+}
+
+QString LeftPart(const Options& options)
+{
+    if (!options.iIsOwnFolder)
+        return QString();
+    return Title(QStringLiteral("Left behind")) + Row(Bytes(SizeOfAll(options.iFolder)), options.iFolder)
+        + Row(QStringLiteral("to remove it"), QStringLiteral("rm -r ") + Quoted(options.iFolder));
+}
+
 QString MemoryPart(const Life& life)
 {
     return Title(QStringLiteral("Memory")) + Row(QStringLiteral("peak"), Bytes(life.iPeakMemory))
@@ -142,5 +169,6 @@ QString MemoryPart(const Life& life)
 QString Summary(const Options& options, const LogFolder& folder, const Life& life)
 {
     return Verdict(life) + MachinePart(life.iMachine) + FoldersPart() + SettingsPart(life.iPreferences) + LogPart(life)
-        + LoadPart(options, life) + FilesPart(folder, life) + MemoryPart(life) + ReportPart(life.iReport);
+        + LoadPart(options, life) + FilesPart(folder, life) + MemoryPart(life) + ReportPart(life.iReport)
+        + LeftPart(options);
 }

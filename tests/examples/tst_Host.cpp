@@ -7,6 +7,7 @@
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QDirIterator>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
@@ -386,6 +387,34 @@ private Q_SLOTS:
         QCOMPARE(Rotated().size(), 1);
     }
 
+    void ownFolder()
+    {
+        HostProcess host;
+        host.SetVariable("XDG_DATA_HOME",
+                         QFile::encodeName(iFolder->filePath(QStringLiteral("a user's data"))).constData());
+        QCOMPARE(host.Run({kSmallLoad}), 0);
+        const QByteArray summary = host.Out();
+        const QString folder = iFolder->filePath(QStringLiteral("a user's data/NeroltHost"));
+        qint64 size = 0;
+        QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            size += QFileInfo(files.next()).size();
+        QVERIFY(size > 0);
+        QCOMPARE(Row(summary, QLocale(QLocale::English).formattedDataSize(size, 1).toUtf8()), folder.toUtf8());
+        const QByteArray command = Row(summary, "to remove it");
+        QCOMPARE(command, "rm -r '" + iFolder->path().toUtf8() + "/a user'\\''s data/NeroltHost'");
+        QCOMPARE(QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromUtf8(command)}), 0);
+        QVERIFY(!QFileInfo::exists(folder));
+    }
+
+    // What else is in a folder that the user named, only he knows.
+    void namedFolder()
+    {
+        HostProcess host;
+        QCOMPARE(host.Run({FolderOption(), kSmallLoad}), 0);
+        QCOMPARE(Row(host.Out(), "to remove it"), QByteArray("<no row>"));
+    }
+
     void twoHostsInOneFolder()
     {
         HostProcess first;
@@ -459,11 +488,22 @@ private Q_SLOTS:
         QFETCH(QByteArray, noColor);
         HostProcess host;
         host.OpenTerminal();
+        host.MakeReport();
         host.SetVariable("TERM", term.constData());
         host.SetVariable("NO_COLOR", noColor.constData());
         QCOMPARE(host.Run({FolderOption(), kSmallLoad}), 0);
         const QByteArray screen = host.Screen();
+        QTEST(screen.startsWith("\r\x1b[Kstarting the log ["), "hasBar");
         QTEST(screen.contains("\r\x1b[Klogging [########################################] 100 %\r\x1b[K"), "hasBar");
+        QTEST(screen.contains("\r\x1b[Kmaking the report [                                        ]   0 %\r\x1b[K"),
+              "hasBar");
+        QTEST(screen.contains("\r\x1b[Kmaking the report [########################################] 100 %\r\x1b[K"),
+              "hasBar");
+        // The bar is gone before the summary.
+        const QByteArray verdict(noColor.isEmpty() && !term.isEmpty() ? "\x1b[32mEvery line" : "Every line");
+        QTEST(screen.contains("\r\x1b[Kchecking the log [########################################] 100 %\r\x1b[K"
+                              + verdict),
+              "hasBar");
         QTEST(screen.contains("\x1b[32mEvery line arrived, once and in its thread's order: 2,000\x1b[0m\r\n"),
               "hasColour");
         QTEST(screen.contains("\x1b[1mLog\x1b[0m\r\n"), "hasColour");
