@@ -1,0 +1,92 @@
+"""Makes the page of figures and the scripts of its charts from figures that are made up.
+
+test_page.py <folder of the suite>
+"""
+
+import sys
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, sys.argv.pop(1))
+
+import aims
+import charts
+import page
+from scenarios import ASYNC, COPY, LOG_PARTS, NAMES, OURS, SYNC, Scenario, all_of
+
+FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept"]
+
+
+def summary(median, least, most):
+    return {"median": median, "least": least, "most": most, "rounds": [least, median, most]}
+
+
+def results_of(targets):
+    logs = {}
+    for part in LOG_PARTS:
+        for scenario in all_of(part, targets):
+            logs[scenario] = {name: summary(2000, 1000, 3000) for name in FIGURES}
+    if ASYNC in targets:
+        logs[Scenario(ASYNC, threads=4)]["lines/s"] = summary(190000, 170000, 1290000)
+    logs[Scenario(OURS, "bursty", 4)]["processor"] = summary(2472, 2311, 2655)
+    results = {
+        "parts": list(LOG_PARTS),
+        "quick": False,
+        "rounds": {"logs": 6},
+        "logs": logs,
+        "machine": {"Processor": 'A "fast" one_2, 7 cores'},
+        "left out": [NAMES[target] for target in NAMES if target not in targets],
+    }
+    results["aims"] = aims.all_of(results)
+    return results
+
+
+def scripts(results):
+    return {name: charts.script(name, results, Path("a folder") / "chart.svg") for name in charts.CHARTS}
+
+
+class TestPage(unittest.TestCase):
+    def test_charts_show_the_spread(self):
+        made = scripts(results_of(list(NAMES)))
+        self.assertRegex(made["throughput"], r"\n[34]\.\d+ 0\.19000 0\.17000 1\.29000\n")
+        self.assertIn("with yerrorlines", made["throughput"])
+        self.assertIn(f'\n"{NAMES[OURS]}" 2.00000 1.00000 3.00000 2.47200 2.31100 2.65500\n', made["processor-bursty"])
+        for name in ("burst", "processor", "processor-bursty"):
+            self.assertIn("set style histogram errorbars", made[name])
+        self.assertIn("using 2:3:4:xtic(1)", made["processor"])
+        self.assertIn("using 5:6:7:xtic(1)", made["processor"])
+
+    def test_charts_tell_the_cores_and_the_direction(self):
+        for name, script in scripts(results_of(list(NAMES))).items():
+            title = next(line for line in script.splitlines() if line.startswith("set title"))
+            self.assertIn("more is better" if name == "throughput" else "less is better", title)
+            self.assertIn('\\nA \\"fast\\" one_2, 7 cores; median, least and most of 6 rounds"', title)
+
+    def test_all_is_shown(self):
+        results = results_of(list(NAMES))
+        text = page.make(results, {"performance-burst.svg": "Bursts"})
+        for name in NAMES.values():
+            self.assertIn(f"\n| {name} |", text)
+            for script in scripts(results).values():
+                self.assertIn(f'"{name}"', script)
+        self.assertNotIn("Left out", text)
+        self.assertIn("Two of the log's costs", text)
+        self.assertIn("![Bursts](performance-burst.svg)", text)
+
+    def test_what_is_not_installed_is_left_out(self):
+        targets = [OURS, "qt", COPY]
+        results = results_of(targets)
+        text = page.make(results, {})
+        self.assertIn("Left out, because CMake did not find them: spdlog asynchronous, ", text)
+        for target, name in NAMES.items():
+            for script in scripts(results).values():
+                self.assertEqual(target in targets, f'"{name}"' in script)
+            self.assertEqual(target in targets, f"\n| {name} |" in text)
+            self.assertEqual(target in targets, f"`{target}`" in text)
+        self.assertNotIn("- spdlog", text)
+        self.assertNotIn("Two of the log's costs", text)
+        self.assertFalse([aim for aim in results["aims"] if NAMES[ASYNC] in aim["aim"] or NAMES[SYNC] in aim["figure"]])
+
+
+if __name__ == "__main__":
+    unittest.main()
