@@ -127,7 +127,9 @@ bool FindAnywhere(IniSettings& settings, const QString& group, const QString& ke
     }
     if (isReadable)
         return Find(settings, group, key, text);
-    return Find(ReadableIni(settings.Path(), ReadableIni::Refused::Empty).Settings(), group, key, text);
+    ReadableIni readable(settings.Path(), ReadableIni::Refused::Empty);
+    TakeAll(readable.Settings());
+    return Find(readable.Settings(), group, key, text);
 }
 
 QTime DefaultTime(const QString& key)
@@ -229,6 +231,7 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
     if (!target.IsReadable())
         rest = std::make_unique<ReadableIni>(target.Path(), ReadableIni::Refused::Empty);
     const QSettings& there = rest ? rest->Settings() : target;
+    TakeAll(there);
     bool changed = false;
     const QStringList groups = source.childGroups();
     for (const QString& group : groups) {

@@ -3,6 +3,7 @@
 #include "IniNames.h"
 #include "IniText.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -118,11 +119,15 @@ IniSettings::~IniSettings()
 
 void IniSettings::Add(const Change& change)
 {
+    // The framework sets a value without a look at those that are there, and removes what it has seen.
+    if (change.iIsRemoval)
+        Refresh();
+    else if (!iHasLooked)
+        IsReadable();
     if (!HasChanges())
         ++gUnsaved;
     iChanges += change;
-    // The framework sets a value without a look at those that are there.
-    if (change.iIsRemoval || !iHasLooked ? !IsReadable() : !iIsReadable)
+    if (!iIsReadable)
         return;
     beginGroup(change.iGroup);
     ApplyTo(*this, change);
@@ -184,6 +189,7 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
     iIsReadable = !iIsElsewhere && state.iKind != Kind::Other && IniText::Refused(text).isEmpty();
     iState = state;
     iHasTaken = false;
+    iMayNest = IniText::MayNest(text);
 }
 
 // The framework would look whether the file has changed, and knows less of it than its state tells.
@@ -196,6 +202,8 @@ bool IniSettings::Refresh()
         sync();
         iHasTaken = iHasLooked && iState.iKind == Kind::File && iState.iSize > 0;
     }
+    if (isReadable && std::exchange(iMayNest, false))
+        TakeAll(*this);
     return isReadable;
 }
 
@@ -209,6 +217,7 @@ bool IniSettings::event(QEvent* event)
 
 void IniSettings::Apply()
 {
+    TakeAll(*this); // outside of all groups
     QString group;
     beginGroup(group);
     ForEachChange([&](const Change& change) {
@@ -303,6 +312,8 @@ bool IniSettings::TrySave()
     Content after;
     if (after.Read(iPath) && IsWhole(text, after.Bytes(), backup)) {
         LookAt(changed, after.Bytes());
+        if (IniText::MayNest(text))
+            TakeAnew();
         return true;
     }
     if (isFile)
@@ -310,6 +321,18 @@ bool IniSettings::TrySave()
     else
         QFile::remove(TargetOf(iPath));
     return false;
+}
+
+// The framework does not keep a separator at the start of a name when it writes, and knows the old name. It reads a
+// file again that has another time.
+void IniSettings::TakeAnew()
+{
+    QFile file(iPath);
+    if (file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
+        file.setFileTime(QFileInfo(file).lastModified().addMSecs(1), QFileDevice::FileModificationTime);
+    file.close();
+    iState = StateOf(iEncodedPath);
+    sync();
 }
 
 // In a copy, in which something harmless stands for what is refused.
@@ -331,6 +354,11 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     for (int i = 0; i < lines.size(); ++i)
         changed.replace(standIn(i), text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom));
     return Replace(TargetOf(iPath), changed);
+}
+
+void TakeAll(const QSettings& settings)
+{
+    settings.childKeys(); // the least of the questions for which the framework does
 }
 
 ReadableIni::ReadableIni(const QString& path, Refused refused)

@@ -56,6 +56,7 @@ private:
     bool HasChanges() const { return iMany || !iChanges.empty(); }
     void ForEachChange(const std::function<void(const Change&)>& function) const;
     bool TrySave();
+    void TakeAnew();
     bool TrySaveBeside(const QByteArray& text);
     bool IsWhole(const QByteArray& before, const QByteArray& after, const IniDisk::Backup& backup) const;
     void Apply();
@@ -66,12 +67,17 @@ private:
     bool iIsReadable = true;
     bool iHasLooked = false;
     bool iHasTaken = false; ///< the framework has what the file holds in iState
+    bool iMayNest = false; ///< and the framework has not taken in all of it
     bool iIsForgotten = false; ///< the framework knows of no changes
     bool iHasTidied = false; ///< removed what killed writers left
     IniDisk::State iState;
     QVector<Change> iChanges;
     Changes iMany;
 };
+
+/// Has the framework take in all sections, in their order. By itself it takes in the one that it believes a key to be
+/// in, which is another one where names are nested.
+void TakeAll(const QSettings& settings);
 
 /// What can be read of an INI file without danger: through the file itself, or through a copy in which values that are
 /// refused are missing or empty.

@@ -210,6 +210,27 @@ bool MayHoldStream(const char* from, const char* to)
     return std::memchr(from, '@', size) || std::memchr(from, '\\', size);
 }
 
+// What stands behind the bracket, up to the next one or to the end of the line.
+QByteArray HeaderAt(const char* bracket, const char* end)
+{
+    const char* const from = bracket + 1;
+    const char* const to = std::find_if(from, end, [](char c) { return c == ']' || EndsLine(c); });
+    return QByteArray::fromRawData(from, int(to - from));
+}
+
+// The framework has the keys of this section at the top level.
+bool IsGeneral(const QByteArray& header)
+{
+    return header.trimmed().toLower().startsWith("general");
+}
+
+// Quotes may hide the rest of the name behind a line end.
+bool MaySeparate(const QByteArray& name)
+{
+    const auto isSign = [](char c) { return c == '/' || c == '\\' || c == '"'; };
+    return std::any_of(name.begin(), name.end(), isSign) || (name.contains('%') && name.toLower().contains("2f"));
+}
+
 } // namespace
 
 QVector<IniText::Line> IniText::Refused(const QByteArray& text)
@@ -229,6 +250,33 @@ QVector<IniText::Line> IniText::Refused(const QByteArray& text)
             refused += line;
     }
     return refused;
+}
+
+bool IniText::MayNest(const QByteArray& text)
+{
+    const char* const end = text.constEnd();
+    const auto bracket = [end](const char* from) {
+        return from < end ? static_cast<const char*>(std::memchr(from, '[', size_t(end - from))) : nullptr;
+    };
+    int lastGeneral = 0;
+    for (const char* at = bracket(text.constBegin()); at;) {
+        const QByteArray header = HeaderAt(at, end);
+        if (header.isEmpty() || MaySeparate(header))
+            return true;
+        if (IsGeneral(header))
+            lastGeneral = int(at - text.constBegin());
+        at = bracket(at + 1 + header.size());
+    }
+    bool isTopLevel = true;
+    Lines lines(text);
+    while ((isTopLevel || lines.Line().iFrom < lastGeneral) && lines.Next()) {
+        const Line line = lines.Line();
+        if (text.at(line.iFrom) == '[')
+            isTopLevel = IsGeneral(HeaderAt(text.constBegin() + line.iFrom, end));
+        else if (isTopLevel && line.iValueFrom >= 0 && MaySeparate(text.mid(line.iFrom, line.iValueFrom - line.iFrom)))
+            return true;
+    }
+    return false;
 }
 
 QByteArray IniText::Without(const QByteArray& text, const QVector<Line>& lines)
