@@ -80,14 +80,14 @@ void RunLoad(const QDeadlineTimer& deadline)
         Number(kLoad.iThreads) + " threads, " + Number(outcome.iLines) + " calls, " + Number(outcome.iLevelChanges)
             + " changes of level, " + Number(kLoad.iFiles - 1) + " of file, " + Number(outcome.iRotations)
             + " rotations",
-        "0 lost, 0 torn; " + Number(outcome.iTwice) + " lines in two files, as they must; " + Number(outcome.iStopped)
+        "0 lost, 0 torn; " + Number(outcome.iTwice) + " lines in two files, as expected; " + Number(outcome.iStopped)
             + " stopped by the level; " + Number(outcome.iLate) + " calls waited for a second, "
             + Number(outcome.iDropped) + " of them dropped; " + QByteArray::number(outcome.iSecs, 'f', 1) + " s",
         outcome.iFault);
-    Row("memory goes back", "the same",
+    Row("memory is returned", "the same",
         MiB(outcome.iStartKiB) + " MiB before, " + MiB(outcome.iWarmKiB) + " after the first twelfth, "
             + MiB(outcome.iPeakKiB) + " at most, " + MiB(outcome.iEndKiB) + " after the stop",
-        outcome.iEndKiB - outcome.iWarmKiB < 2048 ? QByteArray() : "memory stays taken");
+        outcome.iEndKiB - outcome.iWarmKiB < 2048 ? QByteArray() : "memory is not returned");
 }
 
 void RunFaults(const QDeadlineTimer& deadline)
@@ -123,7 +123,7 @@ void RunKills(quint32 seed, const QDeadlineTimer& deadline)
         Number(log.iPromised) + " lines promised, " + Number(log.iFound) + " lines found, all in order; "
             + Number(log.iTorn) + " files end within a line",
         log.iFault);
-    Row("the INI file is a state that was written", Number(ini.iKills) + " kills",
+    Row("the INI file is always a version that was written", Number(ini.iKills) + " kills",
         Number(ini.iPromised) + " changes promised, " + Number(ini.iFound) + " found; " + Number(ini.iLeftLocks)
             + " locks left behind",
         ini.iFault);
