@@ -12,7 +12,7 @@ class NEROLTORVANEBASE_EXPORT DiskSpace
 public:
     DiskSpace() = delete;
 
-    /// The bytes that are free on the volume with the file or folder at `path`; -1 when there is no such path, as for
-    /// one with a NUL in it, or the volume does not tell. Blocks as long as the volume takes to answer.
+    /// Returns the free bytes on the volume that contains the file or folder at `path`. Returns -1 if there is no such
+    /// path, if the path contains a NUL, or if the volume does not tell. Blocks as long as the volume takes to answer.
     static qint64 GetFreeDiskSpace(const QString& path);
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// How the names of the library leave it.
+/// Exports the public names of the library.
 
 #include <QtCore/qglobal.h>
 

@@ -6,19 +6,25 @@
 
 class SingletonHook;
 
-/// Holds the hook of the process, the first that was installed, until the holder is destroyed. The hook belongs to the
-/// host. For the main thread.
+/// Holds the hook of the process, through which its shared libraries find their singletons. The first hook that is
+/// installed stays until a holder is destroyed. The host owns the hook, and installs it at the start of main, before
+/// it uses SystemConfig or any other singleton of a hook:
+/// @code
+/// SingletonHook hook;
+/// HookedSingleton::InstallHook(&hook);
+/// @endcode
+/// For the main thread.
 class NEROLTORVANEBASE_EXPORT HookedSingleton
 {
 public:
-    /// Stores the hook, and nothing else: InstallHook is what makes a holder the one of the process.
+    /// Only stores the hook. Call InstallHook to make it the hook of the process.
     explicit HookedSingleton(SingletonHook* hook);
-    /// Makes room for another hook; deletes nothing.
+    /// Does not delete the hook. Afterwards InstallHook may install another one.
     ~HookedSingleton();
 
-    /// Installs the hook unless there is one.
+    /// Installs the hook for the process. Does nothing if there is one already.
     static void InstallHook(SingletonHook* hook);
-    /// The hook installed. Asking before there is one is a mistake that ends the process.
+    /// Returns the installed hook. Without one this ends the process with a message.
     static SingletonHook* GetInstance();
 
 private:

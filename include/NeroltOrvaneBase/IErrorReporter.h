@@ -18,11 +18,11 @@ public:
     /// Called on the thread that logged, after the line is in the log's buffer, with the code as
     /// LoggerDefs::ExtraErrorInfoType renders it and the message as the caller gave it (not the formatted line).
     ///
-    /// The Logger's mutex is held meanwhile: other threads' warnings and errors wait until it returns. The
-    /// implementation may log, make, list and destroy threads, change the log's file and stop it, all on the same
-    /// thread; should another thread have the list of threads, its warnings pass while this one waits for it. There is
-    /// never more than one call at a time, but for errors that the implementation logs itself. It must not wait for
-    /// another thread that logs. An exception is swallowed.
+    /// The Logger's mutex is held meanwhile: warnings and errors of other threads wait until this returns. The
+    /// implementation may log, create, list and destroy threads, change the log's file and stop the log, all on this
+    /// thread. If another thread holds the list of threads, the mutex is released while this one waits for the list.
+    /// There is never more than one call at a time, except for errors that the implementation logs itself. The
+    /// implementation must not wait for another thread that logs. Exceptions that it throws are ignored.
     virtual void ReportError(const QString& errorCode, const QString& message) = 0;
 
 protected:

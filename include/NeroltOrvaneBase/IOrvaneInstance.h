@@ -2,13 +2,13 @@
 
 #include "Export.h"
 
-/// What a SingletonHook can hold.
+/// The base class of singletons that a SingletonHook can hold.
 class NEROLTORVANEBASE_EXPORT IOrvaneInstance
 {
 public:
     virtual ~IOrvaneInstance();
 
-    /// Destroys the object and clears whatever static pointer refers to it.
+    /// Destroys the object and clears any static pointer that refers to it.
     virtual void Delete() = 0;
 
 protected:

@@ -4,20 +4,20 @@
 
 #include <QtCore/QString>
 
-/// The name of a section or key: compared without regard to case, character by character, but kept as it was spelled.
-/// The order is a strict weak one, so that the class serves as the key of a QMap; a name that is found again under
-/// another spelling keeps its first. Copies share their text.
+/// The name of a section or key. Comparison ignores case, character by character; the spelling is kept. The order is a
+/// strict weak ordering, so the class can be the key of a QMap. A name that is inserted again with another spelling
+/// keeps the first one. Copies share their text.
 class NEROLTORVANEBASE_EXPORT IniString
 {
 public:
-    // Implicit both ways, so that plain text serves as a name and a name as text.
+    // Implicit both ways, so that text can be used as a name and a name as text.
     // NOLINTBEGIN(google-explicit-constructor)
-    /// Keeps the text as it is spelled.
+    /// Keeps the spelling of the text.
     IniString(const QString& text)
         : iText(text)
     {
     }
-    /// The text as it was spelled.
+    /// Returns the text in its original spelling.
     operator QString() const { return iText; }
     // NOLINTEND(google-explicit-constructor)
 
@@ -25,7 +25,7 @@ public:
     /// Any thread may call; never throws.
     /// @{
 
-    /// As QString::compare with Qt::CaseInsensitive tells.
+    /// The same result as QString::compare with Qt::CaseInsensitive.
     bool operator==(const QString& other) const { return Compare(iText, other) == 0; }
     bool operator==(const IniString& other) const { return Compare(iText, other.iText) == 0; }
     bool operator!=(const QString& other) const { return !(*this == other); }

@@ -14,68 +14,69 @@ class LoggerAgent;
 
 /// The process-wide log.
 ///
-/// A call formats one line into a buffer in memory; a thread of the log's own writes the file. Until the first
-/// SetLoggerFileName lines wait in the buffer; after StopLogging every call is ignored. No call ever throws or reports
-/// a failure. Those that start, change or stop the log wait for the disk, and meanwhile warnings, errors and exceptions
-/// of other threads wait for them; information, debug and trace messages wait for a second at most and are then
-/// dropped. No other call waits for the disk.
+/// A call formats one line into a buffer in memory. The logging thread writes the file. Before the first
+/// SetLoggerFileName lines stay in the buffer. After StopLogging every call is ignored. No call throws or reports a
+/// failure, except that GetInstance may throw std::bad_alloc. Calls that start, change or stop the log wait for the
+/// disk. Meanwhile warnings, errors and exceptions of other threads wait for those calls; information, debug and trace
+/// messages wait for a second at most and are then dropped. No other call waits for the disk.
 ///
-/// What waits for a disk that stands still is kept, up to 1 GiB or a quarter of the machine's memory, whichever is
-/// less. Lines beyond that are dropped, and a warning in their place tells how many.
+/// If the disk stands still, lines queue in memory, up to 1 GiB or a quarter of the machine's memory, whichever is
+/// less. Lines beyond that are dropped, and a warning in their place says how many.
 ///
-/// Test the level before you build a message, as everybody here does:
+/// Test the level before you build a message:
 /// @code
 /// if (Logger::GetInstance()->GetLevel() & LoggerDefs::Debug)
 ///     Logger::LogDebug("Cache::Load", QStringLiteral("entries %1").arg(count));
 /// @endcode
 ///
-/// Any thread may log, but no signal handler: the thread that it interrupts may be within a log call and hold its
-/// locks, for which the handler would wait for ever. A thread that is terminated within a call (QThread::terminate,
-/// where the error reporter gives it occasion) is unwound through it, and the log goes on.
+/// Any thread may log, but no signal handler may: the interrupted thread may hold a lock that the handler would wait
+/// for forever. If a thread is terminated during a call (QThread::terminate, at a cancellation point of the error
+/// reporter), the call is unwound and the log continues.
 ///
-/// The static form (LogWarning) reaches the single instance, the member form (Warning) the object
-/// it is called on; they do the same. `func` is the name of the calling function, NUL-terminated UTF-8, null for none.
-/// Carriage returns and line feeds are removed, so that a message never makes a second line.
+/// The static functions (LogWarning) use the single instance; the member functions (Warning) do the same for the object
+/// they are called on. `func` is the name of the calling function, NUL-terminated UTF-8, or null. Carriage returns and
+/// line feeds are removed, so that a message is always a single line.
 class NEROLTORVANEBASE_EXPORT Logger
 {
 public:
-    /// The single instance, created on first use on the calling thread, whose event loop then drives the log's timer:
-    /// call it first on the main thread. Never null; throws std::bad_alloc when there is no memory for a first use.
+    /// Returns the single instance and creates it on first use. The event loop of the thread that calls first drives
+    /// the log's timer: call it first on the main thread. Never null. The first call throws std::bad_alloc without
+    /// memory.
     static Logger* GetInstance()
     {
         Logger* const instance = iInstance.load(std::memory_order_acquire);
         return instance ? instance : CreateInstance();
     }
 
-    /// Stops the log as the destructor does and destroys the instance, but keeps the pointer to it: calls that come
-    /// later do nothing. For the end of the process, when no other thread uses the logger.
+    /// Stops the log as the destructor does and destroys the instance. The pointer to it stays valid: later calls do
+    /// nothing. Call it at the end of the process, when no other thread uses the logger.
     static void Cleanup();
 
-    /// Logs "stopping logging" if the log still runs, and stops it. Blocks as StopLogging does.
+    /// If the log still runs, logs "stopping logging" and stops it. Blocks as StopLogging does.
     virtual ~Logger();
 
-    /// Writes what is buffered, stops the logging thread and ends logging for the life of the process.
-    /// Blocks until everything is in the file, and then at most 10 seconds for the thread. Where the system would not
-    /// start a logging thread the calling thread writes the file itself. Call it on the main thread (any thread but the
-    /// logging thread may), and before the application object ends: without it nothing reaches the logging thread, and
-    /// what is in the buffer is lost. In a copy of the process (fork) that is made while the log runs, it is over from
-    /// the start.
+    /// Writes the buffered lines, stops the logging thread and ends logging for the rest of the process.
+    /// Blocks until everything is in the file, and then at most 10 seconds for the thread. If the system refused to
+    /// start a logging thread, the calling thread writes the file itself. Call it on the main thread (any thread except
+    /// the logging thread may), and before the application object is destroyed: without that object nothing reaches the
+    /// logging thread, and the lines in the buffer are lost. A process that is forked while logging runs cannot log:
+    /// its calls are ignored, as after this one.
     static void StopLogging();
 
-    /// Logs to the file at `path`, created when missing, in a folder that exists; a relative path is taken from the
-    /// current folder of this moment. Without `force` only the first name counts; with `force` the log changes files,
-    /// and the lines still in the buffer appear in both. Without memory for it the log stands as if no name were set.
-    /// The file rotates by size and age, see LoggerWorker. Blocks while the file before it is completed. Call it on the
-    /// main thread (any thread but the logging thread may).
+    /// Starts the log in the file at `path`, and creates the file if it is missing. Its folder must exist. A relative
+    /// path refers to the folder that is current during the call. Without `force` only the first call has an effect.
+    /// With `force` the log changes files, and the lines in the buffer appear in both. If memory runs out, the log is
+    /// as if no name had been set. The file rotates by size and age, see LoggerWorker. Blocks until the previous file
+    /// is complete. Call it on the main thread (any thread except the logging thread may).
     static void SetLoggerFileName(const QString& path, bool force);
 
-    /// The path given to SetLoggerFileName, empty before. Only meaningful until StopLogging, and only on the thread
+    /// Returns the path given to SetLoggerFileName, empty before. Valid only until StopLogging, and only on the thread
     /// that sets the name.
     static const QString& GetLoggerFileName();
 
     /// @name Messages with a code of their level
-    /// Information (code 10) takes no lock of the Logger's. Debug (20) and Trace (25) are dropped when its mutex cannot
-    /// be had within 1000 ms. Warning (30) waits for it.
+    /// Information (code 10) does not lock the Logger's mutex. Debug (20) and Trace (25) wait for it for 1000 ms at
+    /// most, and are then dropped. Warning (30) waits for it.
     /// @{
 
     /// One line, if the mask lets its level through.
@@ -90,8 +91,8 @@ public:
     /// @}
 
     /// @name Errors and exceptions
-    /// With a code of the caller's, for the log and for the error reporter. They wait for the Logger's mutex. The
-    /// extras are stored also when the filter stops the message. Exceptions are reported with the plain code.
+    /// The caller supplies the code, for the log and for the error reporter. They wait for the Logger's mutex. The
+    /// extras are stored even if the mask stops the message. Exceptions are reported with the plain code.
     /// @{
 
     /// One line, if the mask lets its level through.
@@ -113,16 +114,17 @@ public:
     void UnknownException(unsigned int code, const char* func);
     /// @}
 
-    /// Who hears of errors and exceptions; null for nobody. Not owned: it must live until it is replaced or the log
-    /// stops. Waits for a reporter that is at work on another thread, and for the Logger's mutex.
+    /// Sets the object that is told of errors and exceptions, or null for none. The log does not own it: it must live
+    /// until it is replaced or the log stops. Waits for a reporter that runs on another thread, and for the Logger's
+    /// mutex.
     static void SetErrorReporter(IErrorReporter* reporter);
 
-    /// Stores a flag for the host. Waits for the Logger's mutex.
+    /// Stores a flag that nothing reads. Waits for the Logger's mutex.
     static void SetStackTrace(bool enabled);
-    /// Always true, whatever was set.
+    /// Always returns true, whatever was set.
     static bool StackLoggingEnabled();
 
-    /// Replaces the mask; the mask of a new logger is Error | Exception. Waits for the Logger's mutex.
+    /// Replaces the mask. A new logger has the mask Error | Exception. Waits for the Logger's mutex.
     void SetLevel(int mask);
     /// The mask, 0 once the log is stopped. Two loads: never blocks.
     int GetLevel() const { return iLevels.load(std::memory_order_relaxed)->load(std::memory_order_relaxed); }
@@ -130,19 +132,19 @@ public:
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
     /// LoggingEnabled(LoggerDefs::Trace). Never blocks.
     bool TraceLoggingEnabled() const;
-    /// The same answer, but waits for the Logger's mutex first.
+    /// The same, but first waits for the Logger's mutex.
     static bool LoggingEnabledTrace();
 
-    /// Replaces the mask and says so in the log, under the old mask or else the new one, whichever lets information
-    /// through. Every line written meanwhile goes to the file at once. False, with a line that says so, when the mask
-    /// is LoggerDefs::kLockedLevel; false when the log is stopped. Waits for the Logger's mutex.
+    /// Replaces the mask and logs that as information, if the old or the new mask lets it through. Lines that are
+    /// logged meanwhile are handed over at once. If the mask is LoggerDefs::kLockedLevel, returns false and logs that.
+    /// Returns false if the log is stopped. Waits for the Logger's mutex.
     static bool ResetLoggingLevel(int mask);
 
 private:
     Logger();
     Q_DISABLE_COPY(Logger)
 
-    // Storage that outlives the object: a thread that logs after Cleanup finds a stopped logger, not freed memory.
+    // The storage outlives the object: a thread that logs after Cleanup finds a stopped logger, not freed memory.
     static void* operator new(std::size_t size);
     static void operator delete(void* memory);
 
@@ -156,7 +158,7 @@ private:
     void SetAgent(LoggerAgent* agent);
     void End(const char* func, const char* farewell, bool withPath);
 
-    // The list of threads is there before any logger: it watches for copies of the process. And its lock comes first.
+    // The list of threads exists before any logger: it handles forks. Its lock also comes first.
     friend class RegisteredThread;
     static int UnlockForList();
     static void LockAgain(int times);

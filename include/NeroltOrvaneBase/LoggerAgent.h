@@ -19,30 +19,30 @@ class RegisteredThread;
 
 /// Filters and formats messages, buffers the lines and hands them to the logging thread.
 ///
-/// This is the object behind Logger, which hosts use instead. It lives on the thread that created it; that thread's
+/// This class implements Logger, which hosts use instead. An object lives on the thread that created it; that thread's
 /// event loop drives the timer that hands over idle lines. Unless stated otherwise a function may be called on any
-/// thread but the logging thread, callers serialise their calls as Logger does, and nothing waits for the disk.
+/// thread except the logging thread, callers serialise their calls as Logger does, and nothing waits for the disk.
 ///
 /// A line is "yyyy-MM-dd hh:mm:ss.zzz|code|level|function|message" and a line feed, in local time and UTF-8. Carriage
 /// returns and line feeds inside it are removed; `|` is not escaped.
 ///
 /// Lines are handed over when the buffer passes 5000 bytes, or by the first tick of a 5-second timer after 31 seconds
-/// without a new line. While the log is stopped they wait in the buffer, and a buffer that passes 5000 bytes is lost.
+/// without a new line. While the log is stopped they stay in the buffer, and a buffer that passes 5000 bytes is lost.
 class NEROLTORVANEBASE_EXPORT LoggerAgent : public QObject
 {
     Q_OBJECT
 
 public:
-    /// A stopped agent with the mask `level`.
+    /// Creates a stopped agent with the mask `level`.
     LoggerAgent(int level, QObject* parent);
-    /// Call StopLogging first: a logging thread that still runs is not stopped.
+    /// Call StopLogging first: the destructor does not stop a running logging thread.
     ~LoggerAgent() override;
 
-    /// Writes the message as one line if the mask lets `level` through, then tells the error reporter of an error or
-    /// exception. Waits at most 1000 ms for the buffer, then drops the line. May be called without serialising.
+    /// Buffers the message as one line if the mask lets `level` through, and then calls the error reporter for an error
+    /// or exception. Waits at most 1000 ms for the buffer, then drops the line. Calls need not be serialised.
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
              const QString& msg);
-    /// The same after storing the extras, whatever the mask.
+    /// The same, after it stores the extras, whatever the mask.
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, const char* func,
              const QString& msg, int a, int b);
     /// @overload
@@ -55,41 +55,41 @@ public:
     void Log(LoggerDefs::LogValues level, LoggerDefs::ExtraErrorInfoType kind, unsigned int code, unsigned int x,
              unsigned int y, const char* func, const QString& msg);
 
-    /// Buffers one line whatever the mask. Waits at most 1000 ms for the buffer, then drops the line. May be called
-    /// without serialising.
+    /// Buffers one line, whatever the mask. Waits at most 1000 ms for the buffer, then drops the line. Calls need not
+    /// be serialised.
     void DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg);
 
     /// Replaces the mask.
     void SetLevel(int level);
-    /// The mask. One load: never blocks.
+    /// Returns the mask. A single load: never blocks.
     int Level() const;
-    /// True when every bit of `level` is in the mask.
+    /// Returns whether every bit of `level` is in the mask.
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
-    /// Stores a flag for the host.
+    /// Stores a flag.
     void SetStackTrace(bool enabled);
-    /// The flag that was stored.
+    /// Returns that flag.
     bool StackLoggingEnabled();
-    /// Not owned; null for nobody.
+    /// Sets the error reporter, or null for none. The agent does not own it.
     void SetErrorReporter(IErrorReporter* reporter);
 
-    /// Replaces the mask unless it is LoggerDefs::kLockedLevel, and says so in an information line that is handed over
-    /// at once. False when the mask was locked.
+    /// Replaces the mask unless it is LoggerDefs::kLockedLevel, and logs that in an information line that is handed
+    /// over at once. Returns false if the mask was locked.
     bool ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg);
 
     /// Completes the file so far, if any, and starts the logging thread on `path`. Blocks as StopLogging does. Throws
     /// std::bad_alloc, and then goes on with the file so far, or has no path and no thread.
     void SetLoggerFileName(const QString& path);
-    /// The path given last, empty before.
+    /// Returns the path that was set last, empty before.
     const QString& FileName() const;
-    /// The same, safe to ask while another thread changes it.
+    /// The same. Another thread may change the path meanwhile.
     QString FileNameCopy() const;
 
-    /// Starts the logging thread and the timer; nothing when they run. A thread that the system refuses is asked for
-    /// again by the timer. Throws std::bad_alloc, and then nothing runs.
+    /// Starts the logging thread and the timer; does nothing if they run. If the system refuses the thread, the timer
+    /// tries again. May throw std::bad_alloc, and then nothing runs.
     void StartThread();
-    /// Blocks until the logging thread has written all it was given and the buffer too, then at most 10 seconds for
-    /// its end; nothing when no thread runs. The buffer is kept, and so opens the next file as well. When the system
-    /// has refused the thread, the calling one writes all that.
+    /// Blocks until the logging thread has written its queue and the buffer, then at most 10 seconds until the thread
+    /// has ended. Does nothing if no thread runs. The buffer keeps its lines, so they also begin the next file. If the
+    /// system has refused the thread, the calling thread writes everything.
     void StopLogging();
     /// Hands the buffer to the logging thread and empties it. The thread writes it at once, or within two milliseconds
     /// when it has more than 5000 bytes.
@@ -101,11 +101,11 @@ public:
 Q_SIGNALS:
     /// A batch of lines for the logging thread.
     void logMessage(const QByteArray& batch);
-    /// The last batch; the emission returns when the worker has written everything.
+    /// The last batch. The emission returns when the worker has written everything.
     void stopWorker(const QByteArray& batch);
 
 protected:
-    /// Hands the buffer over when it has been quiet for long.
+    /// Hands the buffer over if no line has come for 31 seconds.
     void timerEvent(QTimerEvent* event) override;
 
 private:

@@ -1,10 +1,10 @@
 #pragma once
 
-/// The vocabulary of the log: levels, and what goes with an error code.
+/// The levels of the log, and the extras of an error code.
 namespace LoggerDefs {
 
-/// A level is one bit; the active filter (the mask) is an OR of bits. A message passes when its bit is in the mask.
-/// A value that is not one of these six is never written, whatever the mask.
+/// A level is one bit. The mask is an OR of levels. A message passes if its bit is in the mask. A value that is not one
+/// of these six is never written, whatever the mask.
 enum LogValues : int {
     Information = 1,
     Error = 2,
@@ -14,12 +14,12 @@ enum LogValues : int {
     Debug = 32,
 };
 
-/// How the code of an error is rendered for IErrorReporter; the line in the log always shows the plain decimal code.
-/// `a` and `b` are the two ints of an error, `x` and `y` its two unsigned ints. Base 16 is lower case, without prefix
-/// or padding. Any other value means NoExtraInfo. An exception honours FirstIntDec only.
+/// The format of an error's code for IErrorReporter. The line in the log always shows the plain decimal code. `a` and
+/// `b` are the two ints of an error, `x` and `y` its two unsigned ints. Base 16 is lower case, without prefix or
+/// padding. Any other value means NoExtraInfo. An exception uses FirstIntDec only.
 ///
-/// The extras are kept by the logger until a later call of the same kind replaces them: a call that names a kind whose
-/// extras it does not supply renders the ones stored last.
+/// The logger keeps the extras until a later call of the same kind replaces them. A call that names a kind but does not
+/// supply its extras gets the ones that were stored last.
 enum ExtraErrorInfoType : int {
     NoExtraInfo = 0, ///< code
     SecondIntHex = 1, ///< code_b, b in base 16

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The log: every class of the family.
+/// All classes of the module logging.
 #include "IErrorReporter.h"
 #include "Logger.h"
 #include "LoggerAgent.h"

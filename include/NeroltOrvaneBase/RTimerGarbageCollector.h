@@ -6,16 +6,16 @@
 
 class QTimer;
 
-/// Adopts stopped timers and deletes them: when the event loop comes round, or with itself, whichever is first.
+/// Adopts stopped timers and deletes them in the next iteration of the event loop, or when it is destroyed itself.
 class NEROLTORVANEBASE_EXPORT RTimerGarbageCollector : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Owned by `parent`, if there is one.
+    /// `parent` owns the object, if it is not null.
     explicit RTimerGarbageCollector(QObject* parent);
 
-    /// Makes `timer` a child of this object and schedules its deletion. Both must live on the calling thread. Nothing
-    /// for null. Logs at debug level.
+    /// Makes `timer` a child of this object and schedules its deletion. Both must live on the calling thread. Does
+    /// nothing for null. Logs at debug level.
     void AddTimer(QTimer* timer);
 };

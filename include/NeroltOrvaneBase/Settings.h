@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Settings kept in INI files: every class of the family.
+/// All classes of the module settings.
 #include "IIniFileBase.h"
 #include "IniFile.h"
 #include "IniString.h"

@@ -10,39 +10,39 @@
 
 class QSettings;
 
-/// The settings of a whole INI file in memory, read from a file and written back on request.
+/// The settings of a whole INI file in memory, read from a file and written to a file on request.
 ///
-/// Section and key names are matched without regard to case and keep their first spelling. The text of files is
-/// QSettings' INI format. The object is not tied to a file and is used by one thread at a time. Nothing here throws.
+/// Section and key names are case-insensitive and keep their first spelling. The format of files is the INI format of
+/// QSettings. The object is not bound to a file. Only one thread at a time may use it. Nothing here throws.
 class NEROLTORVANEBASE_EXPORT SettingsIniFile : public IIniFileBase
 {
 public:
-    /// Empty.
+    /// Creates an empty store.
     SettingsIniFile();
-    /// Copies the values, not what was removed. A section without keys is not copied.
+    /// Copies the values, but not the record of removed keys. Does not copy a section without keys.
     SettingsIniFile(const SettingsIniFile& other);
-    /// Replaces the values and keeps what was removed here. An object assigned to itself loses its values.
+    /// Replaces the values and keeps this object's record of removed keys. Self-assignment loses the values.
     SettingsIniFile& operator=(const SettingsIniFile& other);
     ~SettingsIniFile() override;
 
-    /// Drops all values. What was removed before is still removed from files that are written later.
+    /// Removes all values. WriteFile still removes the keys that RemoveKey removed before.
     void Clear();
 
-    /// Adds the values of a file: keys directly in named sections. Always true; a file that is missing or cannot be
-    /// read, and a path that is no file, add nothing. Nor do values in the framework's binary notation that it cannot
-    /// decode safely. Blocks for the disk. Logs at debug and trace level.
+    /// Adds the values of a file: keys directly in named sections. Always returns true. Adds nothing if the file is
+    /// missing, cannot be read, or is a pipe, a socket or a device. Skips values in the framework's binary notation
+    /// that cannot be decoded safely. Blocks for the disk. Logs at debug and trace level.
     bool ReadFile(const QString& path);
 
-    /// Sets all values in a file and then takes out of it every key that was ever removed here, spelled as it was
-    /// removed and even if it was set again, together with what is nested below it ("x/y" below "x"). Other keys of the
-    /// file stay; comments do not. False when this is not in the file afterwards; the file is then as it was. Blocks
-    /// for the disk. Logs at debug level.
+    /// Sets all values in a file. Then removes every key from it that was ever removed here, in the spelling in which
+    /// it was removed and even if it was set again, together with the keys nested below it ("x/y" below "x"). Other
+    /// keys of the file stay; comments are lost. If this fails, returns false and the file is unchanged. Blocks for the
+    /// disk. Logs at debug level.
     bool WriteFile(const QString& path) const;
 
-    /// Logs a hit at trace level.
+    /// Logs at trace level if it finds the key.
     bool GetKeyValue(const QString& group, const QString& key, QString& value) const override;
-    /// Stores a value in memory; an earlier one is replaced whole, its type included. Never logs. A string literal and
-    /// a literal 0 fit both forms equally well, which compilers refuse: write QString("text") and QVariant(0).
+    /// Stores a value in memory and replaces an earlier one, including its type. Never logs. A string literal or a
+    /// literal 0 is ambiguous between the two overloads: write QString("text") and QVariant(0).
     void SetKeyValue(const QString& group, const QString& key, const QVariant& value) override;
     /// The same for text.
     void SetKeyValue(const QString& group, const QString& key, const QString& value);

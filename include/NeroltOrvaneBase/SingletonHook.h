@@ -7,19 +7,19 @@
 
 class IOrvaneInstance;
 
-/// Names and the singletons behind them, shared by all modules of a process. Used on the main thread during start-up
-/// and at the end; look-ups in between only read.
+/// Maps names to singletons, for all shared libraries of a process. Change it on the main thread only, when the process
+/// starts or ends. In between, any thread may look instances up.
 class NEROLTORVANEBASE_EXPORT SingletonHook
 {
 public:
     SingletonHook();
-    /// Calls Delete() on every instance, in the order of their names. There must be no null among them, and none may
-    /// call back.
+    /// Calls Delete() on each instance, in the order of their names. No instance may be null, and none may use the hook
+    /// meanwhile.
     ~SingletonHook();
 
-    /// Null when there is none of that name.
+    /// Returns the instance with that name, or null.
     IOrvaneInstance* GetInstance(const QString& name);
-    /// Enters or replaces; an instance that is replaced is not deleted.
+    /// Adds an instance or replaces it. Does not delete the instance that it replaces.
     void SetInstance(const QString& name, IOrvaneInstance* instance);
 
 private:

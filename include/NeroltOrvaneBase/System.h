@@ -1,5 +1,5 @@
 #pragma once
 
 /// @file
-/// The application's folders and the host: every class of the family.
+/// All classes of the module system.
 #include "SystemConfig.h"

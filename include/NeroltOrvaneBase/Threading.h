@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Threads, timers and singletons: every class of the family.
+/// All classes of the module threading.
 #include "HookedSingleton.h"
 #include "IOrvaneInstance.h"
 #include "RTimerGarbageCollector.h"

@@ -7,9 +7,10 @@
 
 class QUrl;
 
-/// Parameters of a URL's query, set without doubling them. A parameter that is replaced moves to the end. Delimiters
-/// and percent-encoding are those of QUrlQuery, which also writes the parameters that stay anew: a raw "=" within a
-/// value becomes "%3D". Any thread may call; nothing here blocks or logs.
+/// Sets parameters of a URL's query without duplicating them. A parameter that is replaced moves to the end. Delimiters
+/// and percent-encoding are those of QUrlQuery, which rewrites the other parameters as well: a raw "=" in a value
+/// becomes
+/// "%3D". Any thread may call. Nothing here blocks or logs.
 class NEROLTORVANEBASE_EXPORT UrlQueryManager
 {
 public:
@@ -18,15 +19,15 @@ public:
     /// One parameter of a query.
     struct URLParameters
     {
-        QString iKey; ///< its name
-        QString iValue; ///< empty for none, where a list is passed
+        QString iKey; ///< the name
+        QString iValue; ///< empty means no value, in functions that take a list
     };
 
-    /// Sets one parameter, to an empty value too.
+    /// Sets one parameter. An empty value is allowed.
     static void AddQueryParameter(QUrl& url, const QString& key, const QString& value);
-    /// Sets each parameter with a value and removes those without one. Into a URL that has no query, a key that is
-    /// listed twice goes twice.
+    /// Sets each parameter that has a value and removes those without one. If the URL has no query, a key that is
+    /// listed twice is added twice.
     static void AddQueryParameters(QUrl& url, const QVector<URLParameters>& params);
-    /// Sets only parameters that the query has already, and only those with a value.
+    /// Sets only parameters that are already in the query, and only those with a value.
     static void AddQueryParametersIfExists(QUrl& url, const QVector<URLParameters>& params);
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Files, disks and URLs: every class of the family.
+/// All classes of the module util.
 #include "DiskSpace.h"
 #include "FileInfoMac.h"
 #include "FileUtilities.h"
