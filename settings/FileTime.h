@@ -2,5 +2,5 @@
 
 #include <sys/stat.h>
 
-/// When a file was modified, as fine as its system tells it.
+/// The modification time of a file, as precisely as the system stores it.
 timespec ModifiedAt(const struct stat& status);

@@ -25,8 +25,8 @@ using IniDisk::State;
 
 namespace {
 
-constexpr int kTries = 8; ///< of what failed for once
-constexpr int kUniqueSize = 6; ///< of the framework's temporary files
+constexpr int kTries = 8; ///< of a call that may fail once
+constexpr int kUniqueSize = 6; ///< letters in the names of the framework's temporary files
 constexpr mode_t kAllModes = 07777;
 
 class OpenFile
@@ -90,7 +90,7 @@ QString NewNameBeside(const QString& path)
     return name;
 }
 
-// With the mode of the file that is there, if any.
+// The file gets the mode of the existing one, if any.
 bool WriteNew(const QString& path, const QByteArray& bytes, const QString& like)
 {
     struct stat status = {};
@@ -166,7 +166,7 @@ bool Content::ReadOnce(const QByteArray& encodedPath)
         return errno == ENOENT;
     if (::fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size >= INT_MAX)
         return false;
-    const auto size = size_t(status.st_size) + 1; // the last reading finds the end
+    const auto size = size_t(status.st_size) + 1; // the last read finds the end of the file
     void* const memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)
         return false;
@@ -232,7 +232,7 @@ FolderLock::FolderLock(const QString& path)
     }
 }
 
-// Said aloud: a copy of the process may have the folder open, too.
+// Unlocks explicitly: a forked process may have the folder open, too.
 FolderLock::~FolderLock()
 {
     if (iFolder < 0)

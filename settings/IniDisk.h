@@ -6,12 +6,12 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
-/// INI files on disks that fail, fill up and are shared.
+/// INI files on disks that fail or fill up, and that other processes change.
 namespace IniDisk {
 
 enum class Kind { None, File, Folder, Other };
 
-/// What tells one state of a file from another.
+/// Identifies a version of a file.
 struct State
 {
     Kind iKind = Kind::None;
@@ -24,25 +24,25 @@ bool operator==(const State& left, const State& right);
 
 State StateOf(const QString& path);
 State StateOf(const QByteArray& encodedPath);
-/// Where the links at the end of the path lead, which may be nowhere.
+/// The target of the links at the end of the path, which need not exist.
 QString TargetOf(const QString& path);
 
-/// Puts a new file with these bytes in the place of the one at `path`, or leaves that as it is and gives false.
+/// Replaces the file at `path` with a new one that holds these bytes, or leaves it alone and returns false.
 bool Replace(const QString& path, const QByteArray& bytes);
-/// Removes what killed writers left beside the file more than a minute ago.
+/// Removes the files that killed writers left beside this one more than a minute ago.
 void RemoveLeftovers(const QString& path);
 
-/// The bytes of a regular file, beside the heap: a large block there has all small ones put in order first, which takes
-/// longer than reading.
+/// The bytes of a regular file, outside the heap: to allocate a large block there, the allocator first merges all small
+/// free ones, which takes longer than reading.
 class Content
 {
 public:
     Content() = default;
     ~Content() { Clear(); }
 
-    /// A file that is missing has none. False if they cannot be had.
+    /// A missing file has no bytes. False if the file cannot be read.
     bool Read(const QString& path);
-    /// As long as this is.
+    /// Valid as long as this object.
     const QByteArray& Bytes() const { return iBytes; }
 
 private:
@@ -56,8 +56,8 @@ private:
     QByteArray iBytes;
 };
 
-/// Keeps other objects and processes that ask for it from changing a folder's INI files. Waits for a while only: a lock
-/// that somebody keeps is worth less than the change.
+/// Keeps other objects and processes that take this lock from changing a folder's INI files. Waits for a limited time:
+/// the change matters more than a lock that somebody does not release.
 class FolderLock
 {
 public:
@@ -70,14 +70,14 @@ private:
     int iFolder;
 };
 
-/// A second name for a file, or a copy where there are no such names, until its end.
+/// A second name for a file, or a copy if the file system has no hard links, until this object is destroyed.
 class Backup
 {
 public:
     explicit Backup(const QString& path);
     ~Backup();
 
-    /// Empty without a backup.
+    /// The path, empty without a backup.
     QString Path() const { return iPath; }
     bool Restore();
 

@@ -20,7 +20,7 @@ const char* const gAutoDownloadsEndTime = "AutoDownloadsEnd";
 
 namespace {
 
-// All that an object holds are of this kind.
+// Every object holds settings of this class.
 IniSettings& Of(const std::unique_ptr<QSettings>& settings)
 {
     return static_cast<IniSettings&>(*settings);
@@ -101,7 +101,7 @@ bool MergeGroup(const QString& group, QSettings& source, const QSettings& there,
     for (const QString& key : keys) {
         const QString path = group + QLatin1Char('/') + key;
         if (key.isEmpty() || (!overwrite && !there.value(path).isNull()))
-            continue; // the framework stores nothing without a name
+            continue; // the framework stores no value without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
         target.Add({group, key, value, false});
@@ -114,7 +114,7 @@ bool Find(QSettings& settings, const QString& group, const QString& key, QString
 {
     const Group open(settings, group);
     text = IniFile::SettingValue(settings.value(key), false);
-    // An empty text may stand for a value that has none.
+    // An empty text may be a value that is refused.
     return !text.isEmpty() || settings.contains(key);
 }
 
@@ -235,7 +235,7 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
     bool changed = false;
     const QStringList groups = source.childGroups();
     for (const QString& group : groups) {
-        // A section without a name is the top level to the framework.
+        // The framework treats a section without a name as the top level.
         if (!group.isEmpty())
             changed |= MergeGroup(group, source, there, target, group == overwriteSection);
     }
@@ -263,7 +263,7 @@ bool IniFile::ToBool(const QString& text)
 QTime IniFile::GetTimeFromPrefs(const IIniFileBase& ini, const QString& group, const QString& key)
 {
     QString text;
-    ini.GetKeyValue(group, key, text); // no value is an empty text
+    ini.GetKeyValue(group, key, text); // without a value the text is empty
     const QStringList parts = text.split(QLatin1Char(':'));
     bool isNumber = false;
     const uint hour = parts.first().toUInt(&isNumber);

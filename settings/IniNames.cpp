@@ -28,7 +28,7 @@ const char* Find(const char* from, const char* to, char sign)
     return found ? static_cast<const char*>(found) : to;
 }
 
-// Without the framework's escapes.
+// Decodes the framework's escapes.
 QString Decoded(const Bytes& bytes)
 {
     QString name = QString::fromLatin1(bytes.iFrom, int(bytes.iTo - bytes.iFrom));
@@ -45,7 +45,7 @@ QString Decoded(const Bytes& bytes)
     return name;
 }
 
-/// From key to key.
+/// Iterates over the keys.
 class Names
 {
 public:
@@ -54,9 +54,9 @@ public:
     {
     }
 
-    /// False, and the last name, at the end.
+    /// At the end returns false, and keeps the last name.
     bool Next();
-    /// To the one behind it, if it is there; otherwise no further than to where it would be. Whether it is.
+    /// Moves behind the name and returns true; if it is missing, stops where it would be and returns false.
     bool Pass(const Names& wanted);
     IniNames::Name Name() const;
 
@@ -105,7 +105,7 @@ Name Names::Name() const
     return {section == QLatin1String("%General") ? section.mid(1) : section, Decoded(iKey)};
 }
 
-/// The parts of two texts in which they differ: whole sections.
+/// The parts in which two texts differ, as whole sections.
 struct Difference
 {
     Difference(const QByteArray& before, const QByteArray& after);
@@ -188,7 +188,7 @@ bool IniNames::AreKept(const QByteArray& before, const QByteArray& after,
                        const std::function<bool(const QString&)>& isRemoved)
 {
     if (std::memchr(before.constData(), '\r', size_t(before.size())))
-        return false; // others may have ended lines with it
+        return false; // another program may have ended lines with it
     const Difference difference(before, after);
     Names wanted(difference.iBefore);
     Names found(difference.iAfter);

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// The names of keys in INI texts that the framework has written: one in a line, sorted.
+/// The names of keys in INI texts that the framework has written: one per line, sorted.
 namespace IniNames {
 
 /// Between the name of a section and that of a key.
@@ -16,17 +16,17 @@ struct Name
     QString iSection;
     QString iKey;
 };
-/// The framework's order.
+/// Compares in the framework's order.
 bool operator<(const Name& left, const Name& right);
 
 Name Split(const QString& name);
 QString Full(const Name& name);
 
 int Count(const QByteArray& text);
-/// Empty for a text without keys.
+/// The last name, empty for a text without keys.
 Name Last(const QByteArray& text);
-/// Whether the keys of `before` are in `after`, but for those removed. Certain if it says so; it goes by the
-/// framework's order.
+/// Whether the keys of `before` are in `after`, except for those removed. True is certain; false may be wrong if the
+/// keys are not in the framework's order.
 bool AreKept(const QByteArray& before, const QByteArray& after, const std::function<bool(const QString&)>& isRemoved);
 
 } // namespace IniNames

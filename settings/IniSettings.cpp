@@ -29,8 +29,8 @@ namespace {
 
 constexpr int kLockMSecs = 2000;
 
-/// Objects with changes that are not in their files. The framework shares changes between objects on one file, and
-/// would write one's with another's next look-up.
+/// Objects with changes that are not in their files. The framework shares changes between objects on one file: the next
+/// look-up of one would write those of another.
 std::atomic<int> gUnsaved{0};
 
 QString Bindable(const QString& path)
@@ -60,7 +60,7 @@ IniNames::Name NameOf(const IniSettings::Change& change)
     return isSection ? IniNames::Name{change.iGroup, Normal(change.iKey)} : IniNames::Split(Full(change));
 }
 
-// Whether the removal of one of the keys takes another along.
+// Whether the removal of one of the keys also removes this one.
 bool IsBelow(const QString& key, const QSet<QString>& removed)
 {
     QString name = Normal(key);
@@ -69,8 +69,8 @@ bool IsBelow(const QString& key, const QSet<QString>& removed)
     return removed.contains(name);
 }
 
-// A file's keys as the framework reads them from it anew. A reading that failed is one of fewer keys, if it is not one
-// of a text that the framework did not write.
+// The keys that the framework finds when it reads the file again. If it finds too few, either a read failed or the
+// framework did not write this text.
 QStringList KeysOf(const Backup& backup, const QByteArray& text)
 {
     constexpr int kReadings = 3;
@@ -170,7 +170,7 @@ bool IniSettings::HasEffectOn(const QStringList& keys) const
     return sets || std::any_of(keys.begin(), keys.end(), [&](const QString& key) { return IsBelow(key, removed); });
 }
 
-// Looks at the text once for each state of the file.
+// Checks the text once for each version of the file.
 bool IniSettings::IsReadable()
 {
     const State state = StateOf(iEncodedPath);
@@ -192,7 +192,7 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
     iMayNest = IniText::MayNest(text);
 }
 
-// The framework would look whether the file has changed, and knows less of it than its state tells.
+// The framework would check for changes as well, but by less than the state holds.
 bool IniSettings::Refresh()
 {
     const bool isReadable = IsReadable();
@@ -265,8 +265,7 @@ bool IniSettings::Save(const Changes& changes)
     return isSaved;
 }
 
-// The framework takes for written what it has handed to the system, and for read what it got. What it loses is the end
-// of the text.
+// The framework does not notice a short write or a short read. Either loses the end of the text.
 bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, const Backup& backup) const
 {
     if (!after.isEmpty() && !after.endsWith('\n'))
@@ -277,7 +276,7 @@ bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, con
     bool isCut = false;
     ForEachChange([&](const Change& change) { isCut = isCut || (!change.iIsRemoval && last < NameOf(change)); });
     if (!isCut && IniNames::AreKept(before, after, isRemoved))
-        return true; // for less than lists of all keys cost
+        return true; // cheaper than lists of all keys
     const QStringList keys = allKeys();
     QSet<QString> lines; // a section without a name is written as the top level
     for (const QString& key : keys)

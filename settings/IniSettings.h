@@ -11,9 +11,9 @@
 #include <functional>
 #include <memory>
 
-/// The framework's settings on an INI file, with a net below: values that it cannot decode safely are kept from it, a
-/// path that is no file is not opened, and what was in the file is there again when a change could not be written
-/// whole.
+/// The framework's settings on an INI file, with safeguards: the framework does not see values that it cannot decode
+/// safely, a path that is not a file is not opened, and if a change could not be written completely, the file gets its
+/// old contents back.
 class IniSettings : public QSettings // clazy:exclude=missing-qobject-macro
 {
 public:
@@ -25,25 +25,25 @@ public:
         bool iIsRemoval = false;
     };
 
-    /// Gives a function one change after the other.
+    /// Calls a function for each change.
     using Changes = std::function<void(const std::function<void(const Change&)>&)>;
 
     explicit IniSettings(const QString& path);
     ~IniSettings() override;
 
-    /// As fileName, whatever stands at the path.
+    /// The path, like fileName, even if it is not a file.
     QString Path() const { return iPath; }
-    /// Whether it may be asked for values; otherwise ReadableIni may.
+    /// Whether this object may read values; otherwise use ReadableIni.
     bool IsReadable();
-    /// Takes in what changed on the disk, and writes what is unsaved. Returns IsReadable.
+    /// Loads changes from the disk, and writes unsaved ones. Returns IsReadable.
     bool Refresh();
-    /// What was last done to a key and is not in the file; null for nothing.
+    /// The last change of a key that is not in the file yet, or null.
     const Change* Unsaved(const QString& group, const QString& key) const;
-    /// In memory.
+    /// Changes memory only.
     void Add(const Change& change);
-    /// Outside of all groups. False if something is not in the file; it is kept, and tried again with the next change.
+    /// Call it outside of all groups. False if a change is not in the file; the next change tries it again.
     bool Save();
-    /// The same for many changes at once, which are not copied. Those that are not in the file then are given up.
+    /// The same for many changes at once, without copying them. Changes that are not in the file then are dropped.
     bool Save(const Changes& changes);
 
 protected:
@@ -62,8 +62,8 @@ private:
     void Apply();
 
     const QString iPath;
-    const QByteArray iEncodedPath; ///< for each look-up
-    const bool iIsElsewhere; ///< bound to a file that cannot be, since the path is no file
+    const QByteArray iEncodedPath; ///< computed once, needed for each look-up
+    const bool iIsElsewhere; ///< bound to a path that cannot exist, because the given one is not a file
     bool iIsReadable = true;
     bool iHasLooked = false;
     bool iHasTaken = false; ///< the framework has what the file holds in iState

@@ -10,7 +10,7 @@ namespace {
 constexpr int kUnits = 4;
 constexpr int kUnitBits = 16;
 
-// Of several, when they are put together with |.
+// Also for several units that are combined with |.
 constexpr bool IsAscii(int unit)
 {
     return unit < 0x80;
@@ -21,14 +21,14 @@ constexpr int Folded(int asciiUnit)
     return asciiUnit >= 'A' && asciiUnit <= 'Z' ? asciiUnit + ('a' - 'A') : asciiUnit;
 }
 
-/// Four units, the first of them lowest.
+/// Four units, the first one in the lowest bits.
 quint64 Load4(const ushort* units)
 {
     return qFromLittleEndian<quint64>(units);
 }
 
-// The first unit in which the texts differ, `size` when there is none. Four units at once and without a branch for
-// each: names begin alike.
+// The first unit in which the texts differ, or `size`. Compares four units at once without a branch for each, because
+// names often have a common beginning.
 int FirstDifference(const ushort* left, const ushort* right, int size)
 {
     int i = 0;
@@ -36,7 +36,7 @@ int FirstDifference(const ushort* left, const ushort* right, int size)
         if (const quint64 different = Load4(left + i) ^ Load4(right + i))
             return i + int(qCountTrailingZeroBits(different)) / kUnitBits;
     }
-    if (size >= kUnits) { // the last four, some of them once more
+    if (size >= kUnits) { // the last four, which may overlap the previous ones
         i = size - kUnits;
         const quint64 different = Load4(left + i) ^ Load4(right + i);
         return different ? i + int(qCountTrailingZeroBits(different)) / kUnitBits : size;
@@ -46,7 +46,7 @@ int FirstDifference(const ushort* left, const ushort* right, int size)
     return i;
 }
 
-// Of texts whose first `i` units are the same. A function of its own, for it is seldom needed.
+// The first `i` units are the same. A separate function, because it is seldom needed.
 [[gnu::noinline]] int CompareFrom(int i, const QString& left, const QString& right)
 {
     const int common = std::min(left.size(), right.size());
@@ -55,7 +55,7 @@ int FirstDifference(const ushort* left, const ushort* right, int size)
         const int rightUnit = right.at(i).unicode();
         if (leftUnit == rightUnit)
             continue;
-        // Some letters beyond ASCII fold into it, and pairs of units fold together: the framework knows them all.
+        // Some letters fold into ASCII, and surrogate pairs fold as one: leave them to the framework.
         if (!IsAscii(leftUnit | rightUnit))
             return left.compare(right, Qt::CaseInsensitive);
         if (const int difference = Folded(leftUnit) - Folded(rightUnit))

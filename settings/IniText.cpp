@@ -32,7 +32,7 @@ int DigitOf(char c)
     return letter >= 0 && letter < 6 ? letter + 10 : -1;
 }
 
-/// Goes from line to line as the framework does. A line may go on over line ends, escaped or in quotes.
+/// Splits the text into lines as the framework does. A line may contain line ends, escaped or in quotes.
 class Lines
 {
 public:
@@ -110,7 +110,7 @@ bool Lines::TakeComment()
     return true;
 }
 
-/// Takes the escapes and quotes out of a value, as the framework does.
+/// Decodes the escapes and quotes of a value, as the framework does.
 class Value
 {
 public:
@@ -120,14 +120,14 @@ public:
     {
     }
 
-    /// The items of the list that it may be.
+    /// The items, if the value is a list.
     QByteArrayList Items();
 
 private:
     void TakeEscape();
     void TakeNumber(int base);
     void SkipBlanks();
-    /// As the framework sees it when it decodes a stream.
+    /// The bytes that the framework decodes as a stream.
     void Add(int unit) { iItem += unit > 0xff ? '?' : char(unit); }
 
     const char* iAt;
@@ -203,7 +203,7 @@ bool IsSafeItem(const QByteArray& item)
     return true;
 }
 
-// Only what has a sign of that kind in it, or an escape that may stand for one, needs a closer look.
+// Only values with such a sign, or with an escape that may encode one, need a closer look.
 bool MayHoldStream(const char* from, const char* to)
 {
     const auto size = size_t(to - from);

@@ -5,18 +5,18 @@
 
 #include <functional>
 
-/// The text of INI files, as far as the framework's reader must not be trusted with it.
+/// Finds the parts of INI files that the framework's reader cannot handle safely.
 namespace IniText {
 
-/// A line without its end.
+/// A line without its line end.
 struct Line
 {
     int iFrom = 0;
-    int iValueFrom = -1; ///< negative without an equals sign
+    int iValueFrom = -1; ///< where the value begins; negative without an equals sign
     int iTo = 0;
 };
 
-/// The lines whose values may cost the framework its memory or its stack when it decodes them.
+/// The lines whose values may exhaust the framework's memory or stack when it decodes them.
 QVector<Line> Refused(const QByteArray& text);
 
 /// Whether a section's name may hold a separator or nothing, or the name of a key at the top level a separator. Only
@@ -26,7 +26,7 @@ bool MayNest(const QByteArray& text);
 
 /// Without the lines.
 QByteArray Without(const QByteArray& text, const QVector<Line>& lines);
-/// With other values in the lines: what `value` gives for the number of each.
+/// The text with other values in these lines: `value` returns the one for each line's number.
 QByteArray WithValues(const QByteArray& text, const QVector<Line>& lines, const std::function<QByteArray(int)>& value);
 
 } // namespace IniText

@@ -43,13 +43,13 @@ QVector<GroupRange> GroupsOf(const QStringList& keys)
     return groups;
 }
 
-// To the framework, a name with nothing behind its separator is another key.
+// To the framework, a name that ends with a separator is a different key.
 QVariant ValueOf(const QSettings& file, const QString& key)
 {
     return key.endsWith(kSeparator) ? QVariant() : file.value(key);
 }
 
-// To the framework, removing a key without a name, and separators are none, is removing the whole section.
+// To the framework, removing a key with an empty name, or with separators only, removes the whole section.
 bool HasName(const QString& key)
 {
     return std::any_of(key.cbegin(), key.cend(), [](QChar c) { return c != kSeparator; });
@@ -65,7 +65,7 @@ SettingsIniFile::SettingsIniFile(const SettingsIniFile& other)
     CopyValuesOf(other);
 }
 
-// Callers rely on it that an object assigned to itself ends empty.
+// Callers rely on self-assignment clearing the object.
 SettingsIniFile& SettingsIniFile::operator=(const SettingsIniFile& other) // NOLINT(bugprone-unhandled-self-assignment)
 {
     Clear();
@@ -96,7 +96,7 @@ void SettingsIniFile::CopyValuesOf(const SettingsIniFile& other)
 
 SettingsIniFile::Section& SettingsIniFile::SectionOf(Table& table, const QString& group)
 {
-    // Files are read and copied in order: the section is the last one, or a new one behind it.
+    // Files are read and copied in order: the section is the last one, or a new one after it.
     const IniString name(group);
     if (!table.isEmpty() && table.lastKey() == name)
         return *table.last();
@@ -119,7 +119,7 @@ bool SettingsIniFile::ReadFile(const QString& path)
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
             Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
         if (group.iName.isEmpty())
-            continue; // the top level once more, to the framework
+            continue; // to the framework this is the top level again
         ReadGroup(file, group.iName, keys.begin() + group.iFirst, keys.begin() + group.iEnd);
     }
     return true;
@@ -128,15 +128,15 @@ bool SettingsIniFile::ReadFile(const QString& path)
 void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
                                 const QStringList::iterator& end)
 {
-    const bool isWatched = typeid(*this) != typeid(SettingsIniFile); // by a class that hears of each value
+    const bool isWatched = typeid(*this) != typeid(SettingsIniFile); // by a subclass that overrides SetKeyValue
     const int start = group.size() + 1;
     Section* section = nullptr;
     for (; key != end; ++key) {
         if (key->indexOf(kSeparator, start) >= 0)
-            continue; // in a group of its own
+            continue; // in a nested group
         QVariant value = ValueOf(file, *key);
         const QString name = key->mid(start);
-        key->clear(); // its memory serves for the next ones
+        key->clear(); // the next keys reuse its memory
         if (isWatched) {
             SetKeyValue(group, name, value);
             continue;
@@ -162,7 +162,7 @@ bool SettingsIniFile::WriteFile(const QString& path) const
             for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value)
                 change({section.key(), value.key(), value.value(), false});
         }
-        // Last, so that a key which was removed and set again is out of the file.
+        // Last, so that the file does not keep a key that was removed and set again.
         for (auto section = iRemoved.cbegin(); section != iRemoved.cend(); ++section) {
             for (auto value = section.value()->cbegin(); value != section.value()->cend(); ++value) {
                 if (HasName(value.key()))

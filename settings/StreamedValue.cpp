@@ -8,9 +8,9 @@ namespace {
 
 constexpr int kDeepest = 32;
 constexpr quint32 kNull = 0xffffffff;
-constexpr quint32 kFirstMoved = 128; ///< from here on, types of the old format have other numbers today
+constexpr quint32 kFirstMoved = 128; ///< from here on, types of the old format have other numbers now
 constexpr quint32 kMovedBy = 97;
-constexpr int kNamed = 127; ///< of the old format: its type is one that a program may have brought
+constexpr int kNamed = 127; ///< in the old format: a type that a program may have registered
 constexpr int kFont = 64;
 constexpr int kColor = 67;
 constexpr int kLongestZone = 256;
@@ -36,7 +36,7 @@ private:
     bool Zone();
     bool Values(bool haveNames, int depth);
     bool Texts();
-    /// Of types that always have the same; negative for others.
+    /// The size of types that always have the same, negative for others.
     int SizeOf(quint32 type) const;
     bool Content(quint32 type, int depth);
 
@@ -68,7 +68,7 @@ bool Stream::Text()
     return Number(size) && (size == kNull || Skip(size));
 }
 
-// Of the types of that kind, the framework's own.
+// Whether the name is one of the framework's own types.
 bool Stream::Named()
 {
     const QByteArray kUuid("\0\0\0\6QUuid\0", 10);
@@ -82,7 +82,7 @@ bool Stream::Bits()
     return Number(size) && Skip(size / 8 + (size % 8 != 0));
 }
 
-// The framework keeps two bits of the kind of time, whatever it reads: any other may become a time in a zone.
+// The framework keeps only two bits of the time specification: any other value may become a time in a zone.
 bool Stream::DateTime()
 {
     const int toSpec = iIsOld ? 8 : 12;
@@ -101,7 +101,7 @@ bool Stream::DateTime()
     }
 }
 
-// A time in a zone that is none ends the process when it is written.
+// A time in an invalid zone crashes the process when it is written.
 bool Stream::Zone()
 {
     const int at = iAt + int(sizeof(quint32));
@@ -215,7 +215,7 @@ bool Stream::Value(int depth)
     if (depth > kDeepest || !Number(type) || (!iIsOld && !Skip(1)))
         return false;
     if (depth == 0 && (type == kFont || type == kColor))
-        return true; // harmless whatever follows, and frequent
+        return true; // harmless, whatever follows, and frequent
     if (iIsOld && type >= kFirstMoved)
         type -= kMovedBy;
     return Content(type, depth);

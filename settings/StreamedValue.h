@@ -2,13 +2,13 @@
 
 #include <QtCore/QByteArray>
 
-/// Values that the framework keeps in an INI file as its own binary stream.
+/// Values that the framework stores in an INI file as a binary stream.
 namespace StreamedValue {
 
 enum class Format { Variant, DateTime };
 
-/// Whether the framework decodes the bytes without asking for more memory than they are worth, and without going
-/// deeper than a few calls. False for types that nobody here knows, and for streams that end early.
+/// Whether the framework decodes the bytes with memory in proportion to their number, and with few nested calls. False
+/// for unknown types, and for streams that end early.
 bool IsSafe(const QByteArray& bytes, Format format);
 
 } // namespace StreamedValue

@@ -2,7 +2,7 @@
 
 #include <QtCore/QString>
 
-/// The host as its platform sees it: the choice among HostWords and ReportText, and the questions to the system.
+/// The platform layer: calls the system, and chooses the platform's functions of HostWords and ReportText.
 namespace Host {
 
 void GetSystemInfo(QString& osName, QString& osVersion, QString& processor);

@@ -16,7 +16,7 @@ void Host::GetSystemInfo(QString& osName, QString& osVersion, QString& processor
 QString Host::CpuArchitecture()
 {
     struct utsname names = {};
-    ::uname(&names); // without an answer the machine has no name, which is none that is known
+    ::uname(&names); // if this fails, the name is empty, and so unknown
     return HostWords::LinuxCpu(names.machine);
 }
 

@@ -13,7 +13,8 @@ bool ContainsAny(const QString& line, std::initializer_list<const char*> words)
     return false;
 }
 
-/// Any line may decide, not only a heading, and the words to copy at come first: supporters know the excerpts so.
+/// Any line may decide, not only a heading, and the words that start copying come first: technical support expects the
+/// excerpts in this form.
 bool IsCopiedFrom(const QString& line, bool wasCopied)
 {
     if (ContainsAny(line,
@@ -40,7 +41,7 @@ QString ReportText::MacGraphicsScript(const QString& output)
 
 QString ReportText::LinuxGraphicsScript(const QString& output)
 {
-    // Tools that are missing, fail or wait for a display server that hangs have nothing to say.
+    // Tools that are missing, fail or wait for a blocked display server add nothing.
     return QLatin1String("{ said=; "
                          "for tool in 'lspci -nnk -d ::03xx' 'lshw -C display' 'glxinfo -B' 'xrandr --query'; do "
                          "text=$(timeout -k 1 10 $tool) || :; "

@@ -30,7 +30,7 @@ SystemConfig* SystemConfig::GetInstance()
 
 void SystemConfig::Delete()
 {
-    // The instance is still the one that its own destructor may ask for a path.
+    // Reset afterwards: the destructor may still ask this instance for a path.
     delete sInstance;
     sInstance = nullptr;
 }

@@ -17,7 +17,7 @@ QString OutputOfFile(const QString& path)
     file->start(QStringLiteral("file"), {path}, QIODevice::ReadWrite);
     if (!file->waitForFinished(kPatienceMSecs)) {
         file->kill();
-        // Leaves no zombie. A process that hangs in the kernel does not end; its object would wait for it.
+        // Leaves no zombie. A process that is blocked in the kernel does not end, and the destructor would wait for it.
         if (!file->waitForFinished(kEndMSecs))
             Q_UNUSED(file.release())
         return QString();
@@ -34,7 +34,7 @@ QString SystemConfig::getCPUArchitecture()
 
 QString SystemConfig::getApplicationBuildArch()
 {
-    // The plug-in of the user interface stands for the whole application.
+    // The plug-in of the user interface is built like the whole application.
     const QString plugin = QStringLiteral("UIContentHost_").remove(QLatin1Char('_'));
     return Host::BuildArchitecture(OutputOfFile(GetPluginPath(plugin)));
 }

@@ -23,7 +23,7 @@ QString SystemConfig::UserAgent()
 
 void SystemConfig::SetSystemStartAtBoot(bool enable, const QString&, const QString&)
 {
-    // The helper does all of it, or is not installed; neither concerns the caller.
+    // The helper does everything, or is not installed. The caller need not know which.
     QProcess::execute(GetResourcesPath() + QLatin1String("/NeroltOrvaneLoginMac"),
                       {enable ? QStringLiteral("enable") : QStringLiteral("disable")});
 }
@@ -44,7 +44,7 @@ bool SystemConfig::IsUserLoggedIn()
 
 void SystemConfig::SetStringInCurrentUser(const QString&, const QString&, bool)
 {
-    // What belongs to a user is in prefs.ini; only another platform keeps it elsewhere.
+    // User settings are in prefs.ini. Only another platform stores them elsewhere.
 }
 
 void SystemConfig::SetDWORDInCurrentUser(const QString&, const QString&, int)

@@ -92,7 +92,7 @@ QString SystemConfig::GetUsersDownloadsPath()
     const QDir base(GetInstance()->iDownloadsBaseFolder);
     const QDir target(QDir::toNativeSeparators(base.filePath(QStringLiteral("Downloads"))));
     if (!target.exists())
-        base.mkdir(QStringLiteral("Downloads")); // whoever stores a download there will notice
+        base.mkdir(QStringLiteral("Downloads")); // if this fails, storing a download fails as well
     return target.path();
 }
 
@@ -154,7 +154,7 @@ QString SystemConfig::GetUserLocalePath(const QString& locale, bool inUserDataFo
 
 bool SystemConfig::CreateFolder(const QString& path)
 {
-    // Neither an embedded NUL nor a current folder that was removed may lead to another place.
+    // An embedded NUL or a removed current folder must not lead to a different path.
     const bool isNowhere = QDir::isRelativePath(path) && QDir::currentPath().isEmpty();
     if (path.isEmpty() || path.contains(QChar(0)) || isNowhere)
         return false;

@@ -14,8 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The logs are the report's only state: who wants it anew deletes them. Nothing here is told of a failure, since a
-// report may be made on a machine on which nothing else works; what could not be collected is missing from it.
+// The logs are the report's only state: delete them to collect a new one. Failures are not reported, because a report
+// is made on machines on which little else works. What could not be collected is missing from it.
 
 namespace {
 
@@ -58,7 +58,7 @@ void RemoveIfThere(const QString& path)
         QFile::remove(path);
 }
 
-// In a folder that many share, somebody else's file may have the name and stay. Neither a link nor a pipe is followed.
+// In a shared folder, a file of another user may have this name. It stays. Links are not followed, pipes not opened.
 bool OpenOwnFile(QFile& file, const QString& path)
 {
     constexpr mode_t kByUmask = 0666;
@@ -74,7 +74,7 @@ bool OpenOwnFile(QFile& file, const QString& path)
     return false;
 }
 
-// Whether the script is ours, and whole.
+// Whether the script is the user's own file and complete.
 bool WriteScript(const QString& path, const QString& text)
 {
     RemoveIfThere(path);

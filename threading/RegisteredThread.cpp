@@ -25,9 +25,9 @@ private:
 QList<RegisteredThread*> RegisteredThread::iThreads;
 QMutex RegisteredThread::iMutex((WatchCopies(), QMutex::Recursive));
 
-// A copy of the process has the lock, but not the threads that would give it back. So the lock is taken for the moment
-// of the copy; where others have it, both begin anew there, and what the original held is not freed, it may have been
-// in use.
+// A forked process has the lock, but not the threads that would release it. So the forking thread holds the lock during
+// the fork. If another thread holds it, the child begins with a new lock and a new list. It does not free the old ones,
+// which may have been in use.
 void RegisteredThread::WatchCopies() noexcept
 {
     static thread_local bool tHoldsList = false;
@@ -58,7 +58,7 @@ void RegisteredThread::BeginInCopy(bool holdsList) noexcept
         if (auto* const current = dynamic_cast<RegisteredThread*>(QThread::currentThread()))
             iThreads.append(current);
     } catch (...) {
-        // Out of memory: the copy may well have been made to run another program and nothing else.
+        // Out of memory: the child probably only executes another program.
     }
 }
 
@@ -82,7 +82,7 @@ RegisteredThread::RegisteredThread(const QString& name, QObject* parent)
     try {
         iThreads.append(this);
     } catch (...) {
-        // Without memory it works all the same, and is not listed.
+        // Out of memory: the thread works, but is not listed.
     }
 }
 
@@ -102,7 +102,7 @@ RegisteredThread::~RegisteredThread() noexcept
                                QLatin1String("Thread: ") + iName + QLatin1String(" destroyed while running"));
         }
     } catch (...) {
-        // Out of memory: it goes without a word.
+        // Out of memory: no warning is logged.
     }
     iThreads.removeOne(this);
 }
@@ -138,7 +138,7 @@ void RegisteredThread::SetInterrupted() noexcept
             Logger::LogDebug(func.constData(), iName);
         }
     } catch (...) {
-        // Out of memory: the flag is set all the same.
+        // Out of memory: the flag is set anyway.
     }
     iInterrupted.store(true, std::memory_order_release);
 }

@@ -20,7 +20,7 @@ qint64 BytesIn(quint64 blocks, quint64 blockSize)
 qint64 DiskSpace::GetFreeDiskSpace(const QString& path)
 {
     if (path.contains(QChar(0)))
-        return -1; // the system would take the part before it for the path
+        return -1; // the system would use the part before the NUL as the path
     const QByteArray native = QFile::encodeName(path);
     struct statvfs volume = {};
     int status = 0;

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Owns what a function with Create or Copy in its name has given.
+/// Owns the object that a function with Create or Copy in its name has returned.
 struct Release
 {
     void operator()(CFTypeRef reference) const { ::CFRelease(reference); }

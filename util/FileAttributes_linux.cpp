@@ -12,7 +12,7 @@ namespace {
 constexpr int kLongestText = 63;
 constexpr int kAttempts = 100; // of threads that open and close the mode of one file
 
-// Gives the owner a permission that the mode denies him, for the life of the object.
+// Grants the owner a permission that the mode denies, as long as this object lives.
 class PermissionForAMoment
 {
 public:
@@ -22,14 +22,14 @@ public:
         struct stat status = {};
         if (::stat(iPath.constData(), &status) != 0)
             return;
-        iIsThere = (status.st_mode & permission) != 0; // another thread has given it
+        iIsThere = (status.st_mode & permission) != 0; // another thread has granted it
         if (iIsThere)
             return;
         iMode = status.st_mode & kModeBits;
         iIsGiven = ::chmod(iPath.constData(), iMode | permission) == 0;
     }
 
-    // Fails only if the file was taken away meanwhile, and with it the right to put its mode back.
+    // Fails only if the file has meanwhile gone to another owner, and with it the right to restore its mode.
     ~PermissionForAMoment()
     {
         if (iIsGiven)

@@ -19,16 +19,16 @@ using FileAttributes::Result;
 
 namespace {
 
-// Holds the creation time that was set, in decimal milliseconds since the epoch: the file system's own cannot be set.
+// Holds the creation time that was set, in decimal milliseconds since the epoch. That of the file system cannot be set.
 constexpr const char* kCreationTime = "user.NeroltOrvaneBase.creation";
 
-// Empty, and so the name of no file, for what the system could only take for another name.
+// Empty, which is the name of no file, if the system would read the path as a different one.
 QByteArray NativePath(const QString& path)
 {
     return path.contains(QChar(0)) ? QByteArray() : QFile::encodeName(path);
 }
 
-// Nothing but digits and a sign: what somebody else left there is no time.
+// Accepts only digits and a sign: another program may have stored something else.
 std::optional<qint64> ToNumber(const QByteArray& text)
 {
     qint64 number = 0;
@@ -70,8 +70,8 @@ std::optional<qint64> CreationTime(int descriptor)
 {
     std::array<char, 64> text = {};
     const ssize_t size = ::fgetxattr(descriptor, kCreationTime, text.data(), text.size() - 1);
-    // What its owner may not read he may permit himself to, and for that it needs a name. Any but this would have to be
-    // encoded, at the end of the process without the framework's codecs.
+    // An owner without the read permission can grant it to himself, which needs a path. This one needs no encoding,
+    // which would fail at the end of the process, when the framework's codecs are gone.
     if (size < 0 && errno == EACCES)
         return CreationTime("/proc/self/fd/" + QByteArray::number(descriptor));
     if (size > 0) {

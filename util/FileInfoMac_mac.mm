@@ -18,7 +18,7 @@ NSString* AttributeName(FileTimeType type)
     return nil;
 }
 
-// The errors themselves are not examined: the answer is all that travels back.
+// The errors are not examined: callers only learn whether the call succeeded.
 bool SetAttribute(const QString& path, NSString* name, id value)
 {
     const id values[] = {value};

@@ -13,7 +13,7 @@ using FileAttributes::Result;
 
 namespace {
 
-// Holds, in octal, the write bits that locking took.
+// Holds the write bits that locking removed, in octal.
 constexpr const char* kTakenBits = "user.NeroltOrvaneBase.locked";
 constexpr mode_t kWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
 
@@ -39,7 +39,7 @@ bool IsImmutable(const QByteArray& path)
         && (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
 }
 
-// What is neither a file nor a folder keeps no flags and no notes, and a device could come to life when it is opened.
+// Only files and folders have flags and attributes, and opening a device may have side effects.
 bool IsFileOrFolder(mode_t mode)
 {
     return S_ISREG(mode) || S_ISDIR(mode);
@@ -60,13 +60,13 @@ Result ReadTakenBits(const QByteArray& path, mode_t mode, mode_t& bits)
     return result;
 }
 
-// Notes the bits before it takes them: afterwards the file could not be written to any more.
+// Records the bits before it removes them: afterwards the file is no longer writable.
 bool TakeWriteBits(const QByteArray& path, mode_t mode)
 {
     mode_t noted = 0;
     const Result before = ReadTakenBits(path, mode, noted);
     if (before == Result::Failed)
-        return false; // there may be a note, and it must not be lost
+        return false; // there may be a record, which must not be lost
     const mode_t present = mode & kWriteBits;
     if (present != 0 && IsFileOrFolder(mode)) {
         const Result note = FileAttributes::Write(path, kTakenBits, QByteArray::number(present | noted, 8));

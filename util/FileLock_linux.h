@@ -5,9 +5,9 @@ class QByteArray;
 /// Write protection of a file or folder, see FileInfoMac. Paths are native; links are followed.
 namespace FileLock {
 
-/// False, with nothing changed, when the file is missing or the system refuses.
+/// If the file is missing or the system refuses, returns false and changes nothing.
 bool Lock(const QByteArray& path);
-/// Gives back what Lock took; true without a change for what was never locked.
+/// Restores what Lock removed. Returns true and changes nothing if the file was never locked.
 bool Unlock(const QByteArray& path);
 
 } // namespace FileLock

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Whether there is a file that nobody holds open through the object at hand, as is always so for a fresh one.
+// Whether the file exists and is not open through this object, which is always so for a new object.
 bool IsUsable(const QString& path, const char* func, bool logIt)
 {
     const QFile file(path);
@@ -44,7 +44,7 @@ QDateTime FileUtilities::GetTime(const QString& path, FileTimeType type, bool lo
 
 std::optional<qint64> FileUtilities::GetMSecs(const QString& path, FileTimeType type, int descriptor)
 {
-    // The back end answers for a missing file itself: the log asks after every batch.
+    // The platform layer handles a missing file. No check here, because the log calls this after every batch.
     return FileInfoMac(path).GetMSecs(type, descriptor);
 }
 
@@ -67,6 +67,6 @@ void FileUtilities::ResetReadonlyFlags(const QString& path)
         return;
     if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
         Logger::LogTrace(func, QLatin1String("Setting file ") + path + QLatin1String(" read/write "));
-    // A refusal stays visible in the file itself.
+    // If this is refused, the mode of the file shows it.
     QFile(path).setPermissions(ownerReadWrite | QFile::ReadUser | QFile::ReadGroup | QFile::ReadOther);
 }

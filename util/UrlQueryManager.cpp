@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The query of a URL while it is changed. Whether there is one to replace in is decided by the URL as it came.
+/// The query of a URL while it is changed. The original URL decides whether there is a query to replace parameters in.
 class Query
 {
 public:
