@@ -30,13 +30,13 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/NeroltOrvaneBaseConfigVersion.cmake
   DESTINATION ${config_dir} COMPONENT Development)
 
-# pkg-config finds the prefix from the place of its file, so that the installed tree can be moved.
+# pkg-config derives the prefix from the path of its file, so that the installed tree can be moved.
 file(RELATIVE_PATH pkgconfig_to_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/NeroltOrvaneBase.pc.in NeroltOrvaneBase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/NeroltOrvaneBase.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
 
-# lnav finds its formats below the folder that it is given: lnav -I <prefix>/share/lnav
+# lnav finds the format if it is given the folder: lnav -I <prefix>/share/lnav
 install(FILES tools/lnav/nerolt_orvane_base.json
   DESTINATION ${CMAKE_INSTALL_DATADIR}/lnav/formats/nerolt_orvane_base COMPONENT Development)

@@ -81,7 +81,7 @@ add_library(NeroltOrvaneBase ${library_type}
   util/UrlQueryManager.cpp)
 add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 
-# The platform is chosen by file, here and nowhere else.
+# The only place that selects the platform: by file.
 if(APPLE)
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_mac.cpp
@@ -92,7 +92,7 @@ if(APPLE)
     util/FileInfoMac_mac.mm)
   target_link_libraries(NeroltOrvaneBase PRIVATE
     "-framework CoreFoundation" "-framework CoreServices" "-framework Foundation")
-  # Its makers call the File Manager old; it does what is wanted.
+  # The File Manager is deprecated, but does what this needs.
   set_source_files_properties(util/DiskSpace_mac.cpp PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
 else()
   target_sources(NeroltOrvaneBase PRIVATE

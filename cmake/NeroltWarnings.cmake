@@ -1,4 +1,4 @@
-# The warnings that our own targets are built with. The framework's headers come in as system headers and are exempt.
+# The warnings for our own targets. The framework's headers are system headers and exempt.
 function(nerolt_set_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor)
   if(NEROLT_WARNINGS_AS_ERRORS)

@@ -1,5 +1,5 @@
-# Run by CPack behind it all: gives the library's package what CPack cannot. The list of symbols lets a program depend on no
-# newer library than it uses; the trigger runs ldconfig in place of CPack's scripts.
+# CPack runs this last. It adds to the library's package what CPack cannot. With the list of symbols, a program depends on
+# the oldest version that has the symbols that it uses. The trigger runs ldconfig instead of CPack's scripts.
 set(name ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME})
 set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 string(REPLACE "." ";" numbers ${CPACK_PACKAGE_VERSION})

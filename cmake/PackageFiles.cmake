@@ -1,5 +1,5 @@
-# Run by CPack before it packs what it has installed: adds the papers that Debian wants in each package, and takes the debug
-# symbols out of the library.
+# CPack runs this before it packs the installed files. It adds the files that Debian requires in each package, and moves the
+# debug symbols out of the library.
 set(debian ${CMAKE_CURRENT_LIST_DIR}/debian)
 
 function(run)
@@ -11,12 +11,12 @@ function(gzip from to)
   execute_process(COMMAND gzip -9nc ${from} OUTPUT_FILE ${to} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# SOURCE_DATE_EPOCH, if set, is the time.
+# Uses the time in SOURCE_DATE_EPOCH, if that is set.
 set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(${debian}/changelog.in ${CPACK_TOPLEVEL_DIRECTORY}/changelog @ONLY)
 
-# A debugger finds them by the number of the build.
+# A debugger finds them by the build ID.
 file(GLOB_RECURSE library ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/Runtime/*.so.${CPACK_PACKAGE_VERSION})
 run(readelf -nW ${library})
 string(REGEX MATCH "Build ID: ([0-9a-f][0-9a-f])([0-9a-f]+)" found "${output}")
@@ -35,7 +35,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   file(COPY ${debian}/copyright DESTINATION ${papers})
   gzip(${CPACK_TOPLEVEL_DIRECTORY}/changelog ${papers}/changelog.Debian.gz)
   gzip(${CMAKE_CURRENT_LIST_DIR}/../CHANGELOG.md ${papers}/changelog.gz)
-  # Whatever the umask is.
+  # Independent of the umask.
   run(chmod -R u=rwX,go=rX ${root})
   run(find ${root} -type f -exec chmod a-x {} +)
 endforeach()

@@ -55,7 +55,7 @@ set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "foundation library of a desktop appl
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_NAME ${runtime}-dbgsym)
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_SECTION debug)
 set(CPACK_DEBIAN_SYMBOLS_PACKAGE_DEPENDS "${this_runtime}")
-set(CPACK_DEBIAN_SYMBOLS_DESCRIPTION "debug symbols for ${runtime}\n${about}what debuggers ask for.")
+set(CPACK_DEBIAN_SYMBOLS_DESCRIPTION "debug symbols for ${runtime}\n${about}the debug symbols.")
 # Filled by PackageFiles.cmake.
 install(DIRECTORY DESTINATION lib/debug COMPONENT Symbols EXCLUDE_FROM_ALL)
 

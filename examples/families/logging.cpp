@@ -1,4 +1,4 @@
-// The log: levels, codes, a reporter of errors, a change of the level, and where a call comes from.
+// The log: levels, codes, an error reporter, a change of the level, and a stack trace.
 #include <NeroltOrvaneBase/Logging.h>
 
 #include <QtCore/QCoreApplication>
@@ -26,20 +26,21 @@ int main(int argc, char** argv)
     const QTemporaryDir folder;
     QDir::setCurrent(folder.path());
 
-    // First of all and on the main thread, whose event loop will drive the log. By itself it would log errors only.
+    // First of all and on the main thread, whose event loop drives the log. A new log accepts errors and exceptions
+    // only.
     Logger::GetInstance()->SetLevel(LoggerDefs::Information | LoggerDefs::Warning | LoggerDefs::Error);
     Reporter reporter;
     Logger::SetErrorReporter(&reporter);
     Logger::SetLoggerFileName("app.log", false);
 
     Logger::LogInformation("main", "up and running");
-    if (Logger::GetInstance()->GetLevel() & LoggerDefs::Debug) // it is off: the message is not even built
+    if (Logger::GetInstance()->GetLevel() & LoggerDefs::Debug) // debug is off: the message is not built
         Logger::LogDebug("main", QString("arguments %1").arg(argc));
     Logger::LogWarning("Cache::Load", "what has two \r\nlines becomes one");
     Logger::LogError(4711, LoggerDefs::FirstIntDec, "Cache::Load", "disk is full", 28, 0);
     Logger::LogError(4712, LoggerDefs::ExtraText, "Cache::Load", "no such file", QString("cache.xml"));
 
-    Logger::ResetLoggingLevel(LoggerDefs::Warning); // says so, under the level that lets it
+    Logger::ResetLoggingLevel(LoggerDefs::Warning); // logs the change
     Logger::LogInformation("main", "nobody will read this");
     Logger::LogWarning("main", "but this");
 

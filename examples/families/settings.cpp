@@ -1,4 +1,4 @@
-// Settings: a file that each change is written through to, defaults merged into it, and a file edited as a whole.
+// Settings: a file to which each change is written at once, defaults merged into it, and a file edited as a whole.
 #include <NeroltOrvaneBase/Settings.h>
 
 #include <QtCore/QCoreApplication>
@@ -10,10 +10,10 @@
 
 namespace {
 
-// Any store will do.
+// Works with any store.
 QString Value(const IIniFileBase& store, const QString& section, const QString& key, QString value)
 {
-    store.GetKeyValue(section, key, value); // leaves the default as it is when there is no such key
+    store.GetKeyValue(section, key, value); // leaves the default alone if there is no such key
     return value;
 }
 
@@ -36,7 +36,7 @@ int main(int argc, char** argv)
     const QTime to = IniFile::GetTimeFromPrefs(prefs, "Downloads", ZEP_GLOBALS::gAutoDownloadsEndTime);
     out << "downloads: " << from.toString("hh:mm") << " to " << to.toString("hh:mm") << '\n';
 
-    // What the user has set stays, but for the section that is named.
+    // The user's values stay, except in the section that is named.
     IniFile shipped(folder.filePath("defaults.ini"));
     shipped.SetKeyValue("User", "Name", "somebody");
     shipped.SetKeyValue("Window", "Theme", "dark");
@@ -45,7 +45,7 @@ int main(int argc, char** argv)
     out << "name: " << Value(prefs, "User", "Name", "nobody") << '\n';
     out << "theme: " << Value(prefs, "Window", "Theme", "light") << '\n';
 
-    // In memory names are the same in any case. Nothing is on disk before it is written.
+    // In memory names are case-insensitive. Nothing is on disk before WriteFile.
     SettingsIniFile whole;
     whole.ReadFile(prefs.GetFileName());
     whole.SetKeyValue("USER", "name", QString("Grace"));

@@ -25,7 +25,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion("1.2");
     QTextStream out(stdout);
 
-    // The singleton lives in the hook, which deletes it in the end.
+    // The hook holds the singleton and deletes it at the end.
     SingletonHook hook;
     HookedSingleton::InstallHook(&hook);
 
@@ -35,7 +35,7 @@ int main(int argc, char** argv)
                                     Paths::writableLocation(Paths::CacheLocation), data);
     PrintFolders(out);
 
-    // Tests keep their hands off what belongs to the user.
+    // Tests do not touch the user's files.
     SystemConfig::SetTestPath("/scratch");
     PrintFolders(out);
     SystemConfig::SetTestPath(QString());

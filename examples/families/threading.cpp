@@ -1,4 +1,4 @@
-// Threads with names and an end, timers that go with their receiver, singletons that can be replaced.
+// Named threads, timers that are deleted with their receiver, singletons that can be replaced.
 #include <NeroltOrvaneBase/Threading.h>
 
 #include <QtCore/QCoreApplication>
@@ -39,7 +39,7 @@ int main(int argc, char** argv)
     worker.SetInterrupted();
     out << worker.Name() << " ended: " << (worker.wait() ? "yes" : "no") << '\n';
 
-    // Both are children of their receiver. The first is called off.
+    // Both are children of their receiver. The first one is cancelled.
     RegisteredTimer* const late = RegisteredTimer::singleShot(60000, qApp, SLOT(quit()));
     RegisteredTimer::CleanupTimer(late, qApp);
     RegisteredTimer::singleShot(0, qApp, SLOT(quit()));
@@ -48,7 +48,7 @@ int main(int argc, char** argv)
     RegisteredTimer::Cleanup(qApp, false);
     out << "timers after the cleanup: " << qApp->findChildren<RegisteredTimer*>().size() << '\n';
 
-    // The hook deletes what it holds in the end; what was replaced is its owner's.
+    // The hook deletes the instances that it holds at the end. One that was replaced belongs to its owner.
     SingletonHook hook;
     Greeting ours;
     hook.SetInstance("Greeting", &ours);

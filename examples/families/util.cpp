@@ -25,7 +25,7 @@ int main(int argc, char** argv)
     if (FileUtilities::SetTime(path, taken, FileTimeModification, false))
         out << "modified: " << FileUtilities::GetTime(path, FileTimeModification, false).toString(Qt::ISODateWithMs)
             << '\n';
-    // Where the file system keeps no time of creation that was set, this says so.
+    // Fails if the file system cannot store a creation time.
     if (FileUtilities::SetTime(path, taken.addDays(-1), FileTimeCreation, false))
         out << "created:  " << FileUtilities::GetTime(path, FileTimeCreation, false).toString(Qt::ISODateWithMs)
             << '\n';

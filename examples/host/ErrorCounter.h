@@ -6,11 +6,11 @@
 
 #include <mutex>
 
-/// Hears of every error that is logged. Another host would show them to the user, or send them home.
+/// Is told of each error that is logged. Another host would show them to the user, or send them to a server.
 class ErrorCounter final : public IErrorReporter
 {
 public:
-    // Any thread may log an error, so any thread may come here.
+    // Any thread may log an error, so any thread may call this.
     void ReportError(const QString& errorCode, const QString&) override
     {
         const std::lock_guard<std::mutex> lock(iMutex);

@@ -47,7 +47,7 @@ int Host::Run()
     const QString obstacle = iFolder.Create();
     if (!obstacle.isEmpty())
         return RejectInput(obstacle);
-    // Two hosts that move each other's log would make a mess of it.
+    // Two hosts that rotate each other's log would confuse the checks.
     QLockFile lock(iFolder.PathOf(QStringLiteral("host.lock")));
     lock.setStaleLockTime(0);
     if (!lock.tryLock())
@@ -80,7 +80,7 @@ void Host::StartLog()
     Logger::SetLoggerFileName(iFolder.LogPath(), false);
     iLife.iLogPath = Logger::GetLoggerFileName();
     LogInformation("Host::StartLog", QStringLiteral("host " HOST_VERSION " starts"));
-    // The first batch finds the old log and makes it move.
+    // The first batch finds the old log and rotates it.
     WriteThrough();
 }
 
@@ -131,15 +131,15 @@ void Host::SilenceAndWake()
 
 void Host::StopLog()
 {
-    // Nobody calls the reporter any more once it is taken away, so that it may be destroyed.
+    // Once the reporter is removed nothing calls it any more, and it may be destroyed.
     Logger::SetErrorReporter(nullptr);
     Logger::StopLogging();
     iLife.iPeakMemory = Memory::Peak();
     iLife.iFinalMemory = Memory::Resident();
 }
 
-// Waits until everything logged so far is in the file. A line that changes the level is handed over at once, and takes
-// along those before it.
+// Waits until everything logged so far is in the file. A change of the level hands the buffer over at once, with the
+// lines before it.
 void Host::WriteThrough()
 {
     const QString mark = QStringLiteral("step %1 of run %2 is done").arg(++iSteps).arg(iRun);

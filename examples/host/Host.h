@@ -32,7 +32,7 @@ private:
 
     const Options iOptions;
     const LogFolder iFolder;
-    const QString iRun; // tells this run's lines from those of others
+    const QString iRun; // distinguishes this run's lines from those of others
     QStringList iRotatedBefore;
     OldLog iOldLog;
     ErrorCounter iErrors;

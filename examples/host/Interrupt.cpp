@@ -6,7 +6,7 @@ namespace {
 
 volatile std::sig_atomic_t gWasAsked = 0;
 
-// A second time is meant seriously.
+// A second signal ends the process at once.
 void Note(int signal)
 {
     gWasAsked = 1;

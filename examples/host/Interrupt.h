@@ -1,6 +1,6 @@
 #pragma once
 
-/// Ctrl-C and its likes: the host ends its work early, but in good order.
+/// Ctrl-C and similar signals: the host ends early, but in an orderly way.
 namespace Interrupt {
 
 void Catch();

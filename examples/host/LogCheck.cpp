@@ -71,7 +71,7 @@ private:
         iShow(1, 1);
     }
 
-    // A file that follows another begins by saying so.
+    // A file that continues another begins with a line that says so.
     void CheckHeader(const QByteArray& line, const QString& before)
     {
         iLog.iFirstLine = line.trimmed();
@@ -99,7 +99,7 @@ private:
         Require(message != iExpected.iSilenced.toUtf8(), QStringLiteral("the level stops nothing"));
     }
 
-    // It must be the one that comes next of its thread.
+    // It must be the next line of its thread.
     void TakeLoadLine(const QByteArray& message)
     {
         const int thread = message.split(' ').value(1).toInt();

@@ -5,19 +5,19 @@
 
 #include <QtCore/QVector>
 
-/// What a run must have left in the log.
+/// What the log must contain after a run.
 struct Expected
 {
     QStringList iRotatedBefore; ///< files of earlier runs
     qint64 iBytesBefore = 0; ///< in the log, when this run began
-    bool iIsRotated = false; ///< whether the log was due when this run began
-    QVector<int> iLoadLines; ///< of each thread
+    bool iIsRotated = false; ///< whether the log was due for rotation when this run began
+    QVector<int> iLoadLines; ///< per thread
     int iErrors = 0;
     int iThreadsListed = 0;
     QString iSilenced; ///< a message that the level stopped
 };
 
-/// What is in the log.
+/// What the log contains.
 struct CheckedLog
 {
     QStringList iFiles; ///< names, oldest first; the log itself is the last

@@ -9,7 +9,7 @@ namespace {
 constexpr int kRotatedKept = 3;
 constexpr qint64 kTailBytes = 400;
 
-// What is there of a path that may not be there yet.
+// The existing part of a path.
 QFileInfo NearestExisting(const QString& path)
 {
     QFileInfo info(path);
@@ -82,7 +82,7 @@ bool LogFolder::EndsWith(const QByteArray& text) const
 {
     if (Tail(LogPath()).contains(text))
         return true;
-    // The batch may have been the one that was followed by a rotation.
+    // A rotation may have followed the batch.
     const QStringList rotated = Rotated();
     return !rotated.isEmpty() && Tail(PathOf(rotated.last())).contains(text);
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kLinesInRound = 1000000; // of all threads; less than 90 bytes each
+constexpr int kLinesInRound = 1000000; // from all threads; less than 90 bytes each
 constexpr int kLinesBetweenNews = 256;
 
 } // namespace
@@ -25,7 +25,7 @@ void LoadThread::run()
     const QString start = LogLoad::MessageStart(iNumber);
     int line = iFirst;
     for (; line != iEnd && !IsInterrupted(); ++line) {
-        // The level first: a message that nobody wants is not even built.
+        // The level first: build no message that nobody reads.
         if (Logger::GetInstance()->GetLevel() & LoggerDefs::Information)
             Logger::LogInformation(LogLoad::kFunction, start + QString::number(line));
         if (line % kLinesBetweenNews == 0)

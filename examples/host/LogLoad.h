@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-/// Logs a run of numbered lines.
+/// Logs a sequence of numbered lines.
 class LoadThread : public RegisteredThread
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ public:
     /// The lines from `first` up to, but not including, `end`.
     LoadThread(int number, int first, int end);
 
-    /// How many it has logged so far; now and then brought up to date.
+    /// How many it has logged so far. Updated now and then.
     int Logged() const { return iLogged.load(std::memory_order_relaxed); }
 
 protected:
@@ -28,29 +28,29 @@ private:
     std::atomic<int> iLogged{0};
 };
 
-/// Threads that log as fast as they can, in rounds. No round fills more than one log file, so that whoever waits for a
-/// new second between rounds never has two rotations in one second.
+/// Threads that log as fast as they can, in rounds. No round fills more than one log file, so a host that waits for the
+/// next second between rounds never has two rotations in one second.
 class LogLoad
 {
 public:
-    /// The function that the lines name.
+    /// The name of the function in the lines.
     static constexpr const char* kFunction = "LoadThread::run";
-    /// What the message of a line begins with; the line's number follows.
+    /// The beginning of a line's message, before its number.
     static QString MessageStart(int thread);
 
     LogLoad(int threads, int linesPerThread);
     ~LogLoad();
     Q_DISABLE_COPY(LogLoad)
 
-    /// Starts the next round. Call it when the one before is over.
+    /// Starts the next round. Call it when the previous one is over.
     void StartRound();
     bool IsRoundOver() const;
-    /// No lines are left, or the load was interrupted.
+    /// Whether no lines are left, or the load was interrupted.
     bool IsOver() const;
     /// Asks the threads to end.
     void Interrupt();
 
-    /// What was logged so far by one thread, and by all.
+    /// The number of lines logged so far by one thread, and by all.
     int Logged(int thread) const;
     qint64 LoggedByAll() const;
 

@@ -36,7 +36,7 @@ QStringList Callers()
     const QStringList frames = StackTrace::TraceCode().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
     for (const QString& frame : frames)
         callers += FunctionName(frame);
-    // What led there; instrumented builds have more frames in between.
+    // The callers of that function. Instrumented builds have more frames in between.
     return callers.mid(qMax(0, callers.indexOf(QStringLiteral("DescribeMachine"))), kCallers);
 }
 

@@ -2,15 +2,15 @@
 
 #include <QtCore/QStringList>
 
-/// What the library tells of the machine.
+/// The facts that the library knows about the machine.
 struct Machine
 {
     QString iSystem;
     QString iProcessor;
     QString iBuild; ///< what the application was built for; empty outside of a bundle
     QString iUserAgent;
-    QString iUpdateUrl; ///< where a host with these facts would ask for an update
-    qint64 iFreeBytes = -1; ///< where the user's data is
+    QString iUpdateUrl; ///< the URL by which such a host would check for updates
+    qint64 iFreeBytes = -1; ///< on the volume of the user's data
     bool iIsLoggedIn = false;
     QStringList iCallers; ///< the functions that led here, the innermost first
 };

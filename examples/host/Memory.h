@@ -2,11 +2,11 @@
 
 #include <QtCore/QtGlobal>
 
-/// The memory of this process that is resident, in bytes; 0 where the system does not tell.
+/// The resident memory of this process in bytes, 0 if the system does not tell.
 namespace Memory {
 
 qint64 Resident();
-/// The most that ever was.
+/// The peak since the process started.
 qint64 Peak();
 
 } // namespace Memory

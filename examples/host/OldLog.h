@@ -2,14 +2,14 @@
 
 #include <QtCore/QString>
 
-/// The log that a run of two days ago left behind, so that the rule about a log's age can be seen at work.
+/// A log that looks as if a run of two days ago had left it, to show the rotation by age.
 struct OldLog
 {
-    /// The bytes that were in the file before this run.
+    /// The size of the file before this run.
     qint64 iSize = 0;
-    /// False where the file system keeps no creation time that can be set; then the log is not old.
+    /// False if the file system cannot store a creation time. Then the log is not old.
     bool iIsAged = false;
 
-    /// Takes the file that is there, or writes one.
+    /// Uses the existing file, or writes one.
     static OldLog Prepare(const QString& path);
 };

@@ -20,17 +20,18 @@ void AddOptions(QCommandLineParser& parser)
 {
     const Options defaults;
     parser.setApplicationDescription(
-        QStringLiteral("Lives a life on the library: logs from several threads, lets the log rotate, and checks that\n"
-                       "every line arrived. Ends with what there is to know about the machine, the folders, the "
+        QStringLiteral("Shows the library at work: logs from several threads, lets the log rotate, and checks that\n"
+                       "every line arrived. Then prints a summary of the machine, the folders, the "
                        "settings, the log and\n"
-                       "the report for the support."));
+                       "the report for technical support."));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOptions({
-        {kFolder, QStringLiteral("Put everything below this folder, created when missing."), QStringLiteral("folder")},
+        {kFolder, QStringLiteral("Put everything below this folder, and create it if it is missing."),
+         QStringLiteral("folder")},
         {kLines, QStringLiteral("Lines that each thread logs, 1 to %1 (%2).").arg(kMostLines).arg(defaults.iLines),
          QStringLiteral("n"), QString::number(defaults.iLines)},
-        {kNoReport, QStringLiteral("Make no report for the support.")},
+        {kNoReport, QStringLiteral("Make no report for technical support.")},
         {kThreads, QStringLiteral("Threads that log, 1 to %1 (%2).").arg(kMostThreads).arg(defaults.iThreads),
          QStringLiteral("n"), QString::number(defaults.iThreads)},
     });
@@ -42,7 +43,7 @@ int Show(const QString& text)
     return std::fflush(stdout) == 0 ? ExitCode::kDone : ExitCode::kFailed;
 }
 
-// Zero for what is no number in the range.
+// Zero if the text is not a number in the range.
 int Number(const QString& text, int most)
 {
     bool isNumber = false;
@@ -63,7 +64,7 @@ QString ReadFolder(const QCommandLineParser& parser)
     return folder.isEmpty() ? QString() : QDir::cleanPath(QDir::current().absoluteFilePath(folder));
 }
 
-// Empty when all is well.
+// Returns what is wrong, or an empty text.
 QString ReadValues(const QCommandLineParser& parser, Options& options)
 {
     if (!parser.positionalArguments().isEmpty())

@@ -4,14 +4,14 @@
 
 #include <optional>
 
-/// What the user asked for.
+/// The options on the command line.
 struct Options
 {
     QString iFolder; ///< where everything goes, absolute
     bool iIsOwnFolder = true; ///< whether the folder is the host's alone
     int iThreads = 4;
-    int iLines = 250000; ///< of each thread
-    bool iIsReporting = true; ///< whether a report for the support is made
+    int iLines = 250000; ///< per thread
+    bool iIsReporting = true; ///< whether to make a report for technical support
 
     qint64 AllLines() const { return qint64(iThreads) * iLines; }
 };
@@ -19,15 +19,15 @@ struct Options
 namespace ExitCode {
 
 constexpr int kDone = 0;
-constexpr int kFailed = 1; ///< the log does not hold what it should
-constexpr int kBadInput = 2; ///< nothing was done and nothing created
-constexpr int kInterrupted = 130; ///< as the shell has it
+constexpr int kFailed = 1; ///< the log is wrong
+constexpr int kBadInput = 2; ///< nothing was created
+constexpr int kInterrupted = 130; ///< like the shell's for SIGINT
 
 } // namespace ExitCode
 
-/// Reads the command line. When that is all there is to do (help, version, bad input), says so and returns the exit
-/// code.
+/// Reads the command line. If nothing else is to be done (help, version, bad input), prints a message and returns the
+/// exit code.
 std::optional<int> ReadOptions(const QStringList& arguments, Options& options);
 
-/// Tells what is wrong with the input, on stderr. Returns ExitCode::kBadInput.
+/// Prints to stderr what is wrong with the input. Returns ExitCode::kBadInput.
 int RejectInput(const QString& what);

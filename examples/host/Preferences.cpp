@@ -24,7 +24,7 @@ QString ToKey()
     return QString::fromLatin1(ZEP_GLOBALS::gAutoDownloadsEndTime);
 }
 
-// What an installer would put there. The user's own values win, but for the version.
+// The file that an installer would ship. The user's own values take precedence, except for the version.
 QString ShipDefaults()
 {
     QString path = QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("defaults.ini"));
@@ -38,7 +38,7 @@ QString ShipDefaults()
 int CountRun(IniFile& preferences)
 {
     QString text;
-    preferences.GetKeyValue(kHost, kRuns, text); // not there on the first run
+    preferences.GetKeyValue(kHost, kRuns, text); // missing on the first run
     const int runs = text.toInt() + 1;
     preferences.SetKeyValue(kHost, kRuns, runs);
     return runs;

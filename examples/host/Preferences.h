@@ -3,18 +3,18 @@
 #include <QtCore/QString>
 #include <QtCore/QTime>
 
-/// The host's settings, kept from run to run.
+/// The host's settings, which persist from run to run.
 struct Preferences
 {
     QString iPath;
-    int iRuns = 0; ///< this one included
-    bool iIsMerged = false; ///< whether the defaults brought something new
+    int iRuns = 0; ///< including this one
+    bool iIsMerged = false; ///< whether the defaults added anything
     QTime iDownloadsFrom;
     QTime iDownloadsTo;
 };
 
-/// Tells the library where the user's folders are, all below `base`, and creates them. False when that fails.
+/// Sets the user's folders, all below `base`, and creates them. False if that fails.
 bool PrepareFolders(const QString& base);
 
-/// Opens the preferences, merges what the application ships as defaults into them, and counts the run.
+/// Opens the preferences, merges the application's defaults into them, and counts the run.
 Preferences OpenPreferences();

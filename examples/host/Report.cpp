@@ -26,7 +26,7 @@ void SetUnlessSet(const char* name, const char* value)
         qputenv(name, value);
 }
 
-// The framework's tool shares the host's terminal, and wants to be told when there is no display.
+// The framework's tool shares the host's terminal, and fails without a display unless this variable says so.
 void PrepareEnvironment()
 {
     SetUnlessSet("QT_LOGGING_RULES", "*=false");
@@ -36,7 +36,7 @@ void PrepareEnvironment()
 #endif
 }
 
-/// The two logs, while others write them.
+/// The two logs, while the collectors write them.
 class Collection
 {
 public:
@@ -49,7 +49,7 @@ public:
         iDisplays.setFile(logs.filePath(QStringLiteral("graphics.log")));
     }
 
-    // A report is made once: what is there is in the way of a new one.
+    // Existing logs prevent a new report.
     void Start()
     {
         for (const QFileInfo& log : {iFramework, iDisplays})
@@ -57,7 +57,7 @@ public:
         if (HasTool())
             PrepareEnvironment();
         else
-            QFile(iFramework.filePath()).open(QIODevice::WriteOnly); // spares the shell the search for it
+            QFile(iFramework.filePath()).open(QIODevice::WriteOnly); // so that the shell does not look for it
         SystemConfig::ReportSystemDetails();
     }
 

@@ -4,13 +4,13 @@
 
 #include <QtCore/QStringList>
 
-/// What a user would send to the support.
+/// What a user would send to technical support.
 struct Report
 {
     bool iIsMade = false;
-    bool iIsComplete = false; ///< the collectors came to an end in time
+    bool iIsComplete = false; ///< the collectors finished in time
     QStringList iDisplays; ///< the lines that describe the displays
-    QStringList iFramework; ///< the lines of the framework's diagnostics that matter; empty without its tool
+    QStringList iFramework; ///< the relevant lines of the framework's diagnostics; empty without its tool
 };
 
 /// Makes the report anew, in the folder Logs of the user's data, and waits until it is complete.

@@ -55,9 +55,9 @@ QString ReportPart(const Report& report)
         ? report.iDisplays.constFirst()
         : QStringLiteral("%1 lines in graphics.log").arg(report.iDisplays.size());
     const QString framework = report.iFramework.isEmpty()
-        ? QStringLiteral("unknown, no qtdiag beside the host")
-        : QStringLiteral("%1 lines that matter of qtdiag.log").arg(report.iFramework.size());
-    const QString inTime = report.iIsComplete ? QString() : QStringLiteral(" (the tools are not done yet)");
+        ? QStringLiteral("unknown, there is no qtdiag beside the host")
+        : QStringLiteral("%1 relevant lines of qtdiag.log").arg(report.iFramework.size());
+    const QString inTime = report.iIsComplete ? QString() : QStringLiteral(" (the tools have not finished)");
     return Title(QStringLiteral("Report")) + Row(QStringLiteral("displays"), displays + inTime)
         + Row(QStringLiteral("framework"), framework);
 }
@@ -107,7 +107,7 @@ QString LogPart(const Life& life)
     for (int i = 0; i < life.iLog.iFiles.size() - 1; ++i)
         text += RotatedRow(life, life.iLog.iFiles[i]);
     if (!life.iIsAged)
-        text += Row(QStringLiteral("not rotated"), QStringLiteral("the file system keeps no creation time"));
+        text += Row(QStringLiteral("not rotated"), QStringLiteral("the file system stores no creation time"));
     if (life.iOldLogsRemoved > 0)
         text += Row(QStringLiteral("removed"), QStringLiteral("%1 of the older logs").arg(life.iOldLogsRemoved));
     return text + Row(QStringLiteral("errors"), life.iErrorCodes.join(QLatin1String(", ")));

@@ -6,7 +6,7 @@
 #include "Preferences.h"
 #include "Report.h"
 
-/// What there is to tell about a run.
+/// The facts about a run.
 struct Life
 {
     Machine iMachine;
@@ -17,7 +17,7 @@ struct Life
     int iOldLogsRemoved = 0;
     qint64 iLines = 0;
     double iSeconds = 0; ///< until the lines were in the file
-    QStringList iErrorCodes; ///< as the reporter heard them
+    QStringList iErrorCodes; ///< as the reporter received them
     qint64 iPeakMemory = 0;
     qint64 iFinalMemory = 0;
     bool iIsInterrupted = false;

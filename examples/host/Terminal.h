@@ -2,10 +2,10 @@
 
 #include <QtCore/QString>
 
-/// What the output goes to.
+/// The output.
 namespace Terminal {
 
-/// Whether a line may be drawn over itself: everything goes to a terminal that can do that.
+/// Whether a line may be overwritten: all output goes to a terminal that can do that.
 bool ShowsProgress();
 /// Whether the summary may be in colour. Honours NO_COLOR.
 bool ShowsColour();
@@ -14,7 +14,7 @@ QString Bold(const QString& text);
 QString Green(const QString& text);
 QString Red(const QString& text);
 
-/// Writes to stdout. False when that was not possible.
+/// Writes to stdout. False if that fails.
 bool Print(const QString& text);
 
 } // namespace Terminal

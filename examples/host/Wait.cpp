@@ -15,7 +15,7 @@ Wait::Wait(const std::function<bool()>& isDone, QDeadlineTimer deadline)
 {
 }
 
-// Nothing may call an object that is on its way out.
+// No timer may call an object during its destruction.
 Wait::~Wait()
 {
     RegisteredTimer::Cleanup(this, false);
@@ -29,7 +29,7 @@ bool Wait::Until(const std::function<bool()>& isDone, QDeadlineTimer deadline)
 
 void Wait::onTick()
 {
-    // A timer that has fired stays until somebody removes it.
+    // A timer that has fired stays until it is removed.
     RegisteredTimer::CleanupTimer(iTimer, this);
     iTimer = nullptr;
     if (iIsDone())

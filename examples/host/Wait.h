@@ -8,8 +8,8 @@
 
 class RegisteredTimer;
 
-/// Lets the event loop run until something has happened. A host that sleeps instead stops the log's own timer, which
-/// runs in the event loop of the thread that used the log first.
+/// Runs the event loop until something has happened. A host that sleeps instead stops the log's timer, which runs in
+/// the event loop of the thread that used the log first.
 class Wait : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ class Wait : public QObject
 public:
     ~Wait() override;
 
-    /// Whether `isDone` came true before the time was over. It is asked every few milliseconds.
+    /// Returns whether `isDone` became true in time. Calls it every few milliseconds.
     static bool Until(const std::function<bool()>& isDone, QDeadlineTimer deadline = QDeadlineTimer::Forever);
 
 private Q_SLOTS:

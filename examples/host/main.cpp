@@ -16,7 +16,7 @@ int main(int argc, char** argv)
     if (const std::optional<int> code = ReadOptions(QCoreApplication::arguments(), options))
         return *code;
     Interrupt::Catch();
-    // Before any singleton is used. What it holds at the end, it deletes.
+    // Before any singleton is used. The hook deletes the instances that it holds at the end.
     SingletonHook hook;
     HookedSingleton::InstallHook(&hook);
     const int code = Host(options).Run();

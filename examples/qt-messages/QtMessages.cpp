@@ -12,7 +12,7 @@ constexpr unsigned int kFatalCode = 9002;
 
 QtMessageHandler gPrevious = nullptr;
 
-// It must not wait for a log that waits for it.
+// The logging thread must not wait for the log, which may wait for it.
 bool IsLoggingThread()
 {
     const auto* const thread = qobject_cast<RegisteredThread*>(QThread::currentThread());
@@ -36,7 +36,7 @@ void Log(QtMsgType type, const char* category, const QString& message)
     }
 }
 
-// Messages that come of handling one do not get here: Qt prints them.
+// Messages that are logged while one is handled do not get here: Qt prints them.
 void Handle(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     const bool isLoggingThread = IsLoggingThread();
@@ -44,7 +44,7 @@ void Handle(QtMsgType type, const QMessageLogContext& context, const QString& me
     if (isLogged)
         Log(type, context.category, message);
     if (type == QtFatalMsg && !isLoggingThread)
-        Logger::StopLogging(); // the process ends when this returns: now or never
+        Logger::StopLogging(); // the process ends when this returns
     if (type == QtFatalMsg || !isLogged)
         gPrevious(type, context, message);
 }
@@ -53,7 +53,7 @@ void Handle(QtMsgType type, const QMessageLogContext& context, const QString& me
 
 void QtMessages::Install()
 {
-    Logger::GetInstance(); // lives on this thread from now on
+    Logger::GetInstance(); // this thread's event loop drives the log
     if (!gPrevious)
         gPrevious = qInstallMessageHandler(Handle);
 }

@@ -1,4 +1,4 @@
-// Says something at each of Qt's levels, with the log behind it: qt-messages <log file> [fatal]
+// Sends a message at each of Qt's levels to the log: qt-messages <log file> [fatal]
 #include "QtMessages.h"
 
 #include <NeroltOrvaneBase/Logger.h>
