@@ -26,7 +26,7 @@ void BecomeOrdinaryUser()
         ::_exit(99);
 }
 
-// A copy in this test's own folder.
+// Makes a copy in this test's own folder.
 QString Reachable(const QString& path)
 {
     const QString copy = TestSupport::Scratch() + QLatin1Char('/') + QFileInfo(path).fileName();
@@ -97,7 +97,7 @@ void HostProcess::Start(const QStringList& arguments)
     waitForStarted();
 }
 
-// A terminal that nobody reads fills up and holds its writer.
+// A terminal that nobody reads fills up and blocks its writer.
 void HostProcess::ReadScreen()
 {
     char bytes[4096];

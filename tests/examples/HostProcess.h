@@ -5,7 +5,7 @@
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QStringList>
 
-/// The host program, run the way a user may run it.
+/// Runs the host program as a user may run it.
 class HostProcess : public QProcess
 {
 public:
@@ -13,19 +13,19 @@ public:
     ~HostProcess() override;
 
     void SetVariable(const char* name, const char* value);
-    /// Tests do without the report for the support, which takes its time.
+    /// Without the report for technical support, which takes long.
     void MakeReport() { iIsReporting = true; }
-    /// Even if this process is root, and the program lies where nobody else can reach it.
+    /// As an ordinary user, even if this process is root and nobody else can reach the program.
     void RunAsOrdinaryUser();
-    /// On a pseudo terminal of its own instead of pipes. Call it before Start.
+    /// On a pseudo terminal instead of pipes. Call it before Start.
     void OpenTerminal();
 
     void Start(const QStringList& arguments);
-    /// Waits for the end; the exit code, or -1 when it crashed or had to be killed.
+    /// Waits for the end. Returns the exit code, or -1 if the program crashed or had to be killed.
     int Finish();
     int Run(const QStringList& arguments);
 
-    /// What it wrote to the pseudo terminal.
+    /// The output on the pseudo terminal.
     const QByteArray& Screen() const { return iScreen; }
     QByteArray Out() { return readAllStandardOutput(); }
     QByteArray Err() { return readAllStandardError(); }

@@ -12,13 +12,13 @@ constexpr int kTimeoutMs = 60000;
 
 } // namespace
 
-// Each program is run as it is, and what it prints is compared to the letter.
+// Runs each program, and compares its exact output.
 class tst_Families : public QObject
 {
     Q_OBJECT
 
 private:
-    // What the program of that name prints, or what became of it.
+    // The output of the program with that name, or its error.
     static QByteArray Run(const char* family)
     {
         QProcess process;
@@ -57,7 +57,7 @@ private Q_SLOTS:
                      "|10|Information|Logger::ResetLoggingLevel|resetting log level 4",
                      "|30|Warning|main|but this",
                  }));
-        // One frame is ours, the others are the system's.
+        // One frame belongs to the program, the others to the system.
         const QRegularExpression ours("^Module logging Memory 0x[0-9a-f]{16} FunctionName main Offset \\d+\r$");
         QStringList frames;
         for (const QByteArray& line : lines.mid(8))

@@ -77,7 +77,7 @@ const TestSupport::Scenario reporterTalks("reporterTalks", [](const QStringList&
     return 0;
 });
 
-// The thread that writes the log has a warning while another waits for it.
+// The logging thread sends a warning while another thread waits for it.
 const TestSupport::Scenario loggingThreadWarns("loggingThreadWarns", [](const QStringList&) {
     Start();
     DoOnLoggingThread([] {
@@ -205,7 +205,7 @@ private Q_SLOTS:
         QCOMPARE(process.readAllStandardError(), QByteArray("usage: qt-messages <log file> [fatal]\n"));
     }
 
-    // A message that comes of logging one is not logged: it would come again and again.
+    // A message that is caused by logging a message is not logged: it would recur forever.
     void messagesOfTheReporter()
     {
         const ScenarioResult result = TestSupport::RunScenario("reporterTalks");
@@ -248,7 +248,8 @@ private Q_SLOTS:
         QCOMPARE(LogOf(result), Lines({"|30|Warning|Qt(default)|from another thread", kStopping}));
     }
 
-    // What the level stops is gone; what a silent or stopped log does not hear is told to whoever listened before.
+    // A message that the level stops is dropped. The previous handler gets messages that a silent or stopped log does
+    // not accept.
     void levelsAndThePreviousHandler()
     {
         const ScenarioResult result = TestSupport::RunScenario("levels");

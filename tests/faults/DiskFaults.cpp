@@ -45,7 +45,7 @@ qint64 SayAll(Range range, int batch)
     return slowest;
 }
 
-// Who waited for the disk would wait for ever here.
+// A caller that waits for the disk would wait forever here.
 void SayWhileTheWriterStandsStill()
 {
     RunningLog::WhileTheWriterStandsStill([] {
@@ -81,7 +81,7 @@ bool IsIn(const QList<Range>& ranges, int number)
                        [number](Range range) { return range.iFrom <= number && number < range.iTo; });
 }
 
-// A line that is damaged takes one of those that must be there with it: it stands behind what was cut short.
+// A damaged line costs one of the required lines, because it follows a truncated batch.
 DiskFaults::Outcome Judge(const Fault& fault, const Found& found)
 {
     DiskFaults::Outcome outcome;
@@ -114,7 +114,7 @@ void Prepare(const Fault& fault)
     }
 }
 
-// The log runs, and so does the fault.
+// The log runs, and the fault lasts.
 std::unique_ptr<OrdinaryUser> Begin(const Fault& fault)
 {
     Prepare(fault);

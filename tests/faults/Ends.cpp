@@ -20,7 +20,7 @@ using TestSupport::Scenario;
 
 namespace {
 
-// To encode its name takes the framework's codecs, which are gone before the process is.
+// Encoding its name needs the framework's codecs, which are destroyed before the process ends.
 constexpr const char* kLog = "l\xc3\xbcge.log";
 constexpr const char* kStop = "stop";
 constexpr int kPageBytes = 4096;
@@ -31,7 +31,7 @@ bool HasBegun()
     return ::stat(kLog, &status) == 0 && status.st_size > 0;
 }
 
-// Others go on logging while the process ends.
+// Other threads continue to log while the process ends.
 const Scenario endsUnderLoad("endsUnderLoad", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
     Logger::SetLoggerFileName(QString::fromUtf8(kLog), false);
@@ -51,10 +51,10 @@ const Scenario endsUnderLoad("endsUnderLoad", [](const QStringList& arguments) {
     return 0;
 });
 
-// By their names as the system has them: the framework leaves out what it cannot decode.
+// Uses the names that the system returns: the framework leaves out names that it cannot decode.
 using Files = QMap<QByteArray, QByteArray>;
 
-// What is in a folder, which goes with it.
+// The contents of a folder. Removes the folder.
 Files Take(const QString& path)
 {
     const std::filesystem::path folder(QFile::encodeName(path).toStdString());
@@ -72,7 +72,7 @@ void JudgeLog(QByteArray text, Ends::Outcome& outcome)
 {
     if (text.isEmpty())
         outcome.iFault = "the log is empty";
-    // The system gives a write up where a page of the file ends when the process is gone meanwhile.
+    // If the process ends during a write, the kernel may stop at a page boundary of the file.
     if (text.size() % kPageBytes == 0)
         text.truncate(text.lastIndexOf('\n') + 1);
     const QList<QByteArray> bodies = LogText::Bodies(text);

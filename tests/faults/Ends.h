@@ -3,17 +3,17 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-/// Processes that end while threads of theirs log.
+/// Processes that end while their threads log.
 namespace Ends {
 
 struct Outcome
 {
     int iEnds = 0;
     qint64 iLines = 0;
-    QByteArray iFault; ///< what broke; nothing if all was kept
+    QByteArray iFault; ///< the first broken promise, or empty
 };
 
-/// So many processes, one after the other. Each stops the log before its end, or does not.
+/// Runs so many processes, one after the other. Each either stops the log before it ends or does not.
 Outcome UnderLoad(int ends, bool stops);
 
 } // namespace Ends

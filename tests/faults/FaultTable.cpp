@@ -42,7 +42,7 @@ void LimitFiles(rlim_t bytes)
     Require(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit files");
 }
 
-// Every descriptor that the process may still have.
+// Opens every descriptor that the process may still have.
 std::vector<int>& TakenDescriptors()
 {
     static std::vector<int> taken;
@@ -141,7 +141,7 @@ std::vector<Fault> Protected()
          open},
         {"read-only folder with the log", Needs::OrdinaryUser, kEverything, {}, 0, [] { SetFolderMode(0555); }, open},
         {"read-only log", Needs::OrdinaryUser, kAround, {}, 0, [] { SetLogMode(0444); }, [] { SetLogMode(0644); }},
-        // Everything is lost up to the batch that finds the file old.
+        // Everything up to the batch that finds the file too old is lost.
         {"rename that fails",
          Needs::OrdinaryUser,
          {{kDuring.iFrom + DiskFaults::kBatchLines, kAll}},

@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-/// What the faults are, how each begins and ends, and what is lost.
+/// The faults, how each begins and ends, and what is lost.
 namespace FaultTable {
 
 /// Numbers of lines, half-open.
@@ -29,8 +29,8 @@ struct Fault
 
     const char* iName;
     Needs iNeeds;
-    QList<Range> iMust; ///< what must be in the files when all is over
-    QList<Range> iMay; ///< what may be there or not
+    QList<Range> iMust; ///< lines that must be in the files at the end
+    QList<Range> iMay; ///< lines that may be there or not
     int iTorn; ///< lines that may be damaged
     std::function<void()> iBegin;
     std::function<void()> iEnd;
@@ -38,7 +38,7 @@ struct Fault
 
 std::vector<Fault> All();
 
-/// The process is no good without it.
+/// Ends the process unless the condition holds.
 void Require(bool done, const char* what);
 
 /// The folder of the log, and the log in it.

@@ -28,12 +28,13 @@ constexpr int kAnswerTimeoutMs = 60000;
 constexpr int kLongestLifeMs = 40;
 constexpr int kLinesToAPromise = 37;
 constexpr int kSpeakers = 3;
-// Whoever changes a file without a pause leaves the lock to others for moments only, and they try it ever more seldom.
+// A process that changes a file without a pause releases the lock only briefly, and the others retry at growing
+// intervals.
 constexpr int kPauseUsecs = 5000;
 constexpr int kPageBytes = 4096;
 const QString kGroup = QStringLiteral("A");
 
-// In one call, so that what is said is said whole.
+// In a single call, so that the line is complete.
 void Promise(int number)
 {
     const QByteArray text = QByteArray::number(number) + '\n';
@@ -41,7 +42,7 @@ void Promise(int number)
         ::_exit(1);
 }
 
-// The first thread says how far its lines are in the file; the others only make a noise.
+// The first thread reports how many of its lines are in the file. The others only add load.
 const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
     Logger::SetLoggerFileName(arguments.value(0), false);
@@ -65,7 +66,7 @@ const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments)
     return 0;
 });
 
-// No two states have the same size: the framework may take two of one size and one millisecond for the same.
+// No two versions have the same size: the framework may mistake two of one size and one millisecond for the same.
 QByteArray State(int number)
 {
     return (QByteArray::number(number) + '-').repeated(30 + number);
@@ -93,7 +94,7 @@ public:
 
     bool HasBegun() { return iProcess.canReadLine() || iProcess.waitForReadyRead(kAnswerTimeoutMs); }
     void Kill() { iProcess.kill(); }
-    // The last promise that it gave; -1 for none.
+    // The last promise that it made, or -1.
     int LastWords()
     {
         iProcess.waitForFinished(kAnswerTimeoutMs);
@@ -115,13 +116,13 @@ bool IsStopped(int number)
     return (Lines::LevelOf(number) & (LoggerDefs::Debug | LoggerDefs::Trace)) != 0;
 }
 
-// Whatever was handed over is the beginning of what each thread said, without a gap.
+// The file holds the first lines of each thread, without a gap.
 void JudgeLog(const QByteArray& text, int promised, Kills::Outcome& outcome)
 {
     std::array<int, kSpeakers> next{};
     const bool isTorn = !text.isEmpty() && !text.endsWith('\n');
     outcome.iTorn += isTorn;
-    // Systems give a write up where a page of the file ends when its process is killed, and nowhere else.
+    // If a process is killed during a write, the kernel may stop at a page boundary of the file, and nowhere else.
     if (isTorn && text.size() % kPageBytes != 0)
         outcome.iFault = "torn after " + QByteArray::number(text.size()) + " bytes";
     QList<QByteArray> lines = LogText::Lines(text);
@@ -146,7 +147,7 @@ void JudgeLog(const QByteArray& text, int promised, Kills::Outcome& outcome)
     outcome.iFound += lines.size();
 }
 
-// Whoever comes later appends lines of his own.
+// A process that starts later appends its own lines.
 void JudgeNextLog(const QString& path, const QByteArray& before, Kills::Outcome& outcome)
 {
     LoggerWorker worker(path);
@@ -168,7 +169,7 @@ int NumberOf(const QByteArray& text, const QByteArray& key)
     return at < 0 ? 0 : text.mid(at + 3).split('-').first().toInt();
 }
 
-// The one that died while it signed the lock leaves an empty one, which counts for half a minute.
+// A process that dies before it writes to its lock file leaves an empty one, which counts for half a minute.
 void EndLock(const QString& path, Kills::Outcome& outcome)
 {
     QFile lock(path + QStringLiteral(".lock"));

@@ -20,7 +20,7 @@ constexpr std::array<LoggerDefs::LogValues, 8> kLevels{LoggerDefs::Information, 
                                                        LoggerDefs::Error,       LoggerDefs::Error,   LoggerDefs::Debug,
                                                        LoggerDefs::Exception,   LoggerDefs::Trace};
 
-// Short and long, plain and not, some with line breaks that must go.
+// Short and long, ASCII and other text, some with line breaks that the log removes.
 QString MakeText(int index)
 {
     QString text = QString(index, QLatin1Char(char('a' + index % 26)));
@@ -31,7 +31,7 @@ QString MakeText(int index)
     return text;
 }
 
-// Never destroyed: a thread may speak until the very end of the process.
+// Never destroyed: a thread may log until the very end of the process.
 const QString& Text(int number)
 {
     static const auto* const texts = [] {
@@ -43,7 +43,7 @@ const QString& Text(int number)
     return (*texts)[size_t(number % kTexts)];
 }
 
-// What stands in the file of it.
+// The form of this text in the file.
 const QByteArray& TextInFile(int number)
 {
     static const auto* const texts = [] {

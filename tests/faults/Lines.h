@@ -7,8 +7,8 @@
 
 #include <optional>
 
-/// The lines of a load. Each tells who said it and which of his it is, and has a text of its own, so that what is torn,
-/// forged or lost shows.
+/// The lines of a load. Each contains its thread, its number and a text of its own, which reveals torn, forged and lost
+/// lines.
 namespace Lines {
 
 struct Said
@@ -17,10 +17,10 @@ struct Said
     int iNumber;
 };
 
-/// What most tests let through: all but what is tried for a second only.
+/// The mask of most tests: all levels except those that are dropped after a second.
 constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
-/// The level of a speaker's line. Every third is of another entry point of the logger.
+/// The level of a line. Every third line uses another entry point of the logger.
 LoggerDefs::LogValues LevelOf(int number);
 
 /// Logs the line.
@@ -28,18 +28,18 @@ void Say(int thread, int number);
 /// Ten lines of speaker 0.
 void SayTen(int from);
 
-/// What stands in the file behind the stamp.
+/// The text in the file after the time stamp.
 QByteArray Body(int thread, int number);
 
-/// Whose line this is, if it is whole; nothing for a line of anybody else's.
+/// The thread and number of a complete line; no value for any other line.
 std::optional<Said> Whose(const QByteArray& body);
 
-/// The numbers of the whole lines in a log, in their order.
+/// The numbers of the complete lines in a log, in their order.
 QList<int> Numbers(const QByteArray& log);
 /// Those that kAlwaysOn lets through.
 QList<int> Expected(int from, int to);
 
-/// Whether a speaker's name is in the line, whole or not.
+/// Whether the line contains a speaker's name, complete or not.
 bool IsSpoken(const QByteArray& line);
 
 } // namespace Lines

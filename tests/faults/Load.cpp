@@ -24,7 +24,7 @@ using Lines::kAlwaysOn;
 namespace {
 
 constexpr qint64 kMaxBytes = 104857600;
-// A line is dropped when a lock cannot be had within 1000 ms.
+// A line is dropped after 1000 ms without the lock.
 constexpr qint64 kLateUsecs = 950000;
 constexpr int kNextSecondMs = 1100;
 constexpr int kPatienceMs = 60000;
@@ -74,7 +74,7 @@ private:
     Load::Outcome iOutcome;
 };
 
-// While the mask stands still it says for sure whether the line is accepted.
+// While the mask does not change, it decides whether the line is accepted.
 void Runner::Record(LoadFiles::Record& record, int number, int epochBefore, int mask, qint64 usecs)
 {
     const LoggerDefs::LogValues level = Lines::LevelOf(number);
@@ -137,7 +137,7 @@ void Runner::ChangeFile(int file)
     Logger::SetLoggerFileName(LoadFiles::Path(file), true);
 }
 
-// Every other file is old, the others are large; the first batch finds either so.
+// Every second file is too old, the others are too large. The first batch finds them so.
 void Runner::Prepare(int file)
 {
     const QString path = LoadFiles::Path(file);
@@ -150,7 +150,7 @@ void Runner::Prepare(int file)
         FileUtilities::SetTime(path, QDateTime::currentDateTime().addDays(-2), FileTimeCreation, false);
 }
 
-// Lets the threads speak their share, and changes to a new file, if any, when half of it is said.
+// Lets the threads log their share, and changes to a new file, if any, after half of it.
 void Runner::Burst(int index, int newFile)
 {
     const qint64 before = iSpoken;

@@ -45,14 +45,14 @@ private:
     Load::Outcome& iOutcome;
     std::vector<int> iLast;
     std::vector<std::vector<bool>> iFound;
-    Text iBuffered; // the agent's buffer at this place of the text
+    Text iBuffered; // the agent's buffer at this point of the text
     int iBufferedBytes = 0;
-    Text iExpectedAgain; // what the buffer held when the file was changed
+    Text iExpectedAgain; // the lines in the buffer when the file was changed
     int iResets = 0;
     QByteArray iFault;
 };
 
-// What a file and those rotated out of it hold, in order.
+// The contents of a file and of its rotated files, in order.
 void Checker::File(int file)
 {
     const QStringList rotated = LoadFiles::Rotated(file);
@@ -86,7 +86,7 @@ void Checker::Part(const QString& name, qint64 from, const QString& before)
     }
 }
 
-// A line belongs to the batch that its bytes make it belong to, and so the rest of the last batch is known.
+// The sizes of the lines determine their batches, and so the rest of the last batch.
 void Checker::Line(const QByteArray& line)
 {
     if (!iExpectedAgain.isEmpty()) {

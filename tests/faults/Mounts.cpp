@@ -18,7 +18,7 @@ bool Put(const char* path, const char* text)
     return done;
 }
 
-// Who has no privileges may have them in a world of his own, in which he stays who he is.
+// A user without privileges can have them in a new user namespace, with an unchanged user id.
 bool EnterOwnWorld()
 {
     char users[64];

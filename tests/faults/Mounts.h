@@ -1,15 +1,15 @@
 #pragma once
 
-/// Small file systems of this process alone.
+/// Small file systems that only this process sees.
 namespace Mounts {
 
-/// Whether a process of this user may have them.
+/// Whether a process of this user may mount them.
 bool AreAllowed();
 
-/// From now on mounts are this process's own. For programs with one thread at that moment.
+/// From now on mounts are private to this process. The program must have a single thread at this moment.
 bool MakePrivate();
 
-/// A file system in memory of so many KiB on the folder.
+/// Mounts a file system in memory with so many KiB on the folder.
 bool MountSmall(const char* folder, int kib);
 bool SetReadOnly(const char* folder, bool readOnly);
 

@@ -4,16 +4,16 @@
 
 #include <functional>
 
-/// The log of this process, driven step by step.
+/// Controls the log of this process step by step.
 namespace RunningLog {
 
-/// Hands over what is buffered and returns when the logging thread has done with all it was given.
+/// Hands the buffer over and returns when the logging thread has finished all its batches.
 void HandOver();
 
-/// While `call` runs the logging thread stands still.
+/// Blocks the logging thread while `call` runs.
 void WhileTheWriterStandsStill(const std::function<void()>& call);
 
-/// What this process occupies of the memory, in KiB.
+/// The resident memory of this process, in KiB.
 qint64 ResidentKiB();
 
 } // namespace RunningLog

@@ -1,4 +1,4 @@
-// Runs what the tests run, for longer, and prints the figures as rows of a table.
+// Runs the same as the tests for longer, and prints the figures as rows of a table.
 //
 //   soak [minutes]
 
@@ -54,7 +54,7 @@ QByteArray MiB(qint64 kib)
     return QByteArray::number(double(kib) / 1024, 'f', 1);
 }
 
-// In a folder of its own, which goes with the files.
+// In a folder of its own, which is removed with its files.
 QByteArray InProcess(const char* scenario, const QStringList& arguments, const QDeadlineTimer& deadline)
 {
     const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("work"));
@@ -64,7 +64,7 @@ QByteArray InProcess(const char* scenario, const QStringList& arguments, const Q
     process.setWorkingDirectory(folder);
     process.start(QCoreApplication::applicationFilePath(),
                   QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
-    // Whoever does not end is a fault in itself.
+    // A process that does not end is a fault.
     process.waitForFinished(int(deadline.remainingTime()) + 600000);
     const bool isOk = process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit;
     process.kill();
@@ -109,7 +109,7 @@ void RunEnds()
         Number(outcome.iLines) + " lines found, all whole; one file each", outcome.iFault);
 }
 
-// Alternately, until the time is up.
+// Both in turn, until the time is up.
 void RunKills(quint32 seed, const QDeadlineTimer& deadline)
 {
     Kills::Outcome log;

@@ -32,7 +32,7 @@ const Scenario stopInFault("stopInFault", [](const QStringList& arguments) {
 });
 
 #ifndef NEROLT_SANITIZED // they need a descriptor themselves to look at an object
-// The log needs a descriptor for its file and for nothing else, so it may well start while there is none.
+// The log needs a descriptor only for its file, so it can start while none is left.
 const Scenario startWithoutDescriptors("startWithoutDescriptors", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(LoggerDefs::Information);
     const int next = ::dup(STDIN_FILENO);
@@ -57,7 +57,7 @@ const Scenario startWithoutDescriptors("startWithoutDescriptors", [](const QStri
 constexpr int kLines = 4000;
 constexpr int kMoves = 40;
 
-// Another program that appends to the log and moves it away.
+// Acts as another program that appends to the log and moves it away.
 const Scenario intrude("intrude", [](const QStringList&) {
     for (int move = 0; move < kMoves; ++move) {
         const int file = ::open("app.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);

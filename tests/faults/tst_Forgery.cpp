@@ -18,7 +18,7 @@ constexpr int kAll = 63;
 constexpr int kTexts = 300;
 const QByteArray kForged = "2024-03-05 14:07:09.042|1|Error|Bank::Pay|paid";
 
-// Whatever might end a line somewhere, and what a line is made of.
+// Texts that might end a line somewhere, and the parts of a line.
 QString Evil(QRandomGenerator& random)
 {
     static const QStringList parts{
@@ -39,7 +39,7 @@ std::string Name(const QString& text)
     return text.toStdString();
 }
 
-// What the log may make of a text: everything but the breaks.
+// The text that the log must write: everything except line breaks.
 QByteArray Kept(const QString& text)
 {
     return QString(text).remove(QLatin1Char('\r')).remove(QLatin1Char('\n')).toUtf8();
@@ -51,7 +51,7 @@ QByteArray KeptName(const QString& text)
     return Kept(QString::fromUtf8(Name(text).c_str()));
 }
 
-// In every place of every entry point; the first word of the message says which line it ought to be.
+// Uses the texts in every place of every entry point. The first word of the message identifies the expected line.
 const Scenario forge("forge", [](const QStringList&) {
     QRandomGenerator random(7);
     Logger::GetInstance()->SetLevel(kAll);
@@ -110,7 +110,7 @@ private Q_SLOTS:
         const auto result = TestSupport::RunScenario("forge");
         QVERIFY2(result.IsOk(), result.Describe());
         QList<QByteArray> bodies = LogText::Bodies(LogText::Read(result.iFolder.filePath(QStringLiteral("app.log"))));
-        // The log's own lines about its thread, its timers and its files come between.
+        // The log's own lines about its thread, its timers and its files are mixed in.
         const auto isOwn = [](const QByteArray& body) {
             return body.contains("|LoggerAgent::") || body.contains("|Registered") || body.contains("|RTimer");
         };
@@ -119,7 +119,7 @@ private Q_SLOTS:
         for (int i = 0; i < kTexts; ++i)
             QCOMPARE(bodies.value(i), Expected(random, i));
         const QByteArray change = "|10|Information|Logger::SetLoggerFileName|";
-        // What waits in the buffer is written to the file before the change and to the one after it.
+        // The lines in the buffer go to the file before the change and to the one after it.
         const QList<QByteArray> there{change + "Existing path is app.log", change + "New path is new" + kForged};
         const QList<QByteArray> back{change + "Existing path is new" + kForged, change + "New path is app.log"};
         QCOMPARE(bodies.mid(kTexts, 6), there + there + back);

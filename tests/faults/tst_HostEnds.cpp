@@ -48,13 +48,13 @@ void Start()
     Logger::SetLoggerFileName(kLog, false);
 }
 
-// --- A host's end, step by step
+// --- How a host ends, step by step
 
-// Each letter is a step of the end: L stops the log, C cleans it up, T lists the threads, D deletes the configuration,
-// H the hook, O its holder. After each step everything that is still allowed is used.
+// Each letter is a step: L stops the log, C cleans it up, T lists the threads, D deletes the configuration, H the hook,
+// O its holder. After each step the scenario uses everything that is still allowed.
 struct Host
 {
-    // Where it outlives the host it is not lost: a hook with a deleted entry may not be deleted.
+    // If it outlives the host, that is no leak: a hook with a deleted entry must not be deleted.
     static inline SingletonHook* iHook = nullptr;
     bool iHasConfig = true;
 
@@ -135,7 +135,7 @@ const Scenario processEnds("processEnds", [](const QStringList& arguments) {
     return 0;
 });
 
-// The thread that used the logger first is gone when the log starts and stops.
+// The thread that used the logger first has ended when the log starts and stops.
 const Scenario firstThreadIsGone("firstThreadIsGone", [](const QStringList&) {
     std::thread([] { Logger::GetInstance()->SetLevel(kAlwaysOn); }).join();
     Logger::SetLoggerFileName(kLog, false);
@@ -144,7 +144,7 @@ const Scenario firstThreadIsGone("firstThreadIsGone", [](const QStringList&) {
     return 0;
 });
 
-// --- Copies of the process
+// --- Forked processes
 
 int ExitCodeOf(pid_t child)
 {
@@ -152,7 +152,7 @@ int ExitCodeOf(pid_t child)
     return ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// A copy has no logging thread: what it says fills its buffer and is gone with it.
+// A forked process has no logging thread: its lines stay in its buffer and are lost.
 const Scenario forks("forks", [](const QStringList&) {
     Start();
     SayTen(0);
@@ -200,7 +200,7 @@ const Scenario forksUnderLoad("forksUnderLoad", [](const QStringList&) {
     return ended == 50 ? 0 : 1;
 });
 
-// Before the log starts a copy may do with it whatever it likes, in a file of its own.
+// A process that is forked before the log starts may use it in any way, with a file of its own.
 const Scenario forksBeforeTheStart("forksBeforeTheStart", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(kAlwaysOn);
     SayTen(0);
@@ -213,7 +213,7 @@ const Scenario forksBeforeTheStart("forksBeforeTheStart", [](const QStringList&)
     return ExitCodeOf(child) == 7 ? 0 : 1;
 });
 
-// Others log, list their threads and make new ones while the copies are made, and are not there to give back a lock.
+// Other threads log, list threads and create new ones during the forks, and are not in the child to release a lock.
 const Scenario forksBeforeTheStartUnderLoad("forksBeforeTheStartUnderLoad", [](const QStringList& arguments) {
     const bool logs = arguments.contains(QStringLiteral("log"));
     Lines::Body(0, 0); // its own statics are not the matter
@@ -251,7 +251,7 @@ const Scenario forksBeforeTheStartUnderLoad("forksBeforeTheStartUnderLoad", [](c
     return ended == 50 ? 0 : 1;
 });
 
-// A copy that goes on with the loop of the thread whose timer was the log's, while others held the log's locks.
+// The child continues with the event loop that drove the log's timer, forked while other threads held the log's locks.
 const Scenario forksAndGoesOn("forksAndGoesOn", [](const QStringList&) {
     Start();
     LoggerAgent* const agent = (Logger::GetInstance()->*Logger_iAgent()).load();
@@ -292,7 +292,7 @@ const Scenario forksAfterTheStop("forksAfterTheStop", [](const QStringList&) {
 
 } // namespace
 
-// Every order in which a host may end what it uses, and every way in which a process ends.
+// Every order in which a host may stop what it uses, and every way in which a process ends.
 class tst_HostEnds : public QObject
 {
     Q_OBJECT
@@ -346,7 +346,7 @@ private Q_SLOTS:
         QTest::newRow("stop in the loop's last moment") << QStringLiteral("stop in the loop's last moment") << true;
         QTest::newRow("exit, stop at exit") << QStringLiteral("exit, stop at exit") << true;
 #ifndef NEROLT_SANITIZED // nor are its objects deleted
-        // The framework delivers nothing any more once its application object is gone.
+        // The framework delivers nothing after its application object is destroyed.
         QTest::newRow("stop at exit") << QStringLiteral("stop at exit") << false;
         QTest::newRow("cleanup at exit") << QStringLiteral("cleanup at exit") << false;
 #endif
@@ -391,7 +391,7 @@ private Q_SLOTS:
         QCOMPARE(Numbers(Text(result)), Expected(0, 20));
     }
 
-    // Others hold the locks when the copy is made, and are not there to give them back.
+    // Other threads hold the locks during the fork, and are not in the child to release them.
     void aCopyMadeUnderLoadDoesNotWaitForThem()
     {
         const auto result = TestSupport::RunScenario("forksUnderLoad");

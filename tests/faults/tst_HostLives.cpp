@@ -46,7 +46,7 @@ Function* Original(Function*, const char* name)
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-// The end of a pipe that nobody reads from any more.
+// The write end of a pipe without a reader.
 int BrokenPipe()
 {
     int ends[2] = {-1, -1};
@@ -62,14 +62,14 @@ void Start(const QString& path = kLog)
     Logger::SetLoggerFileName(path, true);
 }
 
-// As the agent's timer does it.
+// Does what the agent's timer does.
 void Tick()
 {
     QTimerEvent event(1);
     QCoreApplication::sendEvent((Logger::GetInstance()->*Logger_iAgent()).load(), &event);
 }
 
-// --- No thread to be had
+// --- The system refuses threads
 
 const Scenario noThread("noThread", [](const QStringList&) {
     gNoThreads = true;
@@ -94,7 +94,7 @@ const Scenario noThreadAtAChange("noThreadAtAChange", [](const QStringList&) {
     return 0;
 });
 
-// It is asked for again.
+// The log tries again.
 const Scenario threadLater("threadLater", [](const QStringList&) {
     gNoThreads = true;
     Start();
@@ -140,7 +140,7 @@ bool IsIn(const sigset_t& set, int signal)
     return sigismember(&set, signal) == 1;
 }
 
-// Where the stop writes itself the caller's mask is as before, and nothing is left pending that was not.
+// If the stop writes itself, it restores the caller's mask, and leaves no new pending signal.
 const Scenario signalsAtAStopWithoutAThread("signalsAtAStopWithoutAThread", [](const QStringList& arguments) {
     const bool hasOwn = arguments.contains(QStringLiteral("own"));
     if (hasOwn) {
@@ -168,7 +168,7 @@ const Scenario signalsAtAStopWithoutAThread("signalsAtAStopWithoutAThread", [](c
     return isAsBefore ? 0 : 1;
 });
 
-// The host's threads keep their masks, the logging thread takes no other signals away.
+// The host's threads keep their masks, and the logging thread takes no other signals.
 const Scenario signalMasks("signalMasks", [](const QStringList&) {
     Start();
     sigset_t mask;
@@ -198,7 +198,7 @@ public:
     void ReportError(const QString&, const QString&) override { QThread::msleep(100); }
 };
 
-// One that waits for the log, which others keep from it, is asked to end in functions through which nothing is unwound.
+// A thread that waits for the log is terminated in functions that must not be unwound.
 const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&) {
     SlowReporter reporter;
     Start();
@@ -231,7 +231,7 @@ const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&)
     while (!hasBegun)
         QThread::yieldCurrentThread();
     thread->terminate();
-    QThread::msleep(500); // for it to wait while others have waited for long
+    QThread::msleep(500); // so that it waits while others have waited for long
     isToEnd = true;
     if (!thread->wait(30000))
         return 1;
@@ -284,8 +284,7 @@ extern "C" Q_DECL_EXPORT int open(const char* path, int flags, ...)
     return gBrokenPipe && std::strstr(path, "app.log") ? BrokenPipe() : original(path, flags, mode);
 }
 
-// What the system refuses, what it sends, and what the host does to its own threads: the host lives on, and the log
-// too.
+// What the system refuses, what it sends, and what the host does to its own threads: the host and the log continue.
 class tst_HostLives : public QObject
 {
     Q_OBJECT
@@ -319,7 +318,7 @@ private Q_SLOTS:
     {
         const auto result = TestSupport::RunScenario("noThreadAtAChange");
         QVERIFY2(result.IsOk(), result.Describe());
-        // What was in the buffer at a change opens the next file.
+        // The lines in the buffer at a change begin the next file.
         QCOMPARE(NumbersIn(result, "before.log"), Expected(0, 10));
         QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
         QCOMPARE(NumbersIn(result, "after.log"), Expected(0, 20));

@@ -33,7 +33,7 @@ const QString kChanged = QStringLiteral("changed");
 
 enum Call { kOpens, kReads, kWrites, kShortWrites, kCalls };
 
-// Says whether a call of the kind fails; none while there is nobody to ask.
+// Decides whether a call of the kind fails. No call fails while this is empty.
 std::function<bool(Call)> gFails;
 
 bool Fails(Call call)
@@ -50,7 +50,7 @@ int Open(const char* path, int flags, mode_t mode)
     return int(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
-// --- A file and what must be in it
+// --- A file and its expected contents
 
 QByteArray Value(int key)
 {
@@ -87,7 +87,7 @@ int Fail(const char* what, int number)
     return 1;
 }
 
-// With the change, or without it, and nothing else.
+// The file with the change or without it, and nothing else.
 bool IsWhole(const QByteArray& text)
 {
     QByteArray rest = text;
@@ -210,7 +210,7 @@ const Scenario eachOnce("eachOnce", [](const QStringList& arguments) {
     return 0;
 });
 
-// A change that is alone in the framework's last buffer: whether that was written it does not ask.
+// A change that is alone in the framework's last buffer: the framework does not check whether that was written.
 const Scenario lastWrite("lastWrite", [](const QStringList&) {
     constexpr int kBuffer = 16384;
     const QByteArray large(kBuffer - 10, 'x');
@@ -231,7 +231,7 @@ const Scenario lastWrite("lastWrite", [](const QStringList&) {
     return 0;
 });
 
-// Says afterwards what is in the file, however long the disk fails.
+// Reports what is in the file, however long the disk fails.
 const Scenario atFirst("atFirst", [](const QStringList& arguments) {
     constexpr int kMost = 60;
     const auto failing = Call(arguments.value(0).toInt());
@@ -302,7 +302,7 @@ extern "C" Q_DECL_EXPORT ssize_t write(int file, const void* bytes, size_t size)
     return ::syscall(SYS_write, file, bytes, wasShort ? size / 2 : size);
 }
 
-// What was in an INI file is there again when a change of it fails.
+// An INI file gets its contents back when a change fails.
 class tst_IniDiskFaults : public QObject
 {
     Q_OBJECT
@@ -347,7 +347,7 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
     }
 
-    // --- What killed writers leave
+    // --- Files that killed writers leave
 
     void leftovers_data()
     {

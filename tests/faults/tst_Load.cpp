@@ -22,7 +22,7 @@ const TestSupport::Scenario load("load", [](const QStringList&) {
     return 0;
 });
 
-// Lines that wait for the writer take memory. Prints what was occupied before, meanwhile and afterwards.
+// Lines that wait for the writer take memory. Prints the resident memory before, meanwhile and afterwards.
 const TestSupport::Scenario burst("burst", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(63);
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
@@ -78,7 +78,7 @@ private Q_SLOTS:
     }
 #endif
 
-    // The names tell time to the second. What is lost is the file that the second rotation finds, and nothing else.
+    // The names contain the time to the second. Only the file that the second rotation finds is lost.
     void twoRotationsWithinASecondLoseAFile()
     {
         const QString path = QStringLiteral("app.log");

@@ -26,12 +26,13 @@ namespace {
 const QString kLog = QStringLiteral("app.log");
 constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Warning | LoggerDefs::Error | LoggerDefs::Exception;
 
-// What became of a run.
+// The outcome of a run.
 constexpr int kRefused = 0;
-constexpr int kNotAsked = 3; // so often memory was not even wanted: the test has come to its end
+constexpr int kNotAsked = 3; // the run made fewer allocations: the test is done
 constexpr int kFrameworkCrashed = 4;
 
-// The framework writes to memory that it did not get in some places. That is told from a crash of ours by what crashed.
+// In some places the framework writes to memory that it did not get. The function that crashed distinguishes that from
+// a crash of ours.
 void TellTheFrameworksCrash(int, siginfo_t*, void* context)
 {
     Dl_info info = {};
@@ -49,7 +50,7 @@ void AllowTheFrameworkToCrash()
     ::sigaction(SIGSEGV, &action, nullptr);
 }
 
-// Memory is short within one call of the log; afterwards there is enough, and the log works.
+// Memory runs out during one call of the log. Afterwards there is enough, and the log works.
 int WhileShort(const QStringList& arguments, bool runs, const std::function<void()>& call)
 {
     AllowTheFrameworkToCrash();
@@ -58,7 +59,7 @@ int WhileShort(const QStringList& arguments, bool runs, const std::function<void
         Logger::SetLoggerFileName(QStringLiteral("before.log"), false);
     Logger::LogWarning("F", QStringLiteral("before"));
     const bool refused = ShortMemory::Refuse(arguments.value(0).toInt(), arguments.value(1).toInt(), call);
-    Logger::SetLoggerFileName(kLog, runs); // a start that failed left no name behind
+    Logger::SetLoggerFileName(kLog, runs); // a failed start sets no name
     Logger::LogWarning("F", QStringLiteral("after"));
     Logger::StopLogging();
     return refused ? kRefused : kNotAsked;
@@ -84,7 +85,7 @@ const Scenario stop("stop", [](const QStringList& arguments) {
     return WhileShort(arguments, true, [] { Logger::StopLogging(); });
 });
 
-// Only the thread's own part is short of memory: without the framework's there is no thread.
+// Memory runs out in the class's own part only: without the framework's part there is no thread.
 const Scenario thread("thread", [](const QStringList& arguments) {
     const int frameworks = ShortMemory::Count([] { QThread probe; });
     Logger::GetInstance()->SetLevel(kLevels | LoggerDefs::Debug);
@@ -108,7 +109,7 @@ const Scenario thread("thread", [](const QStringList& arguments) {
     return !works ? 1 : refused ? kRefused : kNotAsked;
 });
 
-// A batch takes no memory there, a rotation does.
+// Writing a batch allocates nothing, a rotation does.
 const Scenario writer("writer", [](const QStringList& arguments) {
     AllowTheFrameworkToCrash();
     Logger::GetInstance()->SetLevel(kLevels);
@@ -128,7 +129,7 @@ const Scenario writer("writer", [](const QStringList& arguments) {
     return refused ? kRefused : kNotAsked;
 });
 
-// In the log and in what was rotated.
+// In the log and in the rotated files.
 QByteArray Written(const QDir& folder)
 {
     QByteArray text;
@@ -137,7 +138,7 @@ QByteArray Written(const QDir& folder)
     return text;
 }
 
-// The logging thread gets none when it comes to its end.
+// The logging thread gets no memory when it ends.
 const Scenario writersEnd("writersEnd", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(kLevels);
     Logger::SetLoggerFileName(kLog, false);
@@ -149,7 +150,7 @@ const Scenario writersEnd("writersEnd", [](const QStringList& arguments) {
     return ShortMemory::HasRefusedThread() ? kRefused : kNotAsked;
 });
 
-// And none from its beginning on, for as long as the log runs.
+// The logging thread gets no memory from its start on, as long as the log runs.
 const Scenario writerWithout("writerWithout", [](const QStringList&) {
     ShortMemory::RefuseThread("RegisteredThrea", 0, ShortMemory::kForGood);
     Logger::GetInstance()->SetLevel(kLevels);
@@ -180,7 +181,7 @@ const Scenario firstUse("firstUse", [](const QStringList& arguments) {
     return refused || number % count != count - 1 ? kRefused : kNotAsked;
 });
 
-// A copy of the process that gets no memory.
+// A forked process that gets no memory.
 const Scenario copy("copy", [](const QStringList& arguments) {
     if (arguments.value(0).toInt() > 20)
         return kNotAsked;
@@ -197,7 +198,7 @@ const Scenario copy("copy", [](const QStringList& arguments) {
 
 } // namespace
 
-// Memory ends at each place in turn where it is asked for, for one allocation or for many.
+// Each allocation fails in turn, alone or with many that follow.
 class tst_NoMemory : public QObject
 {
     Q_OBJECT
@@ -206,7 +207,7 @@ private Q_SLOTS:
     void stopOfAThreadWithoutMemory()
     {
         const auto result = TestSupport::RunScenario("writerWithout");
-        QVERIFY2(result.IsOk(), result.Describe()); // what it could not keep is dropped
+        QVERIFY2(result.IsOk(), result.Describe()); // what did not fit was dropped
     }
 
     void nobodyEndsAndNothingHangs_data()

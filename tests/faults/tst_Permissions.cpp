@@ -28,7 +28,7 @@ namespace {
 const QString kGroup = QStringLiteral("A");
 const QString kKey = QStringLiteral("k");
 
-// The names that were made in a folder while it was watched, in order.
+// The names that were created in a folder while it was watched, in order.
 class Watched
 {
 public:
@@ -63,7 +63,7 @@ int ModeOf(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
 }
 
-// Makes every kind of file that the library makes, and prints their modes.
+// Creates every kind of file that the library creates, and prints their modes.
 const Scenario makeAll("makeAll", [](const QStringList& arguments) {
     ::umask(mode_t(arguments.value(0).toInt(nullptr, 8)));
     LoggerWorker worker(QStringLiteral("app.log"));
@@ -96,7 +96,7 @@ const Scenario makeAll("makeAll", [](const QStringList& arguments) {
 
 } // namespace
 
-// Who may read and write the files that the library makes, and what stands beside them meanwhile.
+// Who may read and write the files that the library creates, and which files are beside them meanwhile.
 class tst_Permissions : public QObject
 {
     Q_OBJECT
@@ -123,7 +123,7 @@ private Q_SLOTS:
         QCOMPARE(LogText::Lines(result.iStdout), expected);
     }
 
-    // A change makes a lock, a second name for the old file, and a new file. Neither name can be foretold.
+    // A change creates a lock, a second name for the old file, and a new file. Neither of these names is predictable.
     void noNewFileOfAKnownName()
     {
         const QString path = QStringLiteral("watched.ini");
@@ -146,7 +146,7 @@ private Q_SLOTS:
         QCOMPARE(temporary.size(), 2 * kTimes);
     }
 
-    // Whoever put a link in the lock's place gets nothing written behind it.
+    // Nothing is written through a link in the lock's place.
     void aLinkInTheLocksPlaceIsNotFollowed()
     {
         const QString path = QStringLiteral("locked.ini");
@@ -181,7 +181,7 @@ private Q_SLOTS:
         QCOMPARE(names.at(2), QStringLiteral("app.log"));
     }
 
-    // Only the name counts for what is rotated: its mode stays.
+    // A rotated file only changes its name: its mode stays.
     void aRotatedFileKeepsItsMode()
     {
         const QString path = QStringLiteral("private.log");

@@ -27,7 +27,7 @@ constexpr int kLines = 4000;
 constexpr int kTimeoutMs = 60000;
 constexpr int kLevel = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
-// Begins when it is told to, so that all are at it together.
+// Begins on a signal, so that all processes start together.
 const Scenario sharesTheLog("sharesTheLog", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(kLevel);
     Logger::SetLoggerFileName(kLog, false);

@@ -16,7 +16,7 @@ using TestSupport::Scenario;
 
 namespace {
 
-constexpr long kMemoryMiB = 16; // so a quarter of it may wait
+constexpr long kMemoryMiB = 16; // a quarter of it may be queued
 constexpr int kText = 90;
 constexpr int kLineBytes = 23 + 16 + 5 + 1 + kText + 1;
 constexpr int kFit = (kMemoryMiB / 4 << 20) / kLineBytes;
@@ -81,7 +81,7 @@ const Scenario burst("burst", [](const QStringList& arguments) {
 struct Found
 {
     QList<int> iNumbers;
-    QList<QByteArray> iOthers; ///< with the place they stand at
+    QList<QByteArray> iOthers; ///< with their position
 };
 
 Found Read(const QString& path)
@@ -104,7 +104,7 @@ extern "C" Q_DECL_EXPORT long sysconf(int name) noexcept
     return gIsForged && name == _SC_PHYS_PAGES ? (kMemoryMiB << 20) / original(_SC_PAGESIZE) : original(name);
 }
 
-// A disk that stands still for long: what waits for it must not eat up the memory of the host.
+// A disk that stands still for long: the queue must not exhaust the memory of the host.
 class tst_StandingDisk : public QObject
 {
     Q_OBJECT
@@ -117,7 +117,7 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
         const Found found = Read(result.iFolder.filePath(QStringLiteral("app.log")));
         QCOMPARE(found.iNumbers.size(), meanwhile + 10);
-        QCOMPARE(found.iOthers.size(), 1); // the farewell
+        QCOMPARE(found.iOthers.size(), 1); // the line of the stop
     }
 
     void memoryOfABurstGoesBackWithinASecond()
@@ -143,7 +143,7 @@ private Q_SLOTS:
         const Found found = Read(result.iFolder.filePath(QStringLiteral("app.log")));
         const int kept = found.iNumbers.size();
         QVERIFY2(kept > kLeast && kept < kFit + 200, QByteArray::number(kept));
-        // All up to the gap, then what tells of it, then what came when the disk was back.
+        // All lines up to the gap, then the line that counts it, then the lines after the disk was back.
         int inOrder = 0;
         while (found.iNumbers.value(inOrder, -1) == inOrder)
             ++inOrder;

@@ -17,7 +17,7 @@
 
 namespace Fuzz {
 
-/// Mostly text in UTF-8, as a person types it into a corpus, and at times any UTF-16 at all.
+/// Mostly UTF-8 text, as a person types it into a corpus, and sometimes arbitrary UTF-16.
 inline QString Text(const std::string& bytes, bool isUtf16)
 {
     if (!isUtf16)

@@ -11,7 +11,7 @@ bool StartsWith(const std::u16string& name, const char16_t* start)
     return name.rfind(start, 0) == 0;
 }
 
-// The rule once more, in other words.
+// The same rule in another form.
 bool IsCacheFile(const std::u16string& name)
 {
     const std::size_t length = StartsWith(name, u"content") ? 7 : StartsWith(name, u"response") ? 8 : 0;

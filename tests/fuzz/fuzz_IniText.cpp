@@ -22,7 +22,7 @@ void Write(const QString& path, const std::uint8_t* bytes, std::size_t size)
     FUZZ_CHECK(file.write(reinterpret_cast<const char*>(bytes), qint64(size)) == qint64(size));
 }
 
-// Values by folded names. Where names differ only in case the last one counts, and is none for the other store.
+// Values by folded names. If names differ only in case, the last one counts. A key without a name is empty.
 Values Read(const QString& path, const IniFile& store)
 {
     Values values;
@@ -54,11 +54,11 @@ void Check(const Values& values, const SettingsIniFile& store)
 
 } // namespace
 
-// Both stores find in any file what the framework finds in it, but for values that it must not decode, and it survives
-// being written to another one.
+// In any file both stores find the values that the framework finds, except those that it must not decode. The values
+// survive being written to another file.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    // In memory where there is such a folder: the framework has each file written to the disk before it goes on.
+    // In memory if possible: the framework waits until each file is on the disk.
     static const QString memory = QStringLiteral("/dev/shm");
     static const bool isUsable = QFileInfo(memory).isWritable();
     static const QTemporaryDir folder((isUsable ? memory : QDir::tempPath()) + QStringLiteral("/fuzz"));
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const Values values = Read(path, IniFile(path));
     SettingsIniFile store;
     FUZZ_CHECK(store.ReadFile(path));
-    // A key that stands twice, and is refused once, is another to each.
+    // If a key occurs twice and one of its values is refused, the two stores may differ.
     if (IniText::Refused(QByteArray(reinterpret_cast<const char*>(bytes), int(size))).isEmpty())
         Check(values, store);
 
@@ -78,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     SettingsIniFile again;
     FUZZ_CHECK(again.ReadFile(copy));
 
-    // Any file takes changes. Each has its own name: the framework tells states of one by size and milliseconds.
+    // Any file accepts changes. Each has its own name: the framework recognises versions by size and milliseconds.
     static int count = 0;
     const QString changed = folder.filePath(QString::number(++count) + QStringLiteral(".ini"));
     Write(changed, bytes, size);

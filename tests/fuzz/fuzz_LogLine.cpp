@@ -15,7 +15,7 @@ QByteArray WithoutBreaks(QByteArray text)
 
 } // namespace
 
-// Whatever a message or a name holds: one line, valid UTF-8, nothing lost but line breaks.
+// For any message or name: one line, valid UTF-8, nothing lost except line breaks.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     FuzzedDataProvider data(bytes, size);

@@ -15,7 +15,7 @@ QString Excerpt(QString text)
 
 } // namespace
 
-// An excerpt is made of whole lines of the output, in their order, and there is nothing to leave out of an excerpt.
+// An excerpt consists of whole lines of the output, in their order. The excerpt of an excerpt is the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const QByteArray output(reinterpret_cast<const char*>(bytes), int(size));

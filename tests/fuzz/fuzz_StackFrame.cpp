@@ -2,7 +2,7 @@
 
 #include "logging/StackFrame.h"
 
-// Any line is taken apart; what comes out stands in the line, and the text holds all of it.
+// Parses any line. The parts are in the line, and the text contains all of them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const QString line = QString::fromUtf8(reinterpret_cast<const char*>(bytes), int(size));

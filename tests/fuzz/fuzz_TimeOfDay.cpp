@@ -28,7 +28,7 @@ private:
 
 } // namespace
 
-// Whatever stands there: a time with the hour and minute that are written, no time at all, or the default.
+// For any text: a time with the written hour and minute, an invalid time, or the default.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(bytes), int(size));

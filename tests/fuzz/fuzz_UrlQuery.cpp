@@ -9,7 +9,7 @@
 
 namespace {
 
-// What the framework encodes or drops on the way is its own affair.
+// Ignores what the framework encodes or drops.
 bool IsPlain(const QString& key)
 {
     return !key.isEmpty()
@@ -23,7 +23,7 @@ int Count(const QUrl& url, const QString& key)
 
 } // namespace
 
-// No parameter is doubled, and nothing but the query changes.
+// No parameter is duplicated, and nothing except the query changes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     FuzzedDataProvider data(bytes, size);
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     FUZZ_CHECK(!isPlain || Count(url, key) == (value.isEmpty() ? qMax(0, before - 1) : qMax(1, before)));
     UrlQueryManager::AddQueryParameter(url, key, value);
     UrlQueryManager::AddQueryParameters(url, {{key, QString()}, {value, key}, {key, value}});
-    // An invalid one becomes what can be made of it.
+    // The framework may make an invalid URL valid.
     FUZZ_CHECK(!original.isValid() || url.adjusted(QUrl::RemoveQuery) == original.adjusted(QUrl::RemoveQuery));
     return 0;
 }

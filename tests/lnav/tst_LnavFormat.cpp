@@ -53,13 +53,13 @@ const TestSupport::Scenario everyLevel("everyLevel", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(kAllLevels);
     Logger::SetLoggerFileName(kLog, false);
     LogEachLevel();
-    // The logging thread has things to say at its end, in which debug and trace would take part.
+    // When it ends, the logging thread logs messages, at debug and trace level too.
     Logger::GetInstance()->SetLevel(kAllLevels & ~(LoggerDefs::Debug | LoggerDefs::Trace));
     Logger::StopLogging();
     return 0;
 });
 
-// Makes the log hand over what it has and waits until it has begun a new file.
+// Makes the log hand over its buffer and waits until it has begun a new file.
 bool WaitForNewFile()
 {
     const QByteArray before = LogText::Read(kLog).left(100);
@@ -73,7 +73,7 @@ bool WaitForNewFile()
     return true;
 }
 
-// Takes over the log at the path that is the first argument.
+// Continues the log at the path in the first argument.
 void StartInformation(const QStringList& arguments)
 {
     QFile::rename(arguments.value(0), kLog);
@@ -91,7 +91,7 @@ void LogAfter(qint64 msecs, const char* message)
     Logger::LogInformation("main", QString::fromLatin1(message));
 }
 
-// The file that is there takes the first batch and is full or too old; the one after it is too old for the second.
+// The existing file takes the first batch and is then full or too old. The next file is too old for the second batch.
 const TestSupport::Scenario threeFiles("threeFiles", [](const QStringList& arguments) {
     StartInformation(arguments);
     LogAfter(1, "first");
@@ -106,7 +106,7 @@ const TestSupport::Scenario threeFiles("threeFiles", [](const QStringList& argum
     return 0;
 });
 
-// What was logged before a rotation and is written after it is older than the first line of the file.
+// A line that was logged before a rotation and written after it is older than the first line of the file.
 const TestSupport::Scenario lateLine("lateLine", [](const QStringList& arguments) {
     StartInformation(arguments);
     LogAfter(10, "first");
@@ -124,7 +124,7 @@ bool Write(const QString& path, const QByteArray& text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
-// Exactly as much as a file may hold, in lines of 1 KiB.
+// Exactly as many lines of 1 KiB as a file may hold.
 QByteArray FullLog()
 {
     QByteArray line = "2024-03-05 14:07:08.000|10|Information|load|";
@@ -147,7 +147,7 @@ private:
     QDir iFolder;
     QByteArray iComplaint;
 
-    // What lnav prints. What it complains of is in iComplaint.
+    // What lnav prints. Its errors are in iComplaint.
     QByteArray Lnav(const QStringList& arguments)
     {
         QProcess process;
@@ -166,7 +166,7 @@ private:
         return process.readAllStandardOutput();
     }
 
-    // The rows of an answer, each with its values in the order of the columns.
+    // The rows of a result, each with its values in the order of the columns.
     QStringList Ask(const QString& sql, const QStringList& columns, const QStringList& files)
     {
         const QByteArray answer = Lnav(QStringList{QStringLiteral("-n"), QStringLiteral("-q")} + files
@@ -192,7 +192,7 @@ private:
 
     QStringList LogFiles() const { return iFolder.entryList({QStringLiteral("app*.log")}, QDir::Files, QDir::Name); }
 
-    // A log that is there already, as old as the file or two days.
+    // An existing log, as old as the file or two days old.
     static QString MakeEarlierLog(const QByteArray& text, bool isOld)
     {
         const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("earlier.log"));
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QVERIFY2(!iComplaint.contains("exit code"), iComplaint);
     }
 
-    // lnav checks that the samples are matched by one pattern each and have the level that they say.
+    // lnav checks that each sample matches one pattern and has the level that it says.
     void lnavAcceptsTheFormat()
     {
         const QByteArray said = Lnav({QStringLiteral("-W"), QStringLiteral("-C")});
@@ -307,7 +307,7 @@ private Q_SLOTS:
         QCOMPARE(iComplaint, QByteArray());
     }
 
-    // lnav orders lines of the same millisecond by their place in their files, whichever these are.
+    // lnav orders lines of the same millisecond by their position in their files, whichever these are.
     void rotatedWithinOneMillisecond()
     {
         const TestSupport::ScenarioResult result = Run("threeFiles", {MakeEarlierLog(EarlierLine(), true), "still"});
@@ -349,7 +349,7 @@ private Q_SLOTS:
         QCOMPARE(Select({"log_time", "log_actual_time", "log_body"}, LogFiles()), expected);
         QCOMPARE(iComplaint, QByteArray());
     }
-    // Over a log that each of them finds something in.
+    // On a log in which each query finds something.
     void queriesOfThePage()
     {
         const TestSupport::ScenarioResult result = Run("everyLevel");

@@ -1,7 +1,7 @@
 #pragma once
 
-// Included before everything else in a source for macOS: what the framework declares there only, and for its
-// documentation. No other header may see that word.
+// Included first in a source for macOS: what the framework declares only there, and for its documentation. No other
+// header may see that macro.
 
 #define Q_QDOC
 #include <QtCore/qstring.h>
@@ -14,7 +14,7 @@
 #include <QtCore/qdatetime.h>
 #undef Q_QDOC
 
-/// The framework's own; its body is with the rest of the fake Foundation.
+/// The framework's own. Its definition is with the rest of the fake Foundation.
 class QMacAutoReleasePool
 {
 public:

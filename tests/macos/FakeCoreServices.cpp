@@ -13,7 +13,7 @@ struct __CFAllocator
 
 namespace {
 
-// Stays where it is until the next start, so that a late use or release is seen.
+// Stays in memory until the next start, to detect a late use or release.
 struct Reference
 {
     QByteArray iText;
@@ -108,7 +108,7 @@ Boolean CFURLGetFSRef(CFURLRef url, FSRef* reference)
     return gAnswers.iHasReference;
 }
 
-// Only what was asked for is filled in, as by the system; a failing call leaves what misleads.
+// Fills in only what was requested, as the system does. A failing call leaves misleading values.
 OSErr FSGetCatalogInfo(const FSRef* reference, FSCatalogInfoBitmap which, FSCatalogInfo* info,
                        struct HFSUniStr255* name, struct FSSpec* former, FSRef* parent)
 {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// What the fake Core Foundation and File Manager shall answer, and how they were called.
+/// What the fake Core Foundation and File Manager return, and how they were called.
 namespace FakeCoreServices {
 
 struct Answers
@@ -19,10 +19,10 @@ struct Answers
     std::uint64_t iFreeBytes = 0;
 };
 
-/// Forgets everything and answers like this from now on.
+/// Forgets everything and returns this from now on.
 void Start(const Answers& answers);
 
-/// Every call so far with its arguments, in order; a release only when there was nothing to release.
+/// Every call so far with its arguments, in order. A release is listed only if there was nothing to release.
 QList<QByteArray> Calls();
 
 /// How many references were created since the start, and how many of them are not released.

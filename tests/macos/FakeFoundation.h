@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/// What the fake Foundation shall answer, and what it was asked.
+/// What the fake Foundation returns, and the messages that it received.
 namespace FakeFoundation {
 
 struct Answers
@@ -21,17 +21,17 @@ struct Answers
     long iPatch = 0;
 };
 
-/// Forgets everything and answers like this from now on.
+/// Forgets everything and returns this from now on.
 void Start(const Answers& answers);
 
-/// Every message so far with its arguments, in order, and every mistake in the counting of owners.
+/// Every message so far with its arguments, in order, and every mistake in the reference counts.
 QStringList Messages();
 
-/// How many objects were made since the start, and how many of them are alive.
+/// How many objects were created since the start, and how many of them are alive.
 int CreatedObjects();
 int LiveObjects();
 
-/// Whether the objects and constants that live as long as the program have the one owner that they began with.
+/// Whether the objects and constants that live as long as the program still have a reference count of one.
 bool AreSystemObjectsKept();
 
 } // namespace FakeFoundation

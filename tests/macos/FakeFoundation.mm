@@ -18,7 +18,7 @@ std::vector<NSObject*>* gPool = nullptr;
 NSFileManager* gManager = nil;
 NSProcessInfo* gProcess = nil;
 
-// The library sees these as constants, so they are static; they get their class when that is loaded.
+// The library sees these as constants, so they are static. They get their class when that is loaded.
 struct Constant
 {
     Class iClass;
@@ -101,7 +101,7 @@ QString ErrorText(NSError** error)
     return error ? QStringLiteral("&error") : QStringLiteral("nil");
 }
 
-// A '%' stands for the next argument.
+// A '%' is replaced with the next argument.
 void Record(const char* pattern, QStringList arguments = {})
 {
     QString message;
@@ -184,7 +184,7 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 
 @end
 
-// Holds one pair at most, or stands for the attributes of a file.
+// Holds one pair at most, or represents the attributes of a file.
 @implementation NSDictionary
 
 + (instancetype)dictionaryWithObjects:(const id[])objects forKeys:(const id<NSCopying>[])keys count:(NSUInteger)count

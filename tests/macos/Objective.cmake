@@ -1,6 +1,6 @@
 # Looks for clang++ and for GCC's runtime of Objective-C, whose header clang++ does not find by itself.
 #
-# Sets objective_missing to what is not there; when that is empty, CMAKE_OBJCXX_COMPILER, objective_library and
+# Sets objective_missing to what is missing. If nothing is, sets CMAKE_OBJCXX_COMPILER, objective_library and
 # objective_include.
 set(objective_missing "")
 find_program(CMAKE_OBJCXX_COMPILER clang++)

@@ -14,7 +14,7 @@ namespace {
 using FakeCoreServices::Answers;
 using Calls = QList<QByteArray>;
 
-// The calls for one path whose volume has the number -100, as far as the last of them.
+// The calls for a path whose volume has the number -100, up to the given last one.
 enum Step { String, Url, Reference, Catalog, Volume };
 
 Calls CallsTo(Step last, const QByteArray& path)
@@ -113,7 +113,7 @@ private slots:
                  "FSGetVolumeInfo(" + QByteArray::number(volume) + ", 0, null, 0x40, given, null, null)");
     }
 
-    // The numbers that a failing call leaves are worth nothing.
+    // The numbers after a failing call are meaningless.
     void failure_data()
     {
         QTest::addColumn<QString>("path");
@@ -171,7 +171,7 @@ private slots:
         QCOMPARE(FakeCoreServices::Calls(), Calls());
     }
 
-    // Any answer but false is a yes.
+    // Any value except false means true.
     void otherYes()
     {
         Answers answers = WithFreeBytes(5);

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <optional>
 
-// The runtime keeps its tables to the end; the objects are counted by the fake.
+// The runtime keeps its tables until the end. The fake counts the objects.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
@@ -85,7 +85,7 @@ QStringList LockMessages(const QString& path, bool readOnly)
     + SetMessages("NSFileImmutable", Number(readOnly), path);
 }
 
-// Both dates are there, and all goes well.
+// Both dates exist, and every call succeeds.
 Answers Willing()
 {
     Answers answers;
@@ -315,7 +315,7 @@ private slots:
         QCOMPARE(FakeFoundation::Messages(), QStringList());
     }
 
-    // Whether the file exists is for the system to say.
+    // Only the system says whether the file exists.
     void setTimeOfMissingFile()
     {
         Answers answers;
@@ -390,7 +390,7 @@ private slots:
         QCOMPARE(FakeFoundation::Messages(), messages);
     }
 
-    // Any answer but NO is a yes.
+    // Any value except NO means YES.
     void otherYes()
     {
         Answers answers = Willing();

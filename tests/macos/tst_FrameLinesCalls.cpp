@@ -50,7 +50,7 @@ QList<QByteArray> Utf8(const QStringList& lines)
 
 } // namespace
 
-// One block with the pointers first and the texts behind them, as the system's own.
+// One block with the pointers first and the texts after them, as the system returns it.
 char** backtrace_symbols(void* const* addresses, int count)
 {
     gCalls.append({addresses, count});
@@ -66,7 +66,7 @@ char** backtrace_symbols(void* const* addresses, int count)
     return gBlock;
 }
 
-// The linker leads every call of free in this program here. What is freed cannot be read any more.
+// The linker redirects every call of free in this program here. Freed memory can no longer be read.
 extern "C" void __real_free(void* memory);
 extern "C" void __wrap_free(void* memory);
 extern "C" void __wrap_free(void* memory)

@@ -31,7 +31,7 @@ OSVersion FileInfoMac::GetOSVersion()
     return gSystem.iVersion;
 }
 
-// A failing call leaves what misleads.
+// A failing call leaves misleading values.
 extern "C" Q_DECL_EXPORT int uname(struct utsname* names) noexcept
 {
     gSystem.iCalls.append(QStringLiteral("uname"));

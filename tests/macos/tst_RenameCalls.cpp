@@ -5,7 +5,7 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
-// It asks nothing of a Mac that other systems do not have.
+// It calls nothing that only a Mac has.
 class tst_RenameCalls : public QObject
 {
     Q_OBJECT

@@ -1,4 +1,4 @@
-// Two threads and a number: is a race on it found, and is silence kept where the framework orders the threads?
+// Two threads and a number: the sanitizer must report a race on it, but not if the framework orders the threads.
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QCoreApplication>
@@ -60,7 +60,7 @@ void OneAfterTheOther()
     }
 }
 
-// Objects of the framework's own classes receive their events out of sight.
+// The sanitizer does not see events for objects of the framework's own classes.
 class Receiver : public QObject
 {
 };

@@ -1,7 +1,7 @@
-// The thread sanitizer does not see how the framework orders threads, for the framework is not built with it. These
-// definitions stand before the framework's own and say it: what one thread does before it unlocks a mutex, releases a
-// semaphore, emits or posts comes before what another does after it has locked, acquired, received or waited. Events
-// count as one order for all objects, so that a race which an event hides by chance goes unseen.
+// The framework is not built with the thread sanitizer, which therefore does not see how it orders threads. These
+// definitions replace the framework's own and tell the sanitizer: what one thread does before it unlocks a mutex,
+// releases a semaphore, emits or posts happens before what another does after it has locked, acquired, received or
+// waited. All events share one order, so a race that an event hides by chance is not found.
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMutex>

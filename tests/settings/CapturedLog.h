@@ -10,8 +10,8 @@
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 
-/// What goes into the log while it lives, under a mask of its own. No logging thread runs and no file is needed: the
-/// lines are taken from the agent's hand.
+/// Captures the lines of the log while it lives, under a mask of its own. Needs no logging thread and no file: it gets
+/// the lines from the agent.
 class CapturedLog
 {
 public:

@@ -13,10 +13,10 @@
 /// INI files in the scratch folder of a test.
 namespace IniFiles {
 
-/// What Read gives for a file that is not there, and NewFile makes no file of.
+/// What Read returns for a missing file. NewFile creates no file for it.
 inline const QByteArray kNoFile = "<no file>";
 
-/// A path that this process has not used before: the framework remembers files by their names.
+/// A path that this process has not used before: the framework caches files by name.
 inline QString NewPath()
 {
     static int count = 0;

@@ -14,7 +14,7 @@ using StoreTable = QMap<IniString, StoreSection*>;
 NEROLT_PRIVATE(SettingsIniFile, iSections, StoreTable)
 NEROLT_PRIVATE(SettingsIniFile, iRemoved, StoreTable)
 
-/// What a SettingsIniFile holds, in the order and the spelling in which it holds it.
+/// The contents of a SettingsIniFile, in its order and spelling.
 namespace StoreContents {
 
 /// The line of one value: its type counts, not only its text.

@@ -47,7 +47,7 @@ static_assert(std::is_abstract<WithoutGet>::value, "a store has to answer");
 static_assert(std::is_abstract<WithoutSet>::value, "a store has to store");
 static_assert(std::is_abstract<WithoutRemove>::value, "a store has to remove");
 
-// The place of a virtual function in its class's table, the two destructors being the first two entries. A pointer to
+// The index of a virtual function in its class's table. The two destructors are the first two entries. A pointer to
 // such a function holds the offset into the table, with or without a mark in its lowest bit.
 template <typename Function>
 int SlotOf(Function function)
@@ -66,7 +66,7 @@ QList<int> SlotsOf()
     return {SlotOf(Get(&Store::GetKeyValue)), SlotOf(Set(&Store::SetKeyValue)), SlotOf(Remove(&Store::RemoveKey))};
 }
 
-// One call of the interface and what it has to come to.
+// One call of the interface and its expected result.
 struct Step
 {
     enum What { Set, Remove, Get, TimeOfDay };
@@ -241,7 +241,7 @@ void AddValues()
     AddValue("list of one string", QStringList{QStringLiteral("a")}, QStringLiteral("a"));
     AddValue("empty list of strings", QStringList(), QString());
     const QDateTime time(QDate(2024, 3, 5), QTime(14, 7, 9));
-    AddValue("date and time", time, time.toString(Qt::TextDate)); // the names of days are the locale's
+    AddValue("date and time", time, time.toString(Qt::TextDate)); // the names of days depend on the locale
     AddValue("time alone", QTime(14, 7, 9), QString());
     AddValue("size", QSize(640, 480), QStringLiteral("@Size(640 480)"));
     AddValue("list of anything", QVariantList{1, QStringLiteral("a")}, QString());

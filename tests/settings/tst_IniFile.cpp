@@ -36,7 +36,7 @@ QString Get(const IIniFileBase& ini)
     return Get(ini, kGroup, kKey);
 }
 
-// What an object reads that has never seen the file in memory.
+// What an object reads that has not cached the file.
 QString Reread(const QString& path, const QString& key = kKey)
 {
     const QString copy = NewPath();
@@ -69,7 +69,7 @@ QByteArray PathLine(const QByteArray& text)
     return "|20|Debug|IniFile::SetFilePath|" + text;
 }
 
-// Takes every operation through its paths at once.
+// Runs each operation through all of its paths.
 void UseAll(IniFile& ini)
 {
     Get(ini, kGroup, kKey);
@@ -255,7 +255,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
     }
 
-    // The path in the message is the one that was given, the name of the file the full one.
+    // The message has the path that was given, GetFileName returns the full one.
     void setFilePathToARelativePath()
     {
         IniFile ini{QString()};
@@ -469,7 +469,7 @@ private Q_SLOTS:
         QCOMPARE(Reread(path), reread);
     }
 
-    // Stored as a variant, a date is text by the table at once and after it was read.
+    // A date that is stored as a variant has the text of the table, before and after it is read from the file.
     void setADate()
     {
         const QString path = NewPath();
@@ -526,7 +526,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=2\n"));
     }
 
-    // Every change makes a new file: what hangs on the old one stays behind.
+    // Every change creates a new file: other attributes of the old one are lost.
     void setReplacesTheFile()
     {
         const QString path = NewFile("[A]\nk=1\n");

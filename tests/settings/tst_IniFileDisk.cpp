@@ -29,7 +29,7 @@ QString Get(const IIniFileBase& ini)
     return Get(ini, kGroup, kKey);
 }
 
-// What an object reads that has never seen the file in memory.
+// What an object reads that has not cached the file.
 QString Reread(const QString& path, const QString& key = kKey)
 {
     const QString copy = NewPath();
@@ -37,7 +37,7 @@ QString Reread(const QString& path, const QString& key = kKey)
     return Get(IniFile(copy), kGroup, key);
 }
 
-// A disk that takes no more than so many bytes for each file.
+// A disk that accepts only so many bytes for each file.
 void LimitFiles(rlim_t bytes)
 {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -47,7 +47,7 @@ void LimitFiles(rlim_t bytes)
     ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-// The framework does not notice that a small file was cut short.
+// The framework does not notice that a small file was truncated.
 const Scenario fullDisk("fullDisk", [](const QStringList&) {
     const QString path = QStringLiteral("full.ini");
     IniFile ini(path);
@@ -65,7 +65,7 @@ const Scenario fullDisk("fullDisk", [](const QStringList&) {
 
 } // namespace
 
-// What stands in the file: changed by others, in a bad state, out of reach.
+// The contents of the file: changed by others, damaged, inaccessible.
 class tst_IniFileDisk : public QObject
 {
     Q_OBJECT

@@ -46,7 +46,7 @@ QByteArray Number(quint32 number)
     return bytes;
 }
 
-// Lists within lists, each of one.
+// Nested lists with one item each.
 QByteArray Nested(int depth)
 {
     const QByteArray level = Number(QMetaType::QVariantList) + Number(1);
@@ -125,7 +125,7 @@ int Fail(const char* what, const QString& found)
     return 1;
 }
 
-// Both stores on a file with such a value, through all that they do.
+// All operations of both stores on a file with such a value.
 const Scenario hostile("hostile", [](const QStringList& arguments) {
     const QByteArray value = ValueOf(arguments.value(0));
     const QString path = QStringLiteral("hostile.ini");
@@ -180,7 +180,7 @@ QVariantMap Everything()
 
 } // namespace
 
-// Values that the framework must not decode, and paths that are no files.
+// Values that the framework must not decode, and paths that are not files.
 class tst_IniFileHostile : public QObject
 {
     Q_OBJECT

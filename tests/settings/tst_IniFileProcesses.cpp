@@ -39,7 +39,7 @@ void Say(const QString& text)
     std::fflush(stdout);
 }
 
-// Does what it is told on stdin, a line at a time, with one object, and answers each with a line.
+// Reads commands from stdin, one per line, executes them on one object, and answers each with a line.
 const Scenario obey("obey", [](const QStringList& arguments) {
     IniFile ini(arguments.value(0));
     for (std::string line; std::getline(std::cin, line);) {
@@ -58,14 +58,14 @@ const Scenario obey("obey", [](const QStringList& arguments) {
     return 0;
 });
 
-// A text that shows which it is and whether it is whole. No two have the same size: the framework may take two states
-// of one size and one millisecond for the same.
+// A text that contains its number and shows whether it is complete. No two have the same size: the framework may
+// mistake two versions of one size and one millisecond for the same.
 QString State(int number)
 {
     return QStringLiteral("%1-").arg(number).repeated(500 + number);
 }
 
-// The number of the state that the file is in, -1 for a file that is none.
+// The number of the file's version, or -1 if it is none.
 int StateOf(const QByteArray& text)
 {
     const QByteArray head = "[A]\nk=";
@@ -73,7 +73,7 @@ int StateOf(const QByteArray& text)
     return text == head + State(number).toLatin1() + "\n" ? number : -1;
 }
 
-// Writes one state after the other and says so each time.
+// Writes one version after the other and reports each.
 const Scenario writeStates("writeStates", [](const QStringList& arguments) {
     IniFile ini(arguments.value(0));
     for (int number = 1; number <= arguments.value(1).toInt(); ++number) {
@@ -170,7 +170,7 @@ QString KeyOf(char process, int round)
 
 } // namespace
 
-// For the thread sanitizer, which does not see the locks inside the framework's library.
+// For the thread sanitizer, which does not see the framework's locks.
 extern "C" const char* __tsan_default_suppressions()
 {
     return "race:libQt5Core\n";

@@ -13,7 +13,7 @@ using namespace IniFiles;
 
 namespace {
 
-// More than what is compared at once.
+// More than one comparison covers.
 QByteArray Sections(char first)
 {
     QByteArray text;
@@ -53,7 +53,7 @@ QByteArray Save(const QString& path, const QStringList& set, const QSet<QString>
 
 } // namespace
 
-// What tells without lists of all keys whether a file has kept them.
+// Checks without lists of all keys whether a file has kept them.
 class tst_IniNames : public QObject
 {
     Q_OBJECT

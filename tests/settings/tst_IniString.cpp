@@ -33,7 +33,7 @@ int OrderOf(const IniString& first, const IniString& second)
     return int(second < first) - int(first < second);
 }
 
-// Every way to ask has to give the same answer.
+// All operators must give the same result.
 QByteArray Equality(const QString& first, const QString& second)
 {
     const IniString one(first);
@@ -54,7 +54,7 @@ QString FromCodePoint(uint codePoint)
     return QString::fromUcs4(&codePoint, 1);
 }
 
-// All strings of up to three characters from an alphabet that has every kind of trouble, and some longer ones.
+// All strings of up to three characters from an alphabet with every difficult kind, and some longer ones.
 QStringList TroublesomeStrings()
 {
     const QString alphabet[] = {
@@ -101,7 +101,7 @@ Matrix MatrixOf(const QStringList& strings, const Relation& relation)
     return matrix;
 }
 
-// The first triple that breaks "a before b and b before c make a before c", empty when there is none.
+// The first triple that is not transitive, or empty.
 QString BrokenTriple(const Matrix& matrix)
 {
     for (int a = 0; a < matrix.size(); ++a) {

@@ -153,7 +153,7 @@ void AddUnknownOthers(QObject* object)
     AddUnknown("another type of the host's", QVariant::fromValue(OtherHostType()), 1024);
 }
 
-// Null as QVariant::isNull has it: made for a type without a value, or holding what that type itself calls null.
+// Null in the sense of QVariant::isNull: a type without a value, or a value that its type considers null.
 void AddNulls()
 {
     for (const int id : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 28, 32, 33, 36, 38})

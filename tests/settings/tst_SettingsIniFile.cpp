@@ -88,7 +88,7 @@ const QStringList& FilledRemovals()
     return lines;
 }
 
-// Hears every value that is stored through the interface.
+// Records each value that is stored through the interface.
 class Listener : public SettingsIniFile
 {
 public:
@@ -103,7 +103,7 @@ public:
     QStringList iHeard;
 };
 
-// The same tables kept as plain lists that are searched from end to end.
+// The same tables as plain lists with linear search.
 class PlainTable
 {
 public:

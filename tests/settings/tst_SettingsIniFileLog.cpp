@@ -57,7 +57,7 @@ const Scenario logLines("logLines", [](const QStringList& arguments) {
     return 0;
 });
 
-// The lines of the classes under test; the log's own do not count here.
+// The lines of the classes under test, without those of the log itself.
 QList<QByteArray> StoreLines(const QByteArray& log)
 {
     QList<QByteArray> lines;
@@ -89,7 +89,7 @@ constexpr int kOthers = kAll & ~LoggerDefs::Debug & ~LoggerDefs::Trace;
 
 using ByteLines = QList<QByteArray>;
 
-// What is logged at debug and what at trace level is looked at under each mask: neither may stand in for the other.
+// Checks the lines of debug and of trace level under each mask: neither may replace the other.
 void AddLog(const char* name, const QStringList& arguments, const ByteLines& debug, const ByteLines& trace)
 {
     QTest::addRow("%s, debug", name) << int(LoggerDefs::Debug) << arguments << debug;

@@ -30,7 +30,7 @@ QVariant Text(const char* text)
     return QString::fromUtf8(text);
 }
 
-// A file of its own for each text: the framework remembers files by size and time.
+// A separate file for each text: the framework recognises files by size and time.
 QString NewFile(const QByteArray& text)
 {
     static int count = 0;
@@ -161,7 +161,7 @@ void AddMalformed()
     AddFile("all bytes in a section", "[A]\nk=v\n" + AllBytes() + "\n[B]\nj=w\n", {Line("A", "k", Text("v"))});
 }
 
-// What the framework finds in a file, put together without the object's own tables.
+// What the framework finds in a file, collected without the object's own tables.
 QStringList Reference(const QString& path)
 {
     struct Entry
@@ -212,7 +212,7 @@ public:
     QStringList iHeard;
 };
 
-// Says in the log what is stored through the interface.
+// Logs what is stored through the interface.
 class Reporter : public SettingsIniFile
 {
 public:

@@ -21,7 +21,7 @@ using StoreContents::Line;
 using StoreContents::Removed;
 using StoreContents::Sections;
 
-// What is done to the object before it is written to the file at the path.
+// Changes the object before it is written to the file at the path.
 using Change = std::function<void(SettingsIniFile& ini, const QString& path)>;
 using Changes = QVector<Change>;
 Q_DECLARE_METATYPE(Changes)
@@ -46,7 +46,7 @@ void Put(const QString& path, const QByteArray& text)
         qFatal("cannot write %s", qPrintable(path));
 }
 
-// A file of its own for each text: the framework remembers files by size and time.
+// A separate file for each text: the framework recognises files by size and time.
 QString NewFile(const QByteArray& text)
 {
     const QString path = NewPath();
@@ -83,7 +83,7 @@ Change Clear()
     return [](SettingsIniFile& ini, const QString&) { ini.Clear(); };
 }
 
-// A null text stands for no file.
+// A null text means no file.
 void AddWrite(const char* name, const QByteArray& before, const Changes& changes, const QByteArray& after)
 {
     QTest::newRow(name) << before << changes << after;

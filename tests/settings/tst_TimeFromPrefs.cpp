@@ -42,7 +42,7 @@ QTime TimeNamed(const QString& name, const QString& key)
     return name == QLatin1String("invalid") ? kInvalid : QTime::fromString(name, QStringLiteral("hh:mm"));
 }
 
-// A store on a new file in which the text stands under each of those keys.
+// A store on a new file with the text under each of those keys.
 std::unique_ptr<IIniFileBase> FileStore(const QString& text)
 {
     static int count = 0;
@@ -53,7 +53,7 @@ std::unique_ptr<IIniFileBase> FileStore(const QString& text)
     return std::make_unique<IniFile>(path);
 }
 
-// Names are the same in any case here: one value for each key, one key at a time.
+// Names are case-insensitive here: one value for each key, one key at a time.
 std::unique_ptr<IIniFileBase> MemoryStore(const QString& key, const QVariant& value)
 {
     auto store = std::make_unique<SettingsIniFile>();
@@ -61,7 +61,7 @@ std::unique_ptr<IIniFileBase> MemoryStore(const QString& key, const QVariant& va
     return store;
 }
 
-// A store that answers as it is told and notes what it is asked.
+// A store that returns preset values and records the calls.
 class ScriptedStore : public IIniFileBase
 {
 public:

@@ -2,14 +2,14 @@
 
 #include <QtCore/QDateTime>
 
-/// The clock of day that this program and its libraries see. Linking it replaces the C library's function for the whole
-/// process; timers and waits run on the other clock and are not concerned. Real time until one of these is called.
+/// The wall clock that this program and its libraries see. Linking it replaces the C library's function for the whole
+/// process. Timers and waits use the other clock and are not affected. It shows real time until one of these is called.
 namespace ForgedClock {
 
-/// The clock stands still at `msecsSinceEpoch` from now on.
+/// Stops the clock at `msecsSinceEpoch`.
 void Freeze(qint64 msecsSinceEpoch);
 void Freeze(const QDateTime& time);
-/// Moves a clock that stands still.
+/// Moves a stopped clock.
 void Advance(qint64 msecs);
 /// Back to real time.
 void Release();

@@ -4,10 +4,10 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/// Reading what the log wrote.
+/// Reads the log.
 namespace LogText {
 
-/// The whole file; empty when it cannot be read.
+/// The whole file, empty if it cannot be read.
 QByteArray Read(const QString& path);
 
 /// The lines of a text, without their line feeds. A rest without a line feed is returned too, with "<no line feed>"
@@ -15,7 +15,7 @@ QByteArray Read(const QString& path);
 QList<QByteArray> Lines(const QByteArray& text);
 
 /// What follows the time stamp, from the first bar on: "|code|level|function|message". A line that does not begin with
-/// a stamp of the right shape comes back whole with "<no stamp>" before it.
+/// a valid time stamp is returned whole, with "<no stamp>" before it.
 QByteArray Body(const QByteArray& line);
 
 /// The bodies of all lines.

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Reaches a private member by name, without a word about tests in the class itself: an explicit instantiation may name
-/// what is private.
+/// Accesses a private member by name, without a friend declaration in the class: an explicit instantiation may name
+/// private members.
 ///
 /// NEROLT_PRIVATE(LoggerWorker, iQueue, QList<QByteArray>) defines LoggerWorker_iQueue(), a pointer to the member.
 template <typename Tag, typename Tag::Type Member>

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kNever = std::numeric_limits<int>::max();
 
-// How often this thread gets memory before it gets none, and how often it gets none then.
+// How many allocations of this thread succeed, and how many then fail.
 thread_local int tLeft = kNever;
 thread_local int tRefusals = 0;
 

@@ -8,14 +8,14 @@
 
 #include <functional>
 
-/// What every test program shares: a scratch folder of its own, which is the home and the current folder while it runs
-/// and is removed afterwards, and scenarios that run in a process of their own.
+/// Shared by all test programs: a scratch folder of its own for each, which is the home and the current folder while it
+/// runs and is removed afterwards, and scenarios that run in a process of their own.
 namespace TestSupport {
 
 /// The scratch folder of this process.
 QString Scratch();
 
-/// A new folder within it, and the current one from now on. Its path is without links.
+/// Creates a folder in it and makes that the current one. Its path contains no links.
 QString EnterFreshFolder();
 
 /// A scenario: a function that the test program runs in a fresh process. Define it at file scope.
@@ -40,7 +40,7 @@ struct ScenarioResult
     QByteArray Describe() const;
 };
 
-/// Runs this program again for one scenario and waits for its end, killing it after a minute.
+/// Runs this program again for one scenario and waits until it ends, or kills it after a minute.
 ScenarioResult RunScenario(const char* name, const QStringList& arguments = {});
 
 int Main(int argc, char** argv, const std::function<int(int, char**)>& runTests);

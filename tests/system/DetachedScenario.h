@@ -5,8 +5,8 @@
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 
-/// A scenario in the current folder whose program may stand elsewhere, and which may leave processes of its own behind:
-/// their end is waited for as well.
+/// A scenario in the current folder. Its program may be elsewhere, and it may leave processes behind, for which this
+/// waits as well.
 class DetachedScenario
 {
 public:

@@ -7,8 +7,8 @@
 
 NEROLT_PRIVATE_STATIC(HookedSingleton, iInstance, HookedSingleton*)
 
-/// A hook that is the installed one while it lives. Its end deletes the singletons in it, so that the next may begin as
-/// a fresh process does.
+/// A hook that is installed while it lives. Its destructor deletes the singletons in it, so that the next one starts as
+/// in a new process.
 class InstalledHook : public SingletonHook
 {
 public:

@@ -31,7 +31,7 @@ constexpr int kPatienceMSecs = 5000;
 const char* const kBundle = "A.app/Contents";
 const char* const kPlugin = "PlugIns/libUIContentHost.dylib";
 
-// What the system says of the machine, when it is to say something else.
+// What uname reports about the machine, if the test overrides it.
 const char* gMachine = nullptr;
 int gNamesError = 0;
 bool gIsDeaf = false;
@@ -60,7 +60,7 @@ const Scenario silence("silence", [](const QStringList&) {
     });
 });
 
-// Argument: where the program "file" leaves its process id. Neither a process nor a zombie may be left.
+// Argument: the path where the program "file" writes its process id. Neither a process nor a zombie may be left.
 const Scenario impatience("impatience", [](const QStringList& arguments) {
     QElapsedTimer timer;
     timer.start();
@@ -73,7 +73,7 @@ const Scenario impatience("impatience", [](const QStringList& arguments) {
     return 0;
 });
 
-// A process that hangs in the kernel does not hear of it.
+// A process that is blocked in the kernel does not react.
 const Scenario deafness("deafness", [](const QStringList&) {
     gIsDeaf = true;
     QElapsedTimer timer;

@@ -56,7 +56,7 @@ bool WriteProgram(const QString& path, const QByteArray& body)
     return Write(path, "#!" + Program("sh").toUtf8() + "\n" + body + "\n", QFile::ExeOwner | QFile::ExeUser);
 }
 
-// All shells that the machine calls, or could call, "sh".
+// All shells of the machine that are, or could be, "sh".
 QList<QStringList> Shells()
 {
     QList<QStringList> shells;
@@ -118,7 +118,7 @@ Files Each(const QByteArray& body)
     return tools;
 }
 
-// A "timeout" that notes what it is asked for and is impatient with the tools that hang.
+// A "timeout" that records its arguments and waits only briefly for tools that hang.
 bool MakeImpatient(const QByteArray& hanging)
 {
     return QFile::remove(Text("tools/timeout"))

@@ -20,7 +20,7 @@ OSVersion Version(qint32 major, qint32 minor)
     return version;
 }
 
-// What "file" says of libraries and of what is none. The first two come from macOS.
+// The output of "file" for libraries and for other files. The first two come from macOS.
 const char* const kUniversal
     = "/A.app/Contents/PlugIns/libUIContentHost.dylib: Mach-O universal binary with 2 architectures: [x86_64:Mach-O "
       "64-bit dynamically linked shared library x86_64] [arm64:Mach-O 64-bit dynamically linked shared library arm64]\n"

@@ -84,7 +84,7 @@ const Scenario emptySetters("emptySetters", [](const QStringList&) {
     });
 });
 
-// A file or folder as the system sees it; whatever is done to it changes one of these.
+// The attributes of a file or folder. Any change alters one of them.
 QByteArray State(const QString& path)
 {
     struct stat status = {};

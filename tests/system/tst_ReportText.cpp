@@ -21,7 +21,7 @@ QByteArray ExcerptOf(const QByteArray& output)
     return ReportText::DiagnosticExcerpt(stream).toUtf8();
 }
 
-// Paths that a template filled step by step, or a careful quoting, would alter.
+// Paths that a template with successive replacements, or quoting, would alter.
 void AddPaths()
 {
     QTest::addColumn<QString>("path");

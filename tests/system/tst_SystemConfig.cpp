@@ -53,7 +53,7 @@ public:
     void Delete() override { }
 };
 
-// Always made in the same place, which is never given back.
+// Always created at the same address, which is never freed.
 class InPlace : public SystemConfig
 {
 public:
@@ -65,7 +65,7 @@ public:
     static void operator delete(void*) { }
 };
 
-// Asks for a path when it ends, as one may that saves something.
+// Asks for a path in its destructor, as a class may that saves something.
 class Asking : public SystemConfig
 {
 public:
@@ -100,7 +100,7 @@ QString FromUnits(std::initializer_list<ushort> units)
     return text;
 }
 
-// A pointer to a virtual function tells its offset in the table. The destructor has the first two slots.
+// A pointer to a virtual function contains its offset in the table. The destructor has the first two slots.
 template <typename Function>
 quintptr SlotOf(Function function)
 {

@@ -25,7 +25,7 @@ namespace {
 
 constexpr int kAll = 63;
 
-// What the process asks the system to create, when it is not to be created.
+// The folders that the process asks the system to create, if they are not to be created.
 bool gRefuseFolders = false;
 QList<QByteArray> gRefused;
 
@@ -65,7 +65,7 @@ const Scenario noPermission("noPermission", [](const QStringList&) {
 
 } // namespace
 
-// Qt's only way to a new folder.
+// The only function with which Qt creates folders.
 extern "C" Q_DECL_EXPORT int mkdir(const char* path, mode_t mode) noexcept
 {
     if (!gRefuseFolders)

@@ -27,11 +27,11 @@ namespace {
 constexpr int kAll = 63;
 constexpr const char* kNoApplicationOption = "--no-application";
 const char* const kLoginItem = "NeroltOrvaneLoginMac";
-// Leaves what it was called with beside itself, and only at its end.
+// Writes its arguments to a file beside itself, and only when it ends.
 const QByteArray kRecord = "#!/bin/sh\n"
                            "{ echo \"$#\"; printf '<%s>\\n' \"$@\"; } >>\"$0.calls\"\n";
 
-// What the system says of itself, when it is to say something else.
+// What uname reports about the system, if the test overrides it.
 bool gForgedNames = false;
 int gNamesError = 0;
 QByteArray gRelease;
@@ -70,7 +70,7 @@ void PutUserAgent()
     std::puts(SystemConfig::UserAgent().toUtf8().constData());
 }
 
-// For a process that has no application object, and neither a hook.
+// For a process with neither an application object nor a hook.
 int WithoutApplication(int argc, char** argv)
 {
     PutUserAgent();

@@ -44,7 +44,7 @@ const Scenario resourceLines("resourceLines", [](const QStringList& arguments) {
     });
 });
 
-// Which of them say something, and how often.
+// Which of them log, and how often.
 const Scenario everybodysLines("everybodysLines", [](const QStringList&) {
     return Logged(kAll, [] {
         const std::pair<const char*, Getter> getters[] = {

@@ -44,7 +44,7 @@ const Scenario usersReport("usersReport", [](const QStringList& arguments) {
     });
 });
 
-// As an ordinary user through and through: a shell would not keep to one that is only in effect.
+// As an ordinary user with real and effective ids: a shell would reset an effective id alone.
 const Scenario ordinaryReport("ordinaryReport", [](const QStringList& arguments) {
     QCoreApplication::applicationDirPath(); // while it can be found
     if (OrdinaryUser::IsTestRoot() && (::setgid(65534) != 0 || ::setuid(65534) != 0))
@@ -55,7 +55,7 @@ const Scenario ordinaryReport("ordinaryReport", [](const QStringList& arguments)
     });
 });
 
-// Whether the disk is full for scripts, so that they are cut short.
+// Whether the disk is full for scripts, so that they are truncated.
 bool gIsFull = false;
 
 const Scenario fullReport("fullReport", [](const QStringList& arguments) {
@@ -149,7 +149,7 @@ QList<QStringList> StartsOf(const QStringList& scripts)
     return starts;
 }
 
-// A pipe with a name, in the current folder. Who reads from it waits for Open, or for the end.
+// A named pipe in the current folder. Its reader waits for Open, or for the destructor.
 class Valve
 {
 public:

@@ -27,7 +27,7 @@ namespace {
 
 constexpr int kAll = 63;
 
-// What was removed, in order.
+// The removed files, in order.
 QList<QByteArray> gRemoved;
 
 const Scenario crashLog("crashLog", [](const QStringList& arguments) {
@@ -69,7 +69,7 @@ bool Make(const QString& thing)
 
 } // namespace
 
-// Qt's only way to remove a file.
+// The only function with which Qt removes files.
 extern "C" Q_DECL_EXPORT int unlink(const char* path) noexcept
 {
     gRemoved += path;

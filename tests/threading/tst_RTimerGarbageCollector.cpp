@@ -41,7 +41,7 @@ void RunDeferredDeletions()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-// The file has exactly what is logged under the mask.
+// The file contains exactly what is logged under the mask.
 void WithLog(int mask, const std::function<void()>& action)
 {
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);

@@ -106,7 +106,7 @@ struct WithOneMoreVirtual : Base
     virtual void OneMore() { }
 };
 
-// Two classes have as many virtual functions exactly if the next one gets the same place behind either.
+// Two classes have the same number of virtual functions if the next one gets the same slot in both.
 template <typename First, typename Second>
 bool HaveAsManyVirtuals()
 {
@@ -129,14 +129,14 @@ bool Quit(QThread& thread)
     return thread.wait();
 }
 
-// For scenarios, whose process ends at the first thing that went wrong, whatever its threads wait for.
+// For scenarios: the process ends at the first failure, whatever its threads wait for.
 #define NEEDS(condition)                                                                                               \
     if (!(condition)) {                                                                                                \
         std::fprintf(stderr, "line %d: not %s\n", __LINE__, #condition);                                               \
         ::_exit(1);                                                                                                    \
     }
 
-// From here to EndLog the file has exactly what is logged under the mask.
+// From here to EndLog the file contains exactly what is logged under the mask.
 void BeginLog(int mask)
 {
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
@@ -162,7 +162,7 @@ QList<QByteArray> LoggedBy(const char* scenario, const QStringList& arguments = 
     return LoggedIn(TestSupport::RunScenario(scenario, arguments));
 }
 
-// Calls back on the thread that logs, in the middle of its call, whenever a batch is complete.
+// Calls back on the thread that logs, during its call, whenever a batch is complete.
 void WhenABatchIsComplete(const std::function<void()>& call)
 {
     LoggerAgent* const agent = (Logger::GetInstance()->*Logger_iAgent()).load();
@@ -212,7 +212,7 @@ bool IsListTakenInTime()
     return true;
 }
 
-// Somebody took the list and keeps it.
+// Another thread holds the list.
 bool IsListHeld()
 {
     return IsListTakenInTime() && !ListMutex().tryLock(kStillWaitingMs);
@@ -227,7 +227,7 @@ RegisteredThread* NewThread(const QString& className, const QString& name)
     return new RegisteredThread(nullptr, name);
 }
 
-// What is still alive when the framework is about to end the process.
+// What still exists when the framework is about to end the process.
 void LeaveAtTheFatalMessage(QtMsgType type, const QMessageLogContext&, const QString& msg)
 {
     if (type != QtFatalMsg)
@@ -267,7 +267,7 @@ int DestroyAtRest(const QStringList&)
 }
 const Scenario kDestroyAtRest("DestroyAtRest", DestroyAtRest);
 
-// A thread that is being destroyed waits for the list, and meanwhile comes to its end.
+// A thread whose destructor waits for the list ends meanwhile.
 int FinishBeforeTheListIsFree(const QStringList&)
 {
     BeginLog(kAllLevels);
@@ -482,8 +482,8 @@ int ListAndRestartTheLog(const QStringList&)
 }
 const Scenario kListAndRestartTheLog("ListAndRestartTheLog", ListAndRestartTheLog);
 
-// Arguments: "change", "stop" or "clean up". Another thread comes for the list while that goes on, with the Logger
-// locked and the level still on: the line that the log itself writes then completes a batch.
+// Arguments: "change", "stop" or "clean up". Meanwhile another thread asks for the list, with the Logger locked and the
+// level still on: the line that the log itself writes then completes a batch.
 int ListWhileTheLogEnds(const QStringList& arguments)
 {
     const bool isChange = arguments[0] == QLatin1String("change");
@@ -508,7 +508,7 @@ int ListWhileTheLogEnds(const QStringList& arguments)
 }
 const Scenario kListWhileTheLogEnds("ListWhileTheLogEnds", ListWhileTheLogEnds);
 
-// A second owner of the list's data: it is shared as long as the list itself is there.
+// A second owner of the list's data: it is shared as long as the list itself exists.
 const ThreadList* gCopy = nullptr;
 
 const char* ListState()
@@ -570,7 +570,7 @@ int CollectInitialisers(dl_phdr_info* info, size_t, void* data)
     return 1;
 }
 
-// The functions of an ELF file by address, those that it does not export too.
+// The functions of an ELF file by address, including those that it does not export.
 QMultiMap<quintptr, QByteArray> Functions(const QByteArray& file)
 {
     QMultiMap<quintptr, QByteArray> functions;
@@ -589,7 +589,7 @@ QMultiMap<quintptr, QByteArray> Functions(const QByteArray& file)
     return functions;
 }
 
-// What compilers and sanitizers put in by themselves.
+// Functions that compilers and sanitizers add.
 bool IsTheToolchains(const QByteArray& name)
 {
     return name == "frame_dummy" || name == "asan.module_ctor" || name == "tsan.module_ctor" || name == "_sub_I_00099_0"

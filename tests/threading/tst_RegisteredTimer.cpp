@@ -15,7 +15,7 @@
 
 using TestSupport::Scenario;
 
-// Notes what happens to it, and can do something of its own when it is called or loses a child.
+// Records what happens to it, and can run a function when it is called or loses a child.
 class Receiver : public QObject
 {
     Q_OBJECT
@@ -49,7 +49,7 @@ protected:
     }
 };
 
-// Tells when it is cut off and when it ends.
+// Records when it is removed from its parent and when it is destroyed.
 class WatchedTimer : public RegisteredTimer
 {
     Q_OBJECT
@@ -89,7 +89,7 @@ Object* Named(const char* name, QObject* parent)
     return object;
 }
 
-// A timer that logs its end.
+// A timer that logs its destruction.
 WatchedTimer* NewWatched(const char* name, QObject* parent)
 {
     auto* const timer = Named<WatchedTimer>(name, parent);
@@ -97,7 +97,7 @@ WatchedTimer* NewWatched(const char* name, QObject* parent)
     return timer;
 }
 
-// The file has exactly what is logged under the mask.
+// The file contains exactly what is logged under the mask.
 void WithLog(int mask, const std::function<void()>& action)
 {
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);

@@ -20,7 +20,7 @@ using TestSupport::Scenario;
 
 namespace {
 
-// Writes down that it was deleted and lives on, so that it may be asked about it.
+// Records that it was deleted and stays alive, so that the test can ask it.
 class Recorder : public IOrvaneInstance
 {
 public:
@@ -37,7 +37,7 @@ private:
     QString iName;
 };
 
-// Looks, while it is deleted, at the hook that does it.
+// Uses the hook that deletes it, while it is deleted.
 class Onlooker : public IOrvaneInstance
 {
 public:
@@ -54,7 +54,7 @@ private:
     QList<QStringList>& iSeen;
 };
 
-// As singletons are: gone once deleted.
+// Like real singletons: destroyed by Delete.
 class Mortal : public IOrvaneInstance
 {
 public:
@@ -101,7 +101,7 @@ const Instances& EntriesOf(const SingletonHook& hook)
     return hook.*SingletonHook_iInstances();
 }
 
-// A pointer to a virtual function tells its offset in the table. The destructor has the first two slots.
+// A pointer to a virtual function contains its offset in the table. The destructor has the first two slots.
 template <typename Function>
 quintptr SlotOf(Function function)
 {

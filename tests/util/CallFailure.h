@@ -1,7 +1,7 @@
 #pragma once
 
-/// While it lives, calls of one kind that this program or the library makes fail, as on a full disk or on a file system
-/// that keeps less. Linking it replaces the C library's functions for the whole process.
+/// While it lives, system calls of one kind fail in this program and in the library, as on a full disk or on a file
+/// system with fewer features. Linking it replaces the C library's functions for the whole process.
 class CallFailure
 {
 public:

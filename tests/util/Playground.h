@@ -3,8 +3,8 @@
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
 
-/// A folder for one test. It and what is made in it belong to the ordinary user. Whatever the test locked is unlocked
-/// at the end, when everything goes. Make it before the test becomes an ordinary user.
+/// A folder for one test. The folder and its contents belong to the ordinary user. The destructor unlocks what the test
+/// locked, and removes everything. Create it before the test becomes an ordinary user.
 class Playground
 {
 public:

@@ -20,11 +20,11 @@ using TestSupport::Scenario;
 
 namespace {
 
-// What a volume in memory is made of.
+// The page size of a volume in memory.
 const qint64 kPage = ::sysconf(_SC_PAGESIZE);
 constexpr qint64 kPages = 256;
 
-// What the system answers when it is not asked.
+// What the overridden system call returns.
 bool gForged = false;
 struct statvfs gAnswer = {};
 int gError = 0;
@@ -42,7 +42,7 @@ bool Write(const QString& path, qint64 size)
     return file.open(QIODevice::WriteOnly) && file.write(QByteArray(int(size), 'x')) == size;
 }
 
-// A volume for this process alone, in the folder "volume" of the current one; it ends with the process.
+// A volume that only this process sees, in the folder "volume" of the current one. It ends with the process.
 bool MountVolume()
 {
     const QByteArray options = "mode=0755,size=" + QByteArray::number(kPages * kPage);
@@ -51,7 +51,7 @@ bool MountVolume()
         && ::mount("none", "volume", "tmpfs", 0, options.constData()) == 0;
 }
 
-// In pages, and what is over in bytes.
+// In pages, and the remainder in bytes.
 void PutFree(const char* path)
 {
     const qint64 bytes = DiskSpace::GetFreeDiskSpace(Text(path));

@@ -37,7 +37,7 @@ constexpr qint64 kSomeTime = 1700000000123; // 2023-11-14T22:13:20.123Z
 // The kernel stamps a new file with its coarse clock, which ticks every 10 ms at the slowest.
 constexpr qint64 kTickMs = 20;
 
-// What statx answers, and uname.
+// What statx and uname return.
 std::atomic<unsigned int> gHiddenFields{0};
 const char* gRelease = nullptr;
 
@@ -66,7 +66,7 @@ bool Set(const QString& path, FileTimeType type, const QDateTime& time = Utc(kSo
     return FileInfoMac(path).SetTime(time, type);
 }
 
-// The only attribute that setting the creation time left, whatever its name.
+// The only attribute that setting the creation time added, whatever its name.
 QByteArray CreationAttribute(const QString& place)
 {
     const Playground ground(place);
@@ -90,7 +90,7 @@ void AddTypes()
     QTest::newRow("write") << FileTimeWrite;
 }
 
-// Under an encoding of file names: writes a file by the framework, and its times by the class under test.
+// With an encoding of file names: creates a file with the framework, and sets its times with the class under test.
 const TestSupport::Scenario kNames("names", [](const QStringList& arguments) {
     Playground::StayOrdinary();
     QTextCodec::setCodecForLocale(QTextCodec::codecForName(arguments.value(0).toLatin1()));

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Everything a mode can deny or grant its owner, and the bits above.
+// All permissions that a mode can deny or grant its owner, and the bits above.
 const int kModes[] = {0644, 0664, 0666, 0600, 0755, 0777, 0700, 0622, 0222, 0200,  0020,  0002,
                       0464, 0246, 0444, 0400, 0555, 0111, 0000, 0066, 0266, 04755, 02775, 01777};
 
@@ -35,7 +35,7 @@ void AddModes()
         QTest::addRow("%04o", unsigned(mode)) << mode;
 }
 
-// The two ways to lock: the ordinary user's, and root's where it has the flag.
+// The two ways to lock: that of an ordinary user, and that of root if the file system has the flag.
 void AddWays()
 {
     QTest::addColumn<bool>("byFlag");

@@ -26,7 +26,7 @@ constexpr qint64 kSomeTime = 1700000000123;
 constexpr int kAll = 63;
 constexpr int kNone = 0;
 
-// Who makes the calls: the test's own user, root if that is who runs it, or always an ordinary one.
+// The user of the calls: the test's own, who may be root, or always an ordinary one.
 const QString kSelf = QStringLiteral("self");
 const QString kOrdinary = QStringLiteral("ordinary");
 
@@ -35,8 +35,8 @@ QDateTime SomeTime()
     return QDateTime::fromMSecsSinceEpoch(kSomeTime, Qt::UTC);
 }
 
-// Logs one call under a mask to app.log, and prints what it returned. The last line of the log is not of the call: it
-// shows that the log was awake.
+// Logs one call under a mask to app.log, and prints its result. The last line of the log is not from the call: it shows
+// that the log was running.
 int LogCall(const QStringList& arguments, const std::function<QByteArray(const QStringList&)>& call)
 {
     if (arguments.value(0) == kOrdinary)
@@ -90,7 +90,7 @@ const LoggedCall kReset("ResetReadonlyFlags", [](const QStringList& arguments) {
     return QByteArray();
 });
 
-// Everything that does not log: the door without the log line, and the back end.
+// Everything that does not log: FileUtilities without the log line, and its platform layer.
 const LoggedCall kSilent("silent", [](const QStringList& arguments) {
     for (const QString& path : arguments) {
         FileUtilities::GetMSecs(path, FileTimeCreation);
@@ -107,7 +107,7 @@ const LoggedCall kSilent("silent", [](const QStringList& arguments) {
     return QByteArray();
 });
 
-// The calls go on when the log is over.
+// The calls still work after the log has stopped.
 const TestSupport::Scenario kStopped("stopped", [](const QStringList& arguments) {
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
     Logger::GetInstance()->SetLevel(kAll);

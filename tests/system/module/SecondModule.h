@@ -3,7 +3,7 @@
 class QString;
 class SystemConfig;
 
-/// What the module shows of its own copy of SystemConfig. It is got with the function "secondModule".
+/// The plug-in's access to its own copy of SystemConfig. The function "secondModule" returns it.
 struct SecondModule
 {
     SystemConfig* (*iGetInstance)();

@@ -1,6 +1,6 @@
 #pragma once
 
-// As much of Core Foundation as the library uses, with the system's own types. FakeCoreServices.cpp answers.
+// The part of Core Foundation that the library uses, with the system's own types. FakeCoreServices.cpp implements it.
 
 #include <cstdint>
 

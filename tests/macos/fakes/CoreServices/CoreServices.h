@@ -1,6 +1,6 @@
 #pragma once
 
-// As much of the File Manager as the library uses, with the system's own types. FakeCoreServices.cpp answers.
+// The part of the File Manager that the library uses, with the system's own types. FakeCoreServices.cpp implements it.
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// As much of Foundation as the library uses, with the system's own signatures. FakeFoundation.mm answers.
+// The part of Foundation that the library uses, with the system's own signatures. FakeFoundation.mm implements it.
 
 #include <objc/objc.h>
 

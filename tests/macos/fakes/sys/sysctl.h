@@ -1,6 +1,6 @@
 #pragma once
 
-// As much of the system's header as the library uses.
+// The part of the system's header that the library uses.
 
 #include <cstddef>
 
