@@ -1,4 +1,4 @@
-# Run after the project's first line: Qt's headers and moc are the host's, but its library is the stub.
+# CMake runs this after the project command. Qt's headers and moc are those of the host, the library is the stub.
 find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
 get_target_property(configuration Qt5::Core IMPORTED_CONFIGURATIONS)
 set_target_properties(Qt5::Core PROPERTIES

@@ -1,4 +1,4 @@
-# For CMake: a Mac with the stand-in for its SDK. The caller says where that lies, by CMAKE_OSX_SYSROOT.
+# CMake toolchain for a Mac with the substitute for the SDK. The caller sets its path in CMAKE_OSX_SYSROOT.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 20.0.0) # of macOS 11, the first for both architectures
 set(CMAKE_OSX_DEPLOYMENT_TARGET 11.0 CACHE STRING "")
