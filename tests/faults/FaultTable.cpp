@@ -30,7 +30,7 @@ void MoveAside()
 
 void RemoveLog()
 {
-    Require(QFile::remove(Log()), "remove what stands in the log's place");
+    Require(QFile::remove(Log()), "remove the file in the log's place");
 }
 
 void LimitFiles(rlim_t bytes)
@@ -74,7 +74,7 @@ void FillTheDisk()
 
 void EmptyTheDisk()
 {
-    Require(QFile::remove(Folder() + QStringLiteral("/ballast")), "make room");
+    Require(QFile::remove(Folder() + QStringLiteral("/ballast")), "free space");
 }
 
 void SetFolderMode(mode_t mode)

@@ -13,7 +13,7 @@ namespace {
 
 FakeFoundation::Answers gAnswers;
 QStringList gMessages;
-std::vector<NSObject*> gObjects; // the dead ones too, until the next start, so that late messages to them are seen
+std::vector<NSObject*> gObjects; // includes released ones until the next start, to detect late messages to them
 std::vector<NSObject*>* gPool = nullptr;
 NSFileManager* gManager = nil;
 NSProcessInfo* gProcess = nil;

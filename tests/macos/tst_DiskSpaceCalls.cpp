@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(FakeCoreServices::CreatedReferences(), created);
     }
 
-    // A C string would end there and name another file.
+    // A C string would end there and be the name of another file.
     void pathWithNul_data()
     {
         QTest::addColumn<QString>("path");

@@ -567,7 +567,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), text);
     }
 
-    // As the framework has it: a name takes along what is nested below it, and no name means the section.
+    // As in the framework: a name also removes the keys nested below it, and an empty name removes the section.
     void removeBelowAName_data()
     {
         QTest::addColumn<QString>("group");

@@ -112,7 +112,7 @@ private Q_SLOTS:
         QCOMPARE(Get(ini), QStringLiteral("2"));
     }
 
-    // The framework goes by size and time of the file: docs/settings.md warns of it.
+    // The framework compares only the size and time of the file: docs/settings.md says so.
     void aChangeOfTheSameSizeAndTimeIsNotSeen()
     {
         const QString path = NewFile("[A]\nk=1\nother=1\n");
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[B]\nnewer=4\n"));
     }
 
-    // --- Files in a bad state
+    // --- Damaged files
 
     void missingFile()
     {
@@ -203,7 +203,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), "[A]\nb=1\n" + kept);
     }
 
-    // To the framework its keys are others than those at the top level, until it writes them.
+    // To the framework its keys differ from those at the top level, until it writes them.
     void aSectionWithoutAName()
     {
         const QString path = NewFile("[]\nk=1\n[General]\nk=2\n");
@@ -225,7 +225,7 @@ private Q_SLOTS:
         QCOMPARE(Reread(path), QStringLiteral("1"));
     }
 
-    // A change that cannot be written stays with the object, and reaches the file once it can be.
+    // A change that cannot be written stays in the object, and is written as soon as that is possible.
     void aFileThatMayNotBeWritten_data()
     {
         QTest::addColumn<int>("fileMode");
@@ -265,7 +265,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=v\nx=1\n"));
     }
 
-    // To root a read-only file is one like any other.
+    // For root a read-only file is like any other.
     void aReadOnlyFile_data()
     {
         QTest::addColumn<bool>("asRoot");

@@ -95,7 +95,7 @@ QByteArray ValueOf(const QString& name)
             + Escaped(Number(QMetaType::QVariantList) + Number(1) + Number(QMetaType::QVariantList)
                       + Number(0x7fffffff))
             + ")";
-    return Counted(QMetaType::QVariantList); // of a type of the host's
+    return Counted(QMetaType::QVariantList); // of a type that the host has registered
 }
 
 const QStringList kHostile{QStringLiteral("as it was seen"),
@@ -199,7 +199,7 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
     }
 
-    // What the framework itself writes of ordinary values is read as before.
+    // Ordinary values that the framework writes are read as before.
     void typedValuesAreStillRead()
     {
         const QString path = NewPath();
@@ -237,7 +237,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=3\n"));
     }
 
-    // --- Paths that are no files
+    // --- Paths that are not files
 
     void noFile_data()
     {
@@ -289,7 +289,7 @@ const Scenario noFile("noFile", [](const QStringList& arguments) {
     ::lstat("thing.ini", &after);
     if (after.st_ino != before.st_ino || after.st_mode != before.st_mode)
         return Fail("the thing itself", QString());
-    // The object serves the file that takes its place.
+    // The object works with the file that replaces it.
     QFile::remove(path);
     Write(path, "[A]\nx=5\n");
     if (Get(ini, kGroup, QStringLiteral("x")) != QLatin1String("5"))

@@ -141,7 +141,7 @@ public:
             && iProcess.exitStatus() == QProcess::NormalExit && iProcess.exitCode() == 0;
     }
     bool IsRunning() { return iProcess.state() == QProcess::Running && !iProcess.waitForFinished(0); }
-    // The last line that it got out.
+    // The last line that it printed.
     QString Kill()
     {
         iProcess.kill();
@@ -196,7 +196,7 @@ private Q_SLOTS:
         QVERIFY(other.Ends());
     }
 
-    // The one that stored a value has it as it was stored, the other as it stands in the file.
+    // The process that stored a value has the stored type, the other has the text in the file.
     void valuesAcrossProcesses()
     {
         const QString path = NewPath();
@@ -212,7 +212,7 @@ private Q_SLOTS:
         QVERIFY(other.Ends());
     }
 
-    // New keys of two processes, written at the same moment, are all there in the end.
+    // New keys that two processes write at the same moment are all there at the end.
     void newKeysOfTwoProcessesAllSurvive()
     {
         constexpr int kRounds = 20;
@@ -268,7 +268,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nx=1\n"));
     }
 
-    // Reading, then writing what was read and changed, is two operations: the later one wins.
+    // Reading a value and writing it back are two operations: the later write wins.
     void readingAndWritingIsNotOneStep()
     {
         const QString path = NewPath();
@@ -284,7 +284,7 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=x-and-second\n"));
     }
 
-    // Without turns, additions are lost; but what is there is always something that was written.
+    // If processes do not take turns, additions are lost, but the value is always one that was written.
     void readingAndWritingWithoutTurns()
     {
         constexpr int kTimes = 25;
@@ -313,7 +313,7 @@ private Q_SLOTS:
         QCOMPARE(Get(ini), QStringLiteral("xy").repeated(kTimes));
     }
 
-    // The framework tells a changed file by its size and its time to the millisecond.
+    // The framework recognises a changed file by its size and its time in milliseconds.
     void aChangeOfTheSameSizeAndTimeIsLost()
     {
         const QString path = NewPath();
@@ -386,7 +386,7 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(LockOf(path)));
     }
 
-    // A process that died before it could write its number into the lock is not known to be dead.
+    // If a process died before it wrote its id into the lock, nobody knows that it is dead.
     void aLockOfNobodyIsBrokenWhenItIsOld()
     {
         const QString path = NewPath();
@@ -456,7 +456,7 @@ private Q_SLOTS:
         const int said = lastWords.isEmpty() ? after : lastWords.toInt();
         const int state = StateOf(Read(path));
         QVERIFY2(state == said || state == said + 1, qPrintable(QStringLiteral("%1, said %2").arg(state).arg(said)));
-        // Whoever comes later reads and writes as if nothing had been.
+        // Later processes read and write as if nothing had happened.
         if (QFile::exists(LockOf(path)))
             MakeOlder(LockOf(path), 3600);
         IniFile ini(path);

@@ -99,11 +99,11 @@ private Q_SLOTS:
         }
     }
 
-    // What is the same ends or begins within a section.
+    // The common parts end or begin within a section.
     void longSections()
     {
         QByteArray lines;
-        for (int key = 100; key < 612; ++key) // twice what is compared at once
+        for (int key = 100; key < 612; ++key) // twice the size of one comparison
             lines += "key" + QByteArray::number(key) + "=12345678\n";
         QVERIFY(AreKept("[M]\n" + lines + "z=1\n", "[M]\n" + lines, {QStringLiteral("M/z")}));
         QVERIFY(!AreKept("[M]\na=1\n" + lines, "[M]\na=1\n\n[N]\n" + lines, {}));

@@ -181,7 +181,7 @@ private Q_SLOTS:
 
     void comparingLeavesTheTextWhereItIs()
     {
-        static const QChar memory[] = {'K', 'e', 'y', 's'}; // the caller's own, not closed by a zero
+        static const QChar memory[] = {'K', 'e', 'y', 's'}; // not owned by the string, and without a terminating zero
         const QString text = QString::fromRawData(memory, 3);
         const IniString name(text);
         const IniString other(QStringLiteral("kEY"));
@@ -245,7 +245,7 @@ private Q_SLOTS:
         QCOMPARE(OrderOf(first, second), order);
         QCOMPARE(OrderOf(second, first), -order);
         QCOMPARE(Equality(first, second), Expected(order));
-        // Behind other text in other spellings the answer is the same.
+        // After other text in other spellings the result is the same.
         QCOMPARE(OrderOf(QStringLiteral("Ab") + first, QStringLiteral("aB") + second), order);
         QCOMPARE(Sign(first.compare(second, Qt::CaseInsensitive)), order);
     }

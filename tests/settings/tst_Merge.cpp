@@ -217,7 +217,7 @@ private Q_SLOTS:
         QCOMPARE(Get(ini, "A", "new"), QStringLiteral("2"));
     }
 
-    // --- Sources that are none
+    // --- Sources that do not exist
 
     void noSource_data()
     {
@@ -249,7 +249,7 @@ private Q_SLOTS:
         IniFile ini(NewPath());
         CapturedLog log(CapturedLog::kAll);
         QVERIFY(!ini.Merge(folder, QStringLiteral("A")));
-        // The size of a folder is the file system's business.
+        // The size of a folder depends on the file system.
         QCOMPARE(log.Bodies(), Lines{FileLine(folder)} + (QFile(folder).size() < 1 ? Lines{kEmptyWarning} : Lines()));
         QVERIFY(!QFile::exists(ini.GetFileName()));
     }
@@ -447,7 +447,7 @@ private Q_SLOTS:
         QCOMPARE(Read(target), after);
     }
 
-    // The new object finds in the file what the old one still had in hand, even by another name of the file.
+    // The new object finds in the file what the old one had not written yet, even under another name of the file.
     void theOldFileIsWrittenBeforeTheNewIsOpened_data()
     {
         QTest::addColumn<bool>("isAssigned");
@@ -482,7 +482,7 @@ private Q_SLOTS:
         QCOMPARE(Get(other, "A", "x"), QStringLiteral("1"));
     }
 
-    // A merge does not look at the disk first: docs/settings.md says what to do about it.
+    // A merge does not read the file first: docs/settings.md says what to do.
     void goesByWhatItsObjectSawLast()
     {
         const QString source = NewFile("[A]\nx=1\n");

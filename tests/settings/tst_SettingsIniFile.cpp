@@ -286,7 +286,7 @@ private Q_SLOTS:
         SettingsIniFile ini;
         ini.SetKeyValue("Net", "Proxy", 1);
         ini.RemoveKey("Net", "Proxy");
-        ini.SetKeyValue("NET", "PROXY", 2); // the section was never gone
+        ini.SetKeyValue("NET", "PROXY", 2); // the section was never removed
         QCOMPARE(Sections(ini), QStringList{Line("Net", "PROXY", 2)});
         ini.Clear();
         ini.SetKeyValue("NET", "proxy", 3);
@@ -459,7 +459,7 @@ private Q_SLOTS:
         const SettingsIniFile copy(ini);
         QCOMPARE(Sections(ini), FilledSections());
         QCOMPARE(Removed(ini), FilledRemovals());
-        QCOMPARE(Sections(copy), FilledSections().mid(0, 3)); // not the section without keys
+        QCOMPARE(Sections(copy), FilledSections().mid(0, 3)); // without the section that has no keys
         QVERIFY((copy.*SettingsIniFile_iRemoved()).isEmpty());
     }
 
@@ -512,7 +512,7 @@ private Q_SLOTS:
         SettingsIniFile target;
         target.SetKeyValue("Own", "removed", 1);
         target.SetKeyValue("Own", "kept", 2);
-        target.SetKeyValue("DISPLAY", "WIDTH", 3); // another spelling, which goes
+        target.SetKeyValue("DISPLAY", "WIDTH", 3); // another spelling, which is lost
         target.RemoveKey("Own", "removed");
         QCOMPARE(&(target = source), &target);
         QCOMPARE(Sections(target), FilledSections().mid(0, 3));

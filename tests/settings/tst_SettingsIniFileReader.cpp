@@ -92,7 +92,7 @@ void AddWhatIsNotRead()
 
 void AddSpellings()
 {
-    // The framework lists capitals first, whatever the file's order.
+    // The framework lists capital letters first, whatever the file's order.
     const QStringList merged{Line("NET", "proxy", Text("a"))};
     AddFile("sections differ in case", "[Net]\nProxy=a\n[NET]\nproxy=b\n", merged);
     AddFile("sections differ in case, the other way round", "[NET]\nproxy=b\n[Net]\nProxy=a\n", merged);
@@ -313,7 +313,7 @@ private Q_SLOTS:
         QVERIFY(ini.ReadFile(path));
         const QByteArray group = "|25|Trace|SettingsIniFile::ReadFile|The group is ";
         const QByteArray key = "|10|Information|Reporter|";
-        // By their names, not by the whole text of their keys, in which a hyphen comes before the separator.
+        // Sorted by their names, not by the whole keys, in which a hyphen comes before the separator.
         QCOMPARE(log.Bodies(),
                  (QList<QByteArray>{"|20|Debug|SettingsIniFile::ReadFile|The file is " + path.toUtf8(), group + "A",
                                     key + "A/k", group + "N", group + "Net", key + "Net/Port", key + "Net/Proxy",

@@ -123,7 +123,7 @@ void AddNames()
     AddWrite("slash in a key", none, {Set("a", "b/k", 1)}, "[a]\nb\\k=1\n");
     AddWrite("section without a name", none, {Set("", "k", 1)}, "[General]\nk=1\n");
     AddWrite("section called General", none, {Set("General", "k", 1)}, "[%General]\nk=1\n");
-    // Two names for one key of the file: the one that comes later in the order of names has the last word.
+    // Two names for one key of the file: the one that comes later in the order of names wins.
     AddWrite("sections in their order", none, {Set("a/b", "k", 2), Set("a", "b/k", 1)}, "[a]\nb\\k=2\n");
     AddWrite("keys in their order", none, {Set("S", "k", 1), Set("S", "/k", 2)}, "[S]\nk=1\n");
     AddWrite("first spelling of section and key", none,
@@ -162,7 +162,7 @@ void AddRemovals()
              "[Display]\nWidth=800\n\n[Paths]\nCache=cachedir\n");
     AddWrite("last key of a section removed", kDisplay, {Read(), Remove("Paths", "Cache")},
              "[Display]\nWidth=800\nheight=600\n");
-    // As the framework has it, a name takes along what is nested below it.
+    // As in the framework, a name also removes the keys nested below it.
     AddWrite("removed with what is nested below", "[A]\nx=1\nx\\y=2\nxy=3\n[A/x]\nz=4\n", {Read(), Remove("A", "x")},
              "[A]\nxy=3\n");
     AddWrite("everything removed", "[A]\nk=1\n", {Read(), Remove("A", "k")}, "");
@@ -309,7 +309,7 @@ private Q_SLOTS:
         QVERIFY(ini.WriteFile(first));
         QVERIFY(ini.WriteFile(second));
         QCOMPARE(LogText::Read(second), QByteArray("[Display]\nWidth=800\ndepth=24\n\n[Paths]\nCache=cachedir\n"));
-        // Another program puts the key back, and it goes again.
+        // Another program adds the key again, and it is removed again.
         Put(first, "[Display]\nheight=put back by another program\n");
         QVERIFY(ini.WriteFile(first));
         QCOMPARE(LogText::Read(first), QByteArray("[Display]\nWidth=800\n\n[Paths]\nCache=cachedir\n"));
@@ -516,7 +516,7 @@ private Q_SLOTS:
         QCOMPARE(Sections(SettingsIniFile(again)), Sections(again));
     }
 
-    // Not a search among all of them for each.
+    // Without a linear search for each.
     void fiftyThousandRemovals()
     {
         constexpr int kKeys = 50000;

@@ -175,7 +175,7 @@ private Q_SLOTS:
         }
     }
 
-    // The default goes by the name that was asked for, the value by the store's idea of names.
+    // The default depends on the exact name, the value on how the store compares names.
     void otherCaseInMemory()
     {
         const auto store = MemoryStore(kStart, QStringLiteral("07:45"));

@@ -10,8 +10,8 @@ namespace LogText {
 /// The whole file, empty if it cannot be read.
 QByteArray Read(const QString& path);
 
-/// The lines of a text, without their line feeds. A rest without a line feed is returned too, with "<no line feed>"
-/// behind.
+/// The lines of a text, without their line feeds. An incomplete last line is returned too, with "<no line feed>" after
+/// it.
 QList<QByteArray> Lines(const QByteArray& text);
 
 /// What follows the time stamp, from the first bar on: "|code|level|function|message". A line that does not begin with

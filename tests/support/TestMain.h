@@ -33,9 +33,9 @@ struct ScenarioResult
     int iExitCode = -1;
     QByteArray iStdout;
     QByteArray iStderr;
-    QDir iFolder; ///< the current folder of the process, fresh, left in place for the test to look at
+    QDir iFolder; ///< the new current folder of the process, which stays for the test to check
 
-    /// For QVERIFY2: ended by itself with exit code 0.
+    /// For QVERIFY2: whether it ended normally with exit code 0.
     bool IsOk() const { return !iTimedOut && !iCrashed && iExitCode == 0; }
     QByteArray Describe() const;
 };

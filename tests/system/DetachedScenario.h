@@ -17,11 +17,11 @@ public:
     void SetProgram(const QString& program) { iProgram = program; }
     void SetVariable(const char* name, const QString& value) { iEnvironment.insert(QString::fromUtf8(name), value); }
 
-    /// Runs it to its own end, within a minute.
+    /// Runs it until it ends, for a minute at most.
     TestSupport::ScenarioResult Run(const char* name, const QStringList& arguments);
-    /// Whether what it left behind has not ended yet.
+    /// Whether a process that it left behind still runs.
     bool HasLeft() const;
-    /// Waits for that. False after a minute.
+    /// Waits for those to end. False after a minute.
     bool WaitForRest() const;
 
 private:
@@ -31,5 +31,5 @@ private:
 
     QString iProgram;
     QProcessEnvironment iEnvironment;
-    int iPipe[2]; ///< the writing end is inherited by all, and never written to
+    int iPipe[2]; ///< all processes inherit the write end, and none writes to it
 };

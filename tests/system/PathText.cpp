@@ -44,7 +44,7 @@ int PathText::Logged(int level, const std::function<void()>& calls)
     const InstalledHook hook;
     Logger& logger = *Logger::GetInstance();
     logger.SetLevel(level);
-    calls(); // the lines wait in the buffer: what the log says about its own start does not come in between
+    calls(); // the lines stay in the buffer, so that the log's own lines about its start do not come in between
     logger.SetLevel(0);
     Logger::SetLoggerFileName(kLog, false);
     Logger::StopLogging();

@@ -243,7 +243,7 @@ private Q_SLOTS:
         QCOMPARE(Output(iProgram, "buildArchUnderATestPath", {testPath}), QByteArray("intelx64\n"));
     }
 
-    // Whatever the program prints counts, and it prints the path that it looks at.
+    // Everything that the program prints counts, and it prints the path that it examines.
     void folderNamesCount()
     {
         const QString program = MakeBundle(Text("arm64/A.app/Contents/MacOS"));
@@ -320,7 +320,7 @@ private Q_SLOTS:
         QCOMPARE(words, "1:" + QDir::cleanPath(iPlugin).toUtf8());
     }
 
-    // The wait is what it is about. The program has the word to say and does not listen to a friendly end.
+    // This tests the wait. The program has printed the word, and ignores SIGTERM.
     void programThatHangs()
     {
         QVERIFY(SetProgram(Shell("trap '' TERM; echo $$ >\"$0.id\"; echo arm64; exec sleep 600")));
@@ -360,7 +360,7 @@ private:
         return program;
     }
 
-    // The program "file" that is found before the system's.
+    // A program "file" that is found before that of the system.
     bool SetProgram(const QByteArray& text)
     {
         const QString folder = iScratch + Text("/bin");

@@ -103,7 +103,7 @@ QString ScriptFor(const QString& output)
 bool MakeTools(const Files& tools)
 {
     bool isMade = QDir().mkdir(Text("tools"));
-    for (const char* const name : {"cat", "printf", "timeout"}) // not every shell has a printf of its own
+    for (const char* const name : {"cat", "printf", "timeout"}) // not every shell has a builtin printf
         isMade = isMade && QFile::link(Program(name), Text("tools/") + Text(name));
     for (auto it = tools.begin(); it != tools.end(); ++it)
         isMade = isMade && WriteProgram(Text("tools/") + it.key(), it.value());
@@ -184,7 +184,7 @@ private Q_SLOTS:
         const QList<QStringList> shells = Shells();
         for (const QStringList& shell : shells) {
             if (shell.size() > 1)
-                continue; // it brings a "timeout" of its own, which knows nothing of a test's haste
+                continue; // it has a builtin "timeout", which the test cannot replace
             const QByteArray name = shell.join(QLatin1Char(' ')).toUtf8() + ": ";
             const auto row = [&](const char* what, const QByteArray& body) {
                 QTest::newRow((name + what).constData()) << shell << body;
@@ -241,7 +241,7 @@ private Q_SLOTS:
         }
     }
 
-    // Whatever this machine has: as it is, with nothing changed in the line.
+    // With the tools of this machine, and the unchanged line.
     void toolsOfThisMachine()
     {
         QVERIFY(Write(Text("it.sh"), ReportText::LinuxGraphicsScript(Here("graphics.log")).toUtf8()));

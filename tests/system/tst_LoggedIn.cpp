@@ -58,7 +58,7 @@ const Scenario loggedInMeanwhile("loggedInMeanwhile", [](const QStringList&) {
     const InstalledHook hook;
     SystemConfig::SetTestPath(QDir::currentPath());
     PutWhetherLoggedIn();
-    // Of different sizes: within a millisecond the framework tells files apart by nothing else.
+    // Of different sizes: within a millisecond the framework recognises a changed file by nothing else.
     for (const char* const value : {"true", "false ", "TRUE   ", ""}) {
         Write(Text("prefs.ini"), QByteArray("[User]\nLoggedIn=") + value + '\n');
         PutWhetherLoggedIn();

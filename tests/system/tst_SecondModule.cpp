@@ -78,7 +78,7 @@ private Q_SLOTS:
         QCOMPARE(FileThatHolds(iModule->iGetInstance), file);
         QVERIFY(iModule->iPointer != &SystemConfig_sInstance());
         QVERIFY(FileThatHolds(&SystemConfig::GetInstance) != file);
-        // What is not compiled into it is the one that everybody has.
+        // What is not compiled into it comes from the library.
         QVERIFY(FileThatHolds(&HookedSingleton::InstallHook) != file);
         QVERIFY(FileThatHolds(iLibrary.resolve("secondModule")) == file);
     }

@@ -243,7 +243,7 @@ private Q_SLOTS:
         SystemConfig* const config = SystemConfig::GetInstance();
         QCOMPARE(iHook->GetInstance(kName), config);
         QCOMPARE(NamesIn(*iHook), (QStringList{QStringLiteral("System"), kName, kName.toLower()}));
-        iHook.reset(); // before what it holds
+        iHook.reset(); // before the instance that it holds
     }
 
     void pointerOnceSetIsNotLookedUpAgain()

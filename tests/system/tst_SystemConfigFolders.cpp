@@ -188,7 +188,7 @@ private Q_SLOTS:
     void createFolderMeetsAFile()
     {
         QVERIFY(Touch(Text("f")) && QDir().mkdir(Text("a")) && Touch(Text("a/f")));
-        // At the end it is taken for what was to be created.
+        // At the end of the path a file counts as the folder.
         QVERIFY(SystemConfig::CreateFolder(Text("f")));
         QVERIFY(SystemConfig::CreateFolder(Text("f/")));
         QVERIFY(SystemConfig::CreateFolder(Text("a/f")));

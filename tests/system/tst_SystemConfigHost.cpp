@@ -175,7 +175,7 @@ private Q_SLOTS:
         QCOMPARE(SystemConfig::UserAgent(), agent);
     }
 
-    // A version that is known counts only while there is an application to have it.
+    // The version counts only while there is an application object.
     void userAgentWithoutApplication()
     {
         QProcess process;
@@ -222,7 +222,7 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(program));
     }
 
-    // The wait is what it is about.
+    // This tests the wait.
     void startAtBootBlocksUntilTheEnd()
     {
         LoginItem(iFolder + Text("/Resources"), "#!/bin/sh\nprintf \"<$1\"\nsleep 0.4\nprintf '>'\n");
@@ -303,7 +303,7 @@ private Q_SLOTS:
     }
 
 private:
-    // Whatever was in the variables before is replaced.
+    // The previous values of the variables are replaced.
     static void CheckSystemInfo(const QString& expected)
     {
         QString name = Text("before");
@@ -338,7 +338,7 @@ private:
             + QCoreApplication::applicationDirPath().toUtf8() + "/Resources";
     }
 
-    // One call for each word, and nothing in the log but how the path was found.
+    // One call for each word, and only the lines about the path in the log.
     static ScenarioResult CheckRuns(const QString& testPath, const QStringList& words)
     {
         const ScenarioResult result = Run("startAtBoot", QStringList{QString::number(kAll), testPath} + words);

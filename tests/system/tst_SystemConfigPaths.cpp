@@ -484,7 +484,7 @@ private:
         return [] { return SystemConfig::GetUserLocalePath(QStringLiteral("de_DE"), true, true, true); };
     }
 
-    // At the beginning of the expected path "%" stands for the test's folder and "@" for the program's.
+    // At the beginning of the expected path "%" means the test's folder and "@" the program's.
     void CheckRow(const QString& testPath)
     {
         QFETCH(Getter, getter);

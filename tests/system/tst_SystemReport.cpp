@@ -460,7 +460,7 @@ private Q_SLOTS:
         QCOMPARE(LogText::Read(script), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
     }
 
-    // What stands in the script's place and cannot be removed: not by the user, in a folder that may be shared.
+    // Files in the script's place that the user cannot remove, in a folder that may be shared.
     void scriptsThatAreNotTheUsersAreNotStarted_data()
     {
         QTest::addColumn<QByteArray>("way");
@@ -577,7 +577,7 @@ private Q_SLOTS:
         QCOMPARE(SystemConfig::GetQMacSystemProfilertData(), Text("lspci -nnk -d ::03xx\n\nadapter\n\n"));
     }
 
-    // Both tools wait until someone writes to them; the caller is long gone then.
+    // Both tools wait until someone writes to them. The caller has ended long before.
     void returnsWhileTheToolsHang()
     {
         const QString program = CopiedProgram(Text("p"));
@@ -598,7 +598,7 @@ private Q_SLOTS:
 
         const InstalledHook hook;
         SystemConfig::SetTestPath(iFolder + Text("/t"));
-        // The shell makes the logs before the tools have anything to say.
+        // The shell creates the logs before the tools print anything.
         QTRY_VERIFY_WITH_TIMEOUT(SystemConfig::SystemDetailsExist(), 60000);
         QCOMPARE(SystemConfig::GetQMacSystemProfilertData(), QString());
         QVERIFY(diagnostic.Open("done\n") && graphics.Open("done\n"));
@@ -615,7 +615,7 @@ private Q_SLOTS:
         QCOMPARE(Tree(iLogs), Texts({"graphics.log", "qtdiag.log"}));
     }
 
-    // The framework's own program, and whatever tools this machine has.
+    // The framework's own program, and the tools of this machine.
     void realPrograms()
     {
         const QString qtdiag = QLibraryInfo::location(QLibraryInfo::BinariesPath) + Text("/qtdiag");
@@ -655,7 +655,7 @@ private Q_SLOTS:
     }
 
 private:
-    // With a "sh" that notes its arguments and does nothing.
+    // With a "sh" that records its arguments and does nothing.
     TestSupport::ScenarioResult Recorded(const char* name, const QStringList& arguments)
     {
         TestSupport::ScenarioResult none;
@@ -676,7 +676,7 @@ private:
                                                                                                      : QString();
     }
 
-    // Only the first of the tools has something to say.
+    // Only the first of the tools prints anything.
     static bool MakeTools()
     {
         bool isMade = WriteProgram(Text("tools/lspci"), "echo adapter");

@@ -58,7 +58,7 @@ public:
     }
 };
 
-namespace Rooms {
+namespace Outer {
 
 class NestedThread : public RegisteredThread
 {
@@ -68,7 +68,7 @@ public:
     using RegisteredThread::RegisteredThread;
 };
 
-} // namespace Rooms
+} // namespace Outer
 
 namespace {
 
@@ -223,7 +223,7 @@ RegisteredThread* NewThread(const QString& className, const QString& name)
     if (className == QLatin1String("DerivedThread"))
         return new DerivedThread(nullptr, name);
     if (className == QLatin1String("NestedThread"))
-        return new Rooms::NestedThread(nullptr, name);
+        return new Outer::NestedThread(nullptr, name);
     return new RegisteredThread(nullptr, name);
 }
 
@@ -408,7 +408,7 @@ int InterruptAll(const QStringList& arguments)
     BeginLog(arguments[0].toInt());
     RegisteredThread plain(nullptr, QStringLiteral("plain"));
     DerivedThread derived(nullptr, QStringLiteral("%1"));
-    Rooms::NestedThread nested(nullptr, QString());
+    Outer::NestedThread nested(nullptr, QString());
     for (RegisteredThread* const thread :
          {&plain, static_cast<RegisteredThread*>(&derived), static_cast<RegisteredThread*>(&nested), &plain}) {
         thread->SetInterrupted();
@@ -870,7 +870,7 @@ private Q_SLOTS:
         const QList<QByteArray> line{start + "worker destroyed while running"};
         QTest::newRow("warnings only") << int(LoggerDefs::Warning) << plain << worker << line;
         QTest::newRow("all levels") << kAllLevels << plain << worker << line;
-        // A destructor has the class that it belongs to.
+        // In a destructor the object has the class of that destructor.
         QTest::newRow("class derived from it")
             << int(LoggerDefs::Warning) << QStringLiteral("DerivedThread") << worker << line;
         QTest::newRow("template marks in the name") << int(LoggerDefs::Warning) << plain << QStringLiteral("%1 %2")
@@ -888,7 +888,7 @@ private Q_SLOTS:
         QFETCH(QList<QByteArray>, lines);
         const auto result = TestSupport::RunScenario("DestroyRunning", {QString::number(mask), className, name});
         QCOMPARE(LoggedIn(result), lines);
-        // By then it is off the list; the framework, not the library, ends the process.
+        // By then it is no longer in the list. The framework, not the library, ends the process.
         QCOMPARE(
             result.iStdout,
             QByteArray("QThread: Destroyed while thread is still running\nlisted: logging thread\nlisted: other\n"));
@@ -986,7 +986,7 @@ private Q_SLOTS:
         QFETCH(bool, isOn);
         const QList<QByteArray> lines{
             "|20|Debug|RegisteredThread::SetInterrupted|plain", "|20|Debug|DerivedThread::SetInterrupted|%1",
-            "|20|Debug|Rooms::NestedThread::SetInterrupted|", "|20|Debug|RegisteredThread::SetInterrupted|plain"};
+            "|20|Debug|Outer::NestedThread::SetInterrupted|", "|20|Debug|RegisteredThread::SetInterrupted|plain"};
         QCOMPARE(LoggedBy("InterruptAll", {QString::number(mask)}), isOn ? lines : QList<QByteArray>());
     }
 

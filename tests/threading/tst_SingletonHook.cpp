@@ -268,7 +268,7 @@ private Q_SLOTS:
         QVERIFY(!hook.GetInstance(QStringLiteral("X")));
         QVERIFY(!hook.GetInstance(QStringLiteral("Y")));
         QVERIFY(calls.isEmpty());
-        hook.SetInstance(QStringLiteral("X"), &instance); // no null may be left at the end
+        hook.SetInstance(QStringLiteral("X"), &instance); // no instance may be null at the end
         hook.SetInstance(QStringLiteral("Y"), &instance);
         QCOMPARE(hook.GetInstance(QStringLiteral("X")), &instance);
     }

@@ -16,7 +16,7 @@ public:
         CallCount,
     };
 
-    /// The first `succeeding` calls still go through.
+    /// The first `succeeding` calls still succeed.
     CallFailure(Call call, int error, int succeeding = 0);
     ~CallFailure();
 

@@ -22,13 +22,13 @@ public:
     /// A file that belongs to root. Only root can make it.
     QString FileOfRoot(const QString& name, int mode) const;
 
-    /// Global rows: the folders to run every test in, in a column "place". The scratch folder always, and another file
-    /// system if there is one that keeps attributes and flags as well.
+    /// Global rows: the folders in which every test runs, in a column "place". Always the scratch folder, and another
+    /// file system if there is one that supports attributes and flags as well.
     static void AddPlaces();
     /// Whether this process may set the inode's immutable flag in the scratch folder.
     static bool MayFlag();
-    /// Makes a process of root's the ordinary user's for the rest of its life, also for what asks for the real user. He
-    /// gets the current folder.
+    /// Makes a root process that of the ordinary user until it ends, including the real user id. The user becomes the
+    /// owner of the current folder.
     static void StayOrdinary();
 
 private:

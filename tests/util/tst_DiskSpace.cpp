@@ -250,11 +250,11 @@ private Q_SLOTS:
         QFETCH(qint64, bytes);
         gForged = true;
         gAnswer = {};
-        gAnswer.f_bsize = 65536; // what transfers are best made in
+        gAnswer.f_bsize = 65536; // the preferred transfer size
         gAnswer.f_frsize = fragment;
         gAnswer.f_blocks = 0x7777777777777;
         gAnswer.f_bfree = blocks;
-        gAnswer.f_bavail = blocks / 2; // without what is kept for root
+        gAnswer.f_bavail = blocks / 2; // without the blocks reserved for root
         gAnswer.f_files = 11;
         gAnswer.f_ffree = 5;
         gAnswer.f_favail = 3;
@@ -293,7 +293,7 @@ private Q_SLOTS:
         QCOMPARE(asked, (QByteArrayList{".", ".", "."}));
     }
 
-    // Where the process may mount one. A volume of its own is the only one whose figures nobody else changes.
+    // If the process may mount one. Only the figures of a private volume are not changed by others.
     void ownVolume_data()
     {
         QTest::addColumn<QByteArray>("scenario");
@@ -335,7 +335,7 @@ private:
         QCOMPARE(::chmod("closed folder", 0), 0);
     }
 
-    // Others write to the volume meanwhile: only what stood still around the question counts.
+    // Others write to the volume meanwhile: a result counts only if the figures are the same before and after it.
     static bool AgreesWithSystem(const QString& path, const QByteArray& reference)
     {
         for (int i = 0; i < 10000; ++i) {

@@ -236,7 +236,7 @@ private Q_SLOTS:
         const Playground ground(place);
         const QString path = ground.File("file", 0004);
         const OrdinaryUser user;
-        // The mode denies the first call; the second, with the mode opened, meets the failure.
+        // The mode denies the first call. The second one, with the permission granted, fails as planned.
         const CallFailure reading(CallFailure::GetAttribute, error, 1);
         const CallFailure writing(CallFailure::SetAttribute, error, 1);
         const CallFailure removing(CallFailure::RemoveAttribute, error, 1);
@@ -248,7 +248,7 @@ private Q_SLOTS:
         QCOMPARE(FileState::Mode(path), 0004);
     }
 
-    // One thread sees the mode that another has opened for a moment, and finds it closed.
+    // One thread sees the permission that another has granted for a moment, and then finds it removed.
     void deniedOwnersThreadsAtOnce()
     {
         QFETCH_GLOBAL(QString, place);

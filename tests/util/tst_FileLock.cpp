@@ -81,7 +81,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("mode");
         QTest::addColumn<bool>("byFlag");
-        // Who may not set the flag locks by the write bits, whatever the inode says otherwise.
+        // A user who may not set the flag locks with the write bits, whatever other flags the inode has.
         QTest::newRow("write bits beside other flags") << 0644 << false;
         if (!Playground::MayFlag())
             return;
@@ -349,7 +349,7 @@ private Q_SLOTS:
         QVERIFY(Lock(path));
         QCOMPARE(FileState::Mode(path), locked);
         QCOMPARE(FileState::AttributeNames(path), names);
-        // The ordinary user may undo what he could have done, and nothing else.
+        // The ordinary user may undo only what an ordinary user could have done.
         QCOMPARE(Unlock(path), !byFlag);
         QCOMPARE(FileState::IsImmutable(path), byFlag);
         QCOMPARE(FileState::Mode(path), mode);
@@ -487,7 +487,7 @@ private Q_SLOTS:
         for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
             const OrdinaryUser user;
             for (const int succeeding : {0, 1}) {
-                // The second failure meets the call that follows a denied one.
+                // The second failure is that of the call after a denied one.
                 if (succeeding == 1 && (mode & 0200) != 0)
                     continue;
                 const CallFailure failure(CallFailure::SetAttribute, error, succeeding);
@@ -685,7 +685,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("byFlag");
         QTest::addColumn<int>("call");
-        // Who never had the flag does not depend on it.
+        // A user who never had the flag does not depend on it.
         QTest::newRow("write bits, flags cannot be read") << false << int(CallFailure::GetFlags);
         QTest::newRow("write bits, flags cannot be set") << false << int(CallFailure::SetFlags);
         if (!Playground::MayFlag())
@@ -733,7 +733,7 @@ private Q_SLOTS:
         const QString path = ground.File("file", 0666);
         const OrdinaryUser user;
         QVERIFY(Lock(path));
-        QVERIFY(FileState::SetMode(path, 0666)); // to spoil the note
+        QVERIFY(FileState::SetMode(path, 0666)); // to make the record invalid
         QVERIFY(FileState::SetAttribute(path, FileState::AttributeNames(path).value(0).constData(), text));
         QVERIFY(FileState::SetMode(path, 0444));
         QVERIFY(Unlock(path));

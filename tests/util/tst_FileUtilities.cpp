@@ -125,7 +125,7 @@ const TestSupport::Scenario kStopped("stopped", [](const QStringList& arguments)
 
 struct Outcome
 {
-    QByteArray iError; // empty when the scenario went well
+    QByteArray iError; // empty if the scenario succeeded
     QByteArray iResult;
     Lines iLines; // without the last one
 };
@@ -249,7 +249,7 @@ private Q_SLOTS:
         QVERIFY(!FileUtilities::GetMSecs(path, FileTimeType(7)));
     }
 
-    // By the path where the descriptor is not open.
+    // Uses the path if the descriptor is not open.
     void millisecondsByDescriptor()
     {
         const Playground ground(TestSupport::Scratch());
@@ -484,7 +484,7 @@ private Q_SLOTS:
         QCOMPARE(outcome.iLines, (Lines{DebugLine(QString(), true), WarningLine(true)}));
     }
 
-    // The framework's permissions hold what the caller himself may do beside what the owner may.
+    // The framework's permissions contain those of the caller as well as those of the owner.
     void reset_data()
     {
         QTest::addColumn<QString>("who");
