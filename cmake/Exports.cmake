@@ -20,7 +20,7 @@ function(nerolt_link_shared target major)
       string(REGEX MATCH "(class NEROLTORVANEBASE_EXPORT|struct NEROLTORVANEBASE_EXPORT|namespace) ([A-Za-z0-9_]+)"
         declaration "${declaration}")
       set(name ${CMAKE_MATCH_2})
-      # Members, what says of which class an object is, and the detours of overridden functions.
+      # Members, virtual tables and type information, and thunks.
       string(APPEND patterns "    ${name}::*;\n    *?for?${name};\n    *thunk?to?${name}::*;\n")
     endforeach()
   endforeach()

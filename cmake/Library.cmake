@@ -107,7 +107,7 @@ else()
     util/OsRelease.cpp)
   find_package(Threads REQUIRED)
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS} Threads::Threads)
-  # Calls within the library stay there, as with the framework's own libraries.
+  # Calls within the library are not interposed, as in the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
 endif()
 

@@ -334,7 +334,7 @@ void IniSettings::TakeAnew()
     sync();
 }
 
-// In a copy, in which something harmless stands for what is refused.
+// Saves through a copy in which harmless values replace the refused ones.
 bool IniSettings::TrySaveBeside(const QByteArray& text)
 {
     const QTemporaryDir folder;

@@ -66,10 +66,10 @@ private:
     const bool iIsElsewhere; ///< bound to a path that cannot exist, because the given one is not a file
     bool iIsReadable = true;
     bool iHasLooked = false;
-    bool iHasTaken = false; ///< the framework has what the file holds in iState
+    bool iHasTaken = false; ///< the framework has loaded the version in iState
     bool iMayNest = false; ///< and the framework has not taken in all of it
-    bool iIsForgotten = false; ///< the framework knows of no changes
-    bool iHasTidied = false; ///< removed what killed writers left
+    bool iIsForgotten = false; ///< the framework has no changes of its own
+    bool iHasTidied = false; ///< has removed the files that killed writers left
     IniDisk::State iState;
     QVector<Change> iChanges;
     Changes iMany;
@@ -79,8 +79,7 @@ private:
 /// in, which is another one where names are nested.
 void TakeAll(const QSettings& settings);
 
-/// What can be read of an INI file without danger: through the file itself, or through a copy in which values that are
-/// refused are missing or empty.
+/// Reads an INI file safely: through the file itself, or through a copy in which refused values are missing or empty.
 class ReadableIni
 {
 public:

@@ -24,7 +24,7 @@ QVector<Line> Refused(const QByteArray& text);
 /// true without need, never false in need.
 bool MayNest(const QByteArray& text);
 
-/// Without the lines.
+/// The text without these lines.
 QByteArray Without(const QByteArray& text, const QVector<Line>& lines);
 /// The text with other values in these lines: `value` returns the one for each line's number.
 QByteArray WithValues(const QByteArray& text, const QVector<Line>& lines, const std::function<QByteArray(int)>& value);

@@ -17,7 +17,7 @@ using IniNames::kSeparator;
 
 namespace {
 
-/// The keys of a group are neighbours in the framework's sorted list of all keys.
+/// The keys of a group are adjacent in the framework's sorted list of all keys.
 struct GroupRange
 {
     QString iName;
@@ -25,8 +25,8 @@ struct GroupRange
     int iEnd = 0;
 };
 
-/// The named groups in the order of QSettings::childGroups. That function and childKeys build and sort a list for every
-/// question, which takes as long as all the rest of reading.
+/// The named groups in the order of QSettings::childGroups. That function and childKeys build and sort a list for each
+/// call, which takes as long as all the rest of reading.
 QVector<GroupRange> GroupsOf(const QStringList& keys)
 {
     QVector<GroupRange> groups;

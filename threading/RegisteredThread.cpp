@@ -6,7 +6,7 @@
 
 namespace {
 
-// While it lives the calling thread is not terminated: nothing is unwound through functions that throw nothing.
+// Keeps the calling thread from being terminated: a noexcept function must not be unwound.
 class CancellationPause
 {
 public:

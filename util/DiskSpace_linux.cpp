@@ -8,7 +8,7 @@
 
 namespace {
 
-// Volumes that claim to have no end have as much as can be told.
+// A volume that claims more bytes than fit has the largest number.
 qint64 BytesIn(quint64 blocks, quint64 blockSize)
 {
     constexpr auto most = quint64(std::numeric_limits<qint64>::max());

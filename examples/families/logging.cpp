@@ -8,7 +8,7 @@
 
 namespace {
 
-// Hears of errors and exceptions, with a code that tells more than the line in the log.
+// Receives errors and exceptions, with a code that says more than the line in the log.
 class Reporter final : public IErrorReporter
 {
 public:

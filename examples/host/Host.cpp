@@ -95,7 +95,7 @@ void Host::LogErrors()
 
 void Host::RunLoad()
 {
-    RunRound(); // into the new log, which it does not fill
+    RunRound(); // into the new log, which this does not fill
     while (!iLoad.IsOver() && iFailure.isEmpty()) {
         Wait::Until([this] { return !iFolder.IsRotationBlocked(); });
         RunRound();
@@ -112,7 +112,7 @@ void Host::RunRound()
     Wait::Until([&] {
         if (Interrupt::WasAsked())
             iLoad.Interrupt();
-        const bool isOver = iLoad.IsRoundOver(); // asked first, so that the bar gets to its end
+        const bool isOver = iLoad.IsRoundOver(); // first, so that the bar reaches its end
         iProgress.Show(QStringLiteral("logging"), iLoad.LoggedByAll(), iOptions.AllLines());
         return isOver;
     });

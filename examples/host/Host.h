@@ -8,7 +8,7 @@
 
 #include <QtCore/QElapsedTimer>
 
-/// The life of a host, from the first line of its log to the last.
+/// A run of the host, from the first line of its log to the last.
 class Host
 {
 public:

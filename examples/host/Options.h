@@ -7,7 +7,7 @@
 /// The options on the command line.
 struct Options
 {
-    QString iFolder; ///< where everything goes, absolute
+    QString iFolder; ///< the absolute path of the folder for everything
     bool iIsOwnFolder = true; ///< whether the folder is the host's alone
     int iThreads = 4;
     int iLines = 250000; ///< per thread

@@ -7,7 +7,7 @@
 /// Told how much of something is done.
 using Shown = std::function<void(qint64 done, qint64 all)>;
 
-/// A bar on the terminal, and nothing anywhere else.
+/// A bar on the terminal. Shows nothing if the output is not a terminal.
 class Progress
 {
 public:

@@ -61,7 +61,7 @@ public:
         SystemConfig::ReportSystemDetails();
     }
 
-    // Nothing tells when the collectors are done but that the logs do not grow any more.
+    // The only sign that the collectors have finished is that the logs stop growing.
     int StepsDone()
     {
         const qint64 size = Size();

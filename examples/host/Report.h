@@ -13,5 +13,5 @@ struct Report
     QStringList iFramework; ///< the relevant lines of the framework's diagnostics; empty without its tool
 };
 
-/// Makes the report anew, in the folder Logs of the user's data, and waits until it is complete.
+/// Makes a new report in the folder Logs of the user's data, and waits until it is complete.
 Report MakeReport(const Shown& show);

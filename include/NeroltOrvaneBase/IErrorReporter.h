@@ -4,8 +4,8 @@
 
 class QString;
 
-/// Implemented by the host, which hears of every error and exception that the log accepts. See
-/// Logger::SetErrorReporter. The destructor is not virtual, so let the host's class be final:
+/// The host implements this to be told of every error and exception that the log accepts. See
+/// Logger::SetErrorReporter. The destructor is not virtual, so make the host's class final:
 ///
 ///     class Reporter final : public IErrorReporter
 ///     {

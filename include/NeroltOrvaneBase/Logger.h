@@ -128,7 +128,7 @@ public:
     void SetLevel(int mask);
     /// The mask, 0 once the log is stopped. Two loads: never blocks.
     int GetLevel() const { return iLevels.load(std::memory_order_relaxed)->load(std::memory_order_relaxed); }
-    /// True when every bit of `level` is in the mask and the log is not stopped. Never blocks.
+    /// Returns whether every bit of `level` is in the mask and the log is not stopped. Never blocks.
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
     /// LoggingEnabled(LoggerDefs::Trace). Never blocks.
     bool TraceLoggingEnabled() const;
