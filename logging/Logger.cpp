@@ -71,15 +71,14 @@ bool HaveUnlockedCallersLeft()
     return true;
 }
 
-// The agent has taken leave of every caller; what it owns belongs to the thread it lives on. Its memory is not freed.
+// The agent has taken leave of every caller. What it owns belongs to the thread it lives on.
 void Dispose(LoggerAgent* agent)
 {
     const QThread* const home = agent->thread();
     if (home && home != QThread::currentThread() && home->isRunning())
-        QMetaObject::invokeMethod(
-            agent, [agent] { agent->~LoggerAgent(); }, Qt::QueuedConnection);
+        agent->deleteLater();
     else
-        agent->~LoggerAgent();
+        delete agent;
 }
 
 void LogUnfiltered(LoggerAgent& agent, LoggerDefs::LogValues level, unsigned int code, const char* func,
@@ -97,23 +96,16 @@ QMutex& CreationMutex()
 } // namespace
 
 std::atomic<Logger*> Logger::iInstance{nullptr};
-const std::atomic<int> Logger::kNoLevels{0};
-std::atomic<const std::atomic<int>*> Logger::iLevels{&kNoLevels};
+std::atomic<int> Logger::iActiveLevel{0};
 
 Logger::Logger()
     : iMutex(QMutex::Recursive)
     , iAgent(nullptr)
 {
     ReporterMutex(); // now, while there may be memory
-    // Callers read the mask without a lock, and so perhaps a moment after the agent has gone.
-    alignas(LoggerAgent) static unsigned char storage[sizeof(LoggerAgent)];
-    SetAgent(new (storage) LoggerAgent(kDefaultLevel, nullptr));
-}
-
-void Logger::SetAgent(LoggerAgent* agent)
-{
-    iLevels = agent ? &agent->iLevel : &kNoLevels;
-    iAgent = agent;
+    iAgent = new LoggerAgent(kDefaultLevel, nullptr);
+    iAgent.load()->iHasLoggersLevel = true;
+    iActiveLevel = kDefaultLevel;
 }
 
 Logger::~Logger()
@@ -162,7 +154,8 @@ void Logger::End(const char* func, const char* farewell, bool withPath)
         LogUnfiltered(*agent, LoggerDefs::Information, kInformationCode, func,
                       QLatin1String(farewell) + (withPath ? agent->FileName() : QString()));
     });
-    SetAgent(nullptr);
+    iAgent = nullptr;
+    iActiveLevel = 0;
     agent->StopLogging();
     lock.unlock();
     // A caller that does not leave in time keeps the agent alive: a leak at the end is better than a crash.
@@ -259,7 +252,8 @@ void Logger::BeginInCopy()
     LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;
     if (!agent || tHoldsLocks)
         return;
-    logger->SetAgent(nullptr);
+    logger->iAgent = nullptr;
+    iActiveLevel = 0;
     Swallow([agent] {
         if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
             agent->killTimer(agent->iTimerId);

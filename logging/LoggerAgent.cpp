@@ -4,6 +4,7 @@
 #include "WriteSignals.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
+#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/LoggerWorker.h>
 
@@ -196,12 +197,12 @@ void LoggerAgent::DebugLine(const char* func, const char* msg)
 
 void LoggerAgent::SetLevel(int level)
 {
-    iLevel.store(level, std::memory_order_relaxed);
+    (iHasLoggersLevel ? Logger::iActiveLevel : iLevel).store(level, std::memory_order_relaxed);
 }
 
 int LoggerAgent::Level() const
 {
-    return iLevel.load(std::memory_order_relaxed);
+    return (iHasLoggersLevel ? Logger::iActiveLevel : iLevel).load(std::memory_order_relaxed);
 }
 
 bool LoggerAgent::LoggingEnabled(LoggerDefs::LogValues level) const

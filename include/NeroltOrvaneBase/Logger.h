@@ -126,8 +126,8 @@ public:
 
     /// Replaces the mask. A new logger has the mask Error | Exception. Waits for the Logger's mutex.
     void SetLevel(int mask);
-    /// The mask, 0 once the log is stopped. Two loads: never blocks.
-    int GetLevel() const { return iLevels.load(std::memory_order_relaxed)->load(std::memory_order_relaxed); }
+    /// Returns the mask, 0 once the log is stopped. A single load: never blocks.
+    int GetLevel() const { return iActiveLevel.load(std::memory_order_relaxed); }
     /// Returns whether every bit of `level` is in the mask and the log is not stopped. Never blocks.
     bool LoggingEnabled(LoggerDefs::LogValues level) const;
     /// LoggingEnabled(LoggerDefs::Trace). Never blocks.
@@ -155,7 +155,6 @@ private:
     void WithAgentReporting(const Call& call);
     template <typename Call>
     void WithAgentOrDrop(const Call& call);
-    void SetAgent(LoggerAgent* agent);
     void End(const char* func, const char* farewell, bool withPath);
 
     // The list of threads exists before any logger: it handles forks. Its lock also comes first.
@@ -166,10 +165,11 @@ private:
     static void AfterCopy();
     static void BeginInCopy();
 
+    friend class LoggerAgent; // has the Logger's mask
+
     static std::atomic<Logger*> iInstance;
-    static const std::atomic<int> kNoLevels;
-    // The agent's mask, or that of no agent: all that the test at a call site reads.
-    static std::atomic<const std::atomic<int>*> iLevels;
+    // The mask, 0 without an agent: the level test of every call site is this one load.
+    static std::atomic<int> iActiveLevel;
 
     QMutex iMutex;
     std::atomic<LoggerAgent*> iAgent;

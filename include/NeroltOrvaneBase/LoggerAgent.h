@@ -141,6 +141,7 @@ private:
     bool iStackTrace = false;
     bool iResettingLevel = false;
     std::atomic<bool> iHasLines{false}; ///< in the buffer
+    bool iHasLoggersLevel = false; ///< the one that call sites test, instead of iLevel
     int iTimerId = 0;
     std::atomic<qint64> iLastLineSecs{0};
 };
