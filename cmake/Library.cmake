@@ -109,6 +109,9 @@ else()
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS} Threads::Threads)
   # Calls within the library are not interposed, as in the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
+  # At -O2, which distributions build with, g++ makes no vector code of the loop that copies a text: a line takes 140 ns
+  # instead of 90.
+  set_source_files_properties(logging/LogLine.cpp PROPERTIES COMPILE_OPTIONS "$<$<NOT:$<CONFIG:Debug>>:-O3>")
 endif()
 
 target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
