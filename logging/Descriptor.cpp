@@ -2,7 +2,9 @@
 
 #include <QtCore/QByteArray>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
@@ -71,8 +73,16 @@ qint64 Descriptor::Write(const char* lines, qint64 size, int patienceMs) const
 
 bool Descriptor::CanWrite(int patienceMs) const
 {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(patienceMs);
     pollfd file = {iDescriptor, POLLOUT, 0};
-    return ::poll(&file, 1, patienceMs) == 1 && file.revents == POLLOUT;
+    int ready = ::poll(&file, 1, patienceMs);
+    // A signal that the host handles on this thread ends the wait early.
+    while (ready < 0 && errno == EINTR && Clock::now() < end) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        ready = ::poll(&file, 1, std::max(0, int(left.count())));
+    }
+    return ready == 1 && file.revents == POLLOUT;
 }
 
 void Descriptor::TakeBack(qint64 bytes) const

@@ -34,6 +34,7 @@ std::function<void()> gAfterRename;
 
 int gLockError = 0;
 QVector<int> gPatience; ///< with which pipes were waited for
+int gSignals = 0; ///< that come while a pipe is waited for
 bool gDuplicate = false;
 int gDuplicated = -1;
 
@@ -127,6 +128,11 @@ extern "C" Q_DECL_EXPORT int poll(pollfd* files, unsigned long count, int timeou
     constexpr short toWrite = 4;
     if (count == 1 && files->iEvents == toWrite)
         gPatience += timeoutMs;
+    if (gSignals > 0) {
+        --gSignals;
+        errno = EINTR;
+        return -1;
+    }
     const timespec timeout = {timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
     return int(::syscall(SYS_ppoll, files, count, timeoutMs < 0 ? nullptr : &timeout, nullptr, 0));
 }
@@ -249,6 +255,26 @@ private Q_SLOTS:
         ::close(keepsItOpen);
         reader.join();
         QVERIFY(read == batches.join());
+    }
+
+    void signalsDoNotEndTheWaitForAReader()
+    {
+        constexpr int times = 3;
+        QCOMPARE(::mkfifo("pipe", 0600), 0);
+        QByteArray read;
+        std::thread reader = SlowReader("pipe", read);
+        const int keepsItOpen = ::open("pipe", O_WRONLY | O_CLOEXEC);
+        const QByteArray lines = (QByteArray(99, 'x') + '\n').repeated(3000);
+        gPatience.clear();
+        gSignals = times;
+        QVERIFY(Append(QStringLiteral("pipe"), lines));
+        ::close(keepsItOpen);
+        reader.join();
+        QVERIFY(read == lines);
+        QCOMPARE(gSignals, 0);
+        QVERIFY(gPatience.size() > times);
+        for (int i = 1; i <= times; ++i)
+            QVERIFY2(gPatience.at(i) <= gPatience.at(i - 1), QByteArray::number(gPatience.at(i)));
     }
 
     void readerThatStandsGetsWholeLinesAndIsWaitedForOnce()
