@@ -11,6 +11,7 @@
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopeGuard>
 
 #include <chrono>
 #include <memory>
@@ -230,6 +231,7 @@ bool LoggerAgent::ResetLoggingLevel(int mask, unsigned int code, const char* fun
     const std::lock_guard<QMutex> lock(iMutex);
     const bool locked = Level() == LoggerDefs::kLockedLevel;
     iResettingLevel = true;
+    const auto after = qScopeGuard([this] { iResettingLevel = false; }); // without memory no line comes
     if (locked) {
         DoLog(code, func, kInformation, QStringLiteral("log level is 255 and cannot be reset"));
     } else if (LoggingEnabled(LoggerDefs::Information)) {
@@ -240,7 +242,6 @@ bool LoggerAgent::ResetLoggingLevel(int mask, unsigned int code, const char* fun
         if (LoggingEnabled(LoggerDefs::Information))
             DoLog(code, func, kInformation, msg);
     }
-    iResettingLevel = false;
     return !locked;
 }
 

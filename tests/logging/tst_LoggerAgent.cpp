@@ -20,6 +20,7 @@
 
 #include <atomic>
 #include <functional>
+#include <new>
 #include <thread>
 
 NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
@@ -937,6 +938,17 @@ private Q_SLOTS:
         agent.ResetLoggingLevel(0, 10, "F", QStringLiteral("m"));
         QCOMPARE(heard.iBatches,
                  QList<QByteArray>{kStamp + "|1|Information|F|waits\n" + kStamp + "|10|Information|F|m\n"});
+    }
+
+    void resetLevelThatFailsHandsOverNothingMore()
+    {
+        LoggerAgent agent(Information, nullptr);
+        const auto fails = connect(&agent, &LoggerAgent::logMessage, [] { throw std::bad_alloc(); });
+        QVERIFY_EXCEPTION_THROWN(agent.ResetLoggingLevel(0, 10, "F", QStringLiteral("m")), std::bad_alloc);
+        disconnect(fails);
+        const Batches heard(agent);
+        agent.Log(Information, NoExtraInfo, 1, "F", QStringLiteral("later"));
+        QCOMPARE(heard.iBatches, QList<QByteArray>());
     }
 
     void stackTraceFlag()
