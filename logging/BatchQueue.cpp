@@ -32,6 +32,9 @@ struct BatchQueue::Chunk
 
     static qint64 Need(qint64 size) { return qint64(sizeof(Chunk)) + size + qint64(sizeof(int)); }
 
+    // The sizes at the end must be aligned.
+    static qint64 Padding(qint64 size) { return -size & qint64(alignof(int) - 1); }
+
     char* Bytes() { return reinterpret_cast<char*>(this + 1); }
     int* Sizes() { return reinterpret_cast<int*>(reinterpret_cast<char*>(this) + iMapped) - 1; }
 
@@ -113,7 +116,7 @@ bool BatchQueue::Append(const QByteArray& batch)
 
 bool BatchQueue::AddChunk(qint64 size)
 {
-    const qint64 bytes = std::max(kChunkBytes, Chunk::Need(size));
+    const qint64 bytes = std::max(kChunkBytes, Chunk::Need(size) + Chunk::Padding(size));
     if (iInUse + bytes > iCapacity)
         return false;
     Chunk* chunk = nullptr;

@@ -189,7 +189,7 @@ private Q_SLOTS:
     // Across chunks, one of them larger than all others, with something left of them or not.
     void anyOrderOfSizes()
     {
-        const QList<int> sizes{5000, int(kChunk), 1, int(kChunk) * 3, int(kChunk) / 2, int(kChunk) / 2, 0, 70000};
+        const QList<int> sizes{5000, int(kChunk), 1, int(kChunk) * 3 + 1, int(kChunk) / 2, int(kChunk) / 2, 0, 70000};
         for (int before = 0; before < sizes.size(); ++before) {
             Reader reader;
             BatchQueue queue(reader, reader.iEvents, kPlenty);
