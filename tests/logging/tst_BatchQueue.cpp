@@ -242,6 +242,28 @@ private Q_SLOTS:
         QVERIFY(reader.IsWoken());
     }
 
+    // One event covers what comes before the reader has asked and before anything else is posted.
+    void eventsCoverWhatCameBeforeTheNext()
+    {
+        Reader reader;
+        BatchQueue queue(reader, reader.iEvents, kPlenty);
+        reader.iQueue = &queue;
+        const auto posted = [&reader] { reader.iEvents.wakeUp(); }; // the events here are those of another dispatcher
+        queue.Put("a", false);
+        QCOMPARE(reader.Told(), QList<quint64>{1}); // it looks from now on
+        queue.Put("b", false);
+        QCOMPARE(reader.Told(), QList<quint64>{2});
+        queue.Put("c", false);
+        posted();
+        queue.Put("d", false);
+        QCOMPARE(reader.Told(), QList<quint64>{4});
+        queue.Put("e", false);
+        posted();
+        posted(); // somebody else's
+        queue.Put("f", false);
+        QCOMPARE(reader.Told(), (QList<quint64>{5, 6}));
+    }
+
     void tooMuchIsDroppedAndCounted()
     {
         Reader reader;
