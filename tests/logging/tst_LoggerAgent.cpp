@@ -677,6 +677,25 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(path).size(), before + 4 * size);
     }
 
+    void batchesAreLookedForAgainAfterARest()
+    {
+        const QString path = QStringLiteral("app.log");
+        LoggerAgent agent(0, nullptr);
+        agent.SetLoggerFileName(path);
+        const QByteArray batch = QByteArray(5000, 'x') + '\n';
+        qint64 size = 0;
+        for (int burst = 0; burst < 2; ++burst) {
+            for (int i = 0; i < 5; ++i) {
+                Q_EMIT agent.logMessage(batch);
+                size += batch.size();
+                QThread::msleep(3); // it sleeps between two looks
+            }
+            QTRY_COMPARE(QFileInfo(path).size(), size);
+            QThread::msleep(100); // it rests by then
+        }
+        agent.StopLogging();
+    }
+
     // Its memory stays in the caches of who logs.
     void bufferIsUsedAgain()
     {
