@@ -125,6 +125,8 @@ private:
 
 QString Check::Lines(const Scenario& scenario, Head head, const QByteArrayList& others)
 {
+    if (head == Head::None)
+        return Files::All(scenario.iFolder).isEmpty() ? QString() : QStringLiteral("there is a file");
     Checker checker(scenario, head, others);
     for (const QString& path : Files::All(scenario.iFolder)) {
         const QString wrong = checker.CheckFile(path);

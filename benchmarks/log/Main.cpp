@@ -19,7 +19,7 @@ void AddOptions(QCommandLineParser& parser)
         QStringLiteral("Measures one logger in one scenario, and prints the figures as JSON."));
     parser.addHelpOption();
     parser.addOptions({
-        {QStringLiteral("kind"), QStringLiteral("flat, bursty or stopped (flat)."), QStringLiteral("kind"),
+        {QStringLiteral("kind"), QStringLiteral("flat, bursty, stopped or host (flat)."), QStringLiteral("kind"),
          QStringLiteral("flat")},
         {QStringLiteral("threads"), QStringLiteral("Threads that log (1)."), QStringLiteral("n"), QStringLiteral("1")},
         {QStringLiteral("lines"), QStringLiteral("Lines in all (100000)."), QStringLiteral("n"),
@@ -29,6 +29,8 @@ void AddOptions(QCommandLineParser& parser)
         {QStringLiteral("mixed"), QStringLiteral("Messages in several scripts.")},
         {QStringLiteral("level"), QStringLiteral("information, debug or warning (information)."),
          QStringLiteral("level"), QStringLiteral("information")},
+        {QStringLiteral("heap"), QStringLiteral("The heap of the host, in MiB (1024)."), QStringLiteral("n"),
+         QStringLiteral("1024")},
         {QStringLiteral("folder"), QStringLiteral("An empty folder for the log (the current one)."),
          QStringLiteral("folder"), QDir::currentPath()},
     });
@@ -67,6 +69,7 @@ Scenario ReadScenario(const QCommandLineParser& parser)
     scenario.iShape.iLevel = LevelOf(parser.value(QStringLiteral("level")));
     scenario.iShape.iCharacters = Number(parser, "characters", Line::kFewestCharacters, 100000);
     scenario.iShape.iIsMixed = parser.isSet(QStringLiteral("mixed"));
+    scenario.iHeapMiB = Number(parser, "heap", 1, 65536);
     scenario.iFolder = parser.value(QStringLiteral("folder"));
     return scenario;
 }

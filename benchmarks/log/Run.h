@@ -2,6 +2,7 @@
 
 #include "Check.h"
 #include "Files.h"
+#include "Host.h"
 #include "Memory.h"
 #include "Stopwatch.h"
 
@@ -45,6 +46,8 @@ public:
             return Bursty();
         if (iScenario.iKind == QLatin1String("stopped"))
             return Stopped();
+        if (iScenario.iKind == QLatin1String("host"))
+            return InHost();
         throw Failure{QStringLiteral("no kind %1").arg(iScenario.iKind)};
     }
 
@@ -60,6 +63,11 @@ private:
     static constexpr int kLinesToWarmUp = 20 * kBurst;
     static constexpr std::chrono::milliseconds kRest{2};
     static constexpr qint64 kStoppedCalls = 20000000;
+    // In a host a part of the lines comes steadily, and the others in bursts.
+    static constexpr int kPartsInHost = 8;
+    static constexpr int kLinesOfAMillisecond = 8; // of 131 bytes, with messages of 80 characters: 1 MB/s
+    static constexpr int kBurstsInHost = 4;
+    static constexpr std::chrono::milliseconds kRestInHost{250}; // long enough for a log to tidy up
 
     // What a thread does and finds.
     struct Caller
@@ -116,6 +124,21 @@ private:
         return {{QStringLiteral("mean"), nanoseconds}};
     }
 
+    // What the rest of the program feels of the log.
+    Results InHost()
+    {
+        double seconds = 0;
+        Results results = Host::Run(qint64(iScenario.iHeapMiB) << 20, [&] {
+            LogInHost(iCallers.front());
+            const Clock::time_point begin = Clock::now();
+            iTarget->Finish();
+            seconds = Seconds(Clock::now() - begin);
+        });
+        results[QStringLiteral("stop")] = seconds * 1e9;
+        Verify(iScenario.iLines);
+        return results;
+    }
+
     void LogLines(Caller& caller)
     {
         std::minstd_rand random;
@@ -142,6 +165,22 @@ private:
                 TimeLine(caller);
             caller.iMessage.Next();
         }
+    }
+
+    void LogInHost(Caller& caller)
+    {
+        const int steady = iScenario.iLines / kPartsInHost;
+        const int burst = (iScenario.iLines - steady) / kBurstsInHost + 1;
+        Clock::time_point next = Clock::now();
+        for (int line = 0; line < iScenario.iLines; ++line) {
+            if (line < steady && line % kLinesOfAMillisecond == 0)
+                std::this_thread::sleep_until(next += std::chrono::milliseconds(1));
+            else if (line >= steady && (line - steady) % burst == 0)
+                std::this_thread::sleep_for(kRestInHost);
+            iTarget->Write(caller.iMessage.Text());
+            caller.iMessage.Next();
+        }
+        std::this_thread::sleep_for(kRestInHost);
     }
 
     void TimeLine(Caller& caller)

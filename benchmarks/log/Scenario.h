@@ -7,10 +7,11 @@
 /// One measurement in a process of its own: a logger lives once in a process, and memory is counted from the start.
 struct Scenario
 {
-    QString iKind; ///< what is measured: "flat", "bursty" or "stopped", see Run.h
+    QString iKind; ///< what is measured: "flat", "bursty", "stopped" or "host", see Run.h
     int iThreads = 1;
     int iLines = 0; ///< of each thread
     Line::Shape iShape;
+    int iHeapMiB = 0; ///< of the host
     QString iFolder; ///< an empty one for the log files
 };
 

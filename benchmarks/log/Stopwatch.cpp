@@ -60,5 +60,8 @@ Results Latencies::Percentiles()
         throw Failure{QStringLiteral("no call was timed")};
     std::sort(iSamples.begin(), iSamples.end());
     const auto at = [this](double part) { return double(iSamples[size_t(part * double(iSamples.size() - 1))]); };
-    return {{QStringLiteral("p50"), at(0.50)}, {QStringLiteral("p99"), at(0.99)}, {QStringLiteral("p99.9"), at(0.999)}};
+    return {{QStringLiteral("p50"), at(0.50)},
+            {QStringLiteral("p99"), at(0.99)},
+            {QStringLiteral("p99.9"), at(0.999)},
+            {QStringLiteral("worst"), at(1)}};
 }

@@ -42,7 +42,7 @@ public:
     }
     void Add(const Latencies& others);
     double Mean() const;
-    /// "p50", "p99" and "p99.9" in nanoseconds.
+    /// "p50", "p99", "p99.9" and "worst" in nanoseconds.
     Results Percentiles();
 
 private:

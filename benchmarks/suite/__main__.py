@@ -28,7 +28,7 @@ def read_arguments():
     parser = argparse.ArgumentParser(prog="bench", description="Measures the library beside its peers.")
     parser.add_argument("--build", type=Path, default=Path("build/bench"), help="the build folder (%(default)s)")
     parser.add_argument("--docs", type=Path, default=Path("docs"), help="where the page goes (%(default)s)")
-    parser.add_argument("--quick", action="store_true", help="a minute in place of seven; leaves the page as it is")
+    parser.add_argument("--quick", action="store_true", help="two minutes in place of ten; leaves the page as it is")
     parser.add_argument("--only", nargs="+", choices=PARTS, metavar="PART",
                         help=f"measure only these; leaves the page as it is. Of {', '.join(PARTS)}")
     parser.add_argument("--rounds", type=int, help="rounds of the log's scenarios (6, quick 2)")

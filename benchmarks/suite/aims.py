@@ -3,7 +3,7 @@
 from statistics import median
 
 from figures import ratios, shown
-from scenarios import ASYNC, COPY, NAMES, OURS, Scenario, measured
+from scenarios import ASYNC, COPY, HOST, NAMES, NO_LOG, OURS, Scenario, measured
 
 BURSTY_NS = 5000
 STOPPED_NS = 1
@@ -29,14 +29,14 @@ def _compared(logs, ours, target, figure):
 
 def _speed(logs):
     for target, shares in ((ASYNC, OF_SPDLOG), (COPY, OF_COPY)):
-        for threads, share in shares.items() if target in measured(logs) else ():
+        for threads, share in shares.items() if target in measured(logs, "flat") else ():
             ratio = _compared(logs, Scenario(OURS, threads=threads), target, "lines/s")
             text = f"lines per second, {_threads(threads)}: at least {share} times {NAMES[target]}"
             yield _aim(text, f"{shown(ratio)} times", ratio >= share)
 
 
 def _processor(logs):
-    peers = [target for target in measured(logs) if target not in (OURS, COPY)]
+    peers = [target for target in measured(logs, "flat") if target not in (OURS, COPY)]
     for threads in (1, 4):
         ours = Scenario(OURS, threads=threads)
         shares = {peer: _compared(logs, ours, peer, "processor") for peer in peers}
@@ -58,16 +58,27 @@ def _stopped(logs):
     yield _aim(text, f"{shown(figure)} ns", figure <= STOPPED_NS)
 
 
+def _host(logs):
+    ours = Scenario(OURS, "host")
+    for name, what in HOST.items():
+        figure, without = median(_rounds(logs, ours, name)), max(_rounds(logs, ours.of(NO_LOG), name))
+        text = f"in a host, {what}: no longer than in the longest round without a log"
+        yield _aim(text, f"{shown(figure / 1000)} us to {shown(without / 1000)} us", figure <= without)
+
+
 def _of_task(task):
     best = f"{task['title']}: {task['aim']}"
     return _aim(best, task["figure"], task["met"])
+
+
+AIMS_OF_LOGS = {"flat": [_speed, _processor], "bursty": [_bursty], "stopped": [_stopped], "host": [_host]}
 
 
 def all_of(results):
     """The aims whose figures are there."""
     found = []
     logs = results.get("logs", {})
-    for part, aims in {"flat": [_speed, _processor], "bursty": [_bursty], "stopped": [_stopped]}.items():
+    for part, aims in AIMS_OF_LOGS.items():
         if part in results["parts"]:
             found += [aim for make in aims for aim in make(logs)]
     for part in ("settings", "trace"):

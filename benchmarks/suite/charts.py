@@ -36,7 +36,7 @@ def _blocks(rows):
 def _throughput(logs):
     """A line for each target over the number of threads."""
     rows, lines = [], []
-    targets = measured(logs)
+    targets = measured(logs, "flat")
     for number, target in enumerate(targets):
         aside = STEP ** (number - (len(targets) - 1) / 2)
         counts = (1, 2, 4, 8)
@@ -54,7 +54,7 @@ def _throughput(logs):
 def _bars(logs, bars, setting):
     """A group of bars for each target; a bar is a title and the figure of a scenario of ours."""
     rows = []
-    for target in measured(logs):
+    for target in measured(logs, bars[0][1].kind):
         spreads = (_spread(logs, ours.of(target), figure, 1e-3) for _, ours, figure in bars)
         rows.append(f"{_quoted(NAMES[target])} {' '.join(spreads)}")
     lines = []

@@ -30,8 +30,7 @@ def run(command, **options):
 def _run_scenario(programs, scenario, folder, quick):
     program = programs / "log" / f"bench_log_{scenario.target}"
     with tempfile.TemporaryDirectory(prefix="bench-", dir=folder) as empty:
-        command = [program, *scenario.arguments(), "--lines", scenario.lines(quick), "--folder", empty]
-        return json.loads(run(command).stdout)
+        return json.loads(run([*scenario.command(program, quick), "--folder", empty]).stdout)
 
 
 def _in_turn(chosen, number):

@@ -7,7 +7,7 @@ from statistics import median
 import instructions
 import start
 from figures import ratios, shown, span
-from scenarios import COPY, LOG_PARTS, NAMES, OURS, SYNC, Scenario, measured, of_us
+from scenarios import COPY, HOST, LOG_PARTS, NAMES, OURS, SYNC, Scenario, measured, of_us
 from words import ABOUT, AIMS, CHARTS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, LEFT_OUT, NOTES, PAID_FOR, TITLES
 
 NS = {"mean": "mean", "p50": "p50", "p99": "p99", "p99.9": "p99.9"}
@@ -42,7 +42,8 @@ def _flat(logs):
     head = ["", "million lines/s", "least to most", "ours is faster by", *NS, "processor", "MiB at peak", "kept"]
     text = ""
     for ours in of_us("flat"):
-        text += f"### {_title(ours)}\n\n" + _table([head] + [_flat_row(logs, ours, target) for target in measured(logs)])
+        rows = [_flat_row(logs, ours, target) for target in measured(logs, "flat")]
+        text += f"### {_title(ours)}\n\n" + _table([head, *rows])
     return text
 
 
@@ -50,7 +51,7 @@ def _bursty(logs):
     text = ""
     for ours in of_us("bursty"):
         rows = [["", *NS, "p99.9 least to most", "processor"]]
-        for target in measured(logs):
+        for target in measured(logs, "bursty"):
             figures = logs[ours.of(target)]
             row = [NAMES[target]] + [shown(figures[name]["median"]) for name in NS]
             rows.append(row + [span(figures["p99.9"]["rounds"]), shown(figures["processor"]["median"])])
@@ -61,10 +62,22 @@ def _bursty(logs):
 def _stopped(logs):
     rows = [["", "ns", "least to most"]]
     ours = of_us("stopped")[0]
-    for target in measured(logs):
+    for target in measured(logs, "stopped"):
         figure = logs[ours.of(target)]["mean"]
         name = "an empty loop" if target == COPY else NAMES[target]
         rows.append([name, f"{figure['median']:.2f}", span(figure["rounds"])])
+    return _table(rows)
+
+
+def _host(logs):
+    rows = [["", *(title for what in HOST for title in (what, "least to most")), "the stop"]]
+    ours = of_us("host")[0]
+    for target in measured(logs, "host"):
+        row = [NAMES[target]]
+        for what in HOST:
+            figure = logs[ours.of(target)][what]
+            row += [shown(figure["median"] / 1000), span(figure["rounds"], 1e-3)]
+        rows.append(row + [shown(logs[ours.of(target)]["stop"]["median"] / 1000)])
     return _table(rows)
 
 
@@ -134,8 +147,7 @@ def _log_commands(quick):
     for part in LOG_PARTS:
         for scenario in of_us(part):
             what = _title(scenario) if scenario.level == "information" else f"{scenario.level}, {_title(scenario)}"
-            command = ["log/bench_log_LOGGER", *scenario.arguments(), "--lines", str(scenario.lines(quick))]
-            yield part, f"{TITLES[part]}: {what}", " ".join(command)
+            yield part, f"{TITLES[part]}: {what}", " ".join(scenario.command("log/bench_log_LOGGER", quick))
 
 
 def _instruction_commands():
@@ -158,6 +170,7 @@ SECTIONS = {
     "flat": lambda results: _flat(results["logs"]),
     "bursty": lambda results: _bursty(results["logs"]),
     "stopped": lambda results: _stopped(results["logs"]),
+    "host": lambda results: _host(results["logs"]),
     "levels": lambda results: _levels(results["logs"]),
     "instructions": lambda results: _instructions(results["instructions"]),
     "settings": lambda results: _tasks(results["settings"]),

@@ -6,6 +6,7 @@ OURS = "nerolt"
 ASYNC = "spdlog_async"
 SYNC = "spdlog_sync"
 COPY = "copy_write"
+NO_LOG = "no_log"
 NAMES = {
     OURS: "NeroltOrvaneBase",
     ASYNC: "spdlog asynchronous",
@@ -15,12 +16,21 @@ NAMES = {
     "boost": "Boost.Log asynchronous",
     "qt": "Qt message handler",
     COPY: "copy and write only",
+    NO_LOG: "no log",
 }
 
 LINES = 240000
 # Of a single thread. At p99.9 it is the twentieth call from the top that counts.
 BURSTS = 1000
 LINES_OF_A_BURST = 20
+HEAP_MIB = 1024
+# What a host feels, with the words for it.
+HOST = {
+    "timer p99.9": "p99.9 of a timer's lateness",
+    "timer worst": "a timer's worst lateness",
+    "allocation p99.9": "p99.9 of an allocation",
+    "allocation worst": "the worst allocation",
+}
 # Who takes longest for a line writes fewer, or the others would wait for it.
 SHARES = {"glog": 4, "log4cplus": 3, "boost": 3, "qt": 8}
 
@@ -51,6 +61,11 @@ class Scenario:
         texts += ["--level", self.level]
         return texts + ["--mixed"] if self.mixed else texts
 
+    def command(self, program, quick):
+        """But for the folder."""
+        texts = [program, *self.arguments(), "--lines", str(self.lines(quick))]
+        return [*texts, "--heap", str(HEAP_MIB // (4 if quick else 1))] if self.kind == "host" else texts
+
     def of(self, target):
         return replace(self, target=target)
 
@@ -76,8 +91,17 @@ def _levels():
             yield Scenario(OURS, threads=threads, level=level)
 
 
-PARTS = {"flat": _flat, "bursty": _bursty, "stopped": lambda: [Scenario(OURS, "stopped")], "levels": _levels}
+PARTS = {
+    "flat": _flat,
+    "bursty": _bursty,
+    "stopped": lambda: [Scenario(OURS, "stopped")],
+    "host": lambda: [Scenario(OURS, "host")],
+    "levels": _levels,
+}
 LOG_PARTS = list(PARTS)
+# Of the parts that do not take all loggers.
+TARGETS = {"host": [OURS, NO_LOG, ASYNC], "levels": [OURS]}
+LOGGERS = [target for target in NAMES if target != NO_LOG]
 
 
 def of_us(part):
@@ -87,11 +111,11 @@ def of_us(part):
 
 def all_of(part, targets):
     """The scenarios of a part, those that are to be compared side by side."""
-    targets = [OURS] if part == "levels" else targets
-    return [scenario.of(target) for scenario in of_us(part) for target in targets]
+    chosen = [target for target in TARGETS.get(part, LOGGERS) if target in targets]
+    return [scenario.of(target) for scenario in of_us(part) for target in chosen]
 
 
-def measured(logs):
-    """Who was: a logger that is not installed is left out."""
-    found = {scenario.target for scenario in logs}
+def measured(logs, kind=None):
+    """Who was, in scenarios of this kind or in any: a logger that is not installed is left out."""
+    found = {scenario.target for scenario in logs if kind in (None, scenario.kind)}
     return [target for target in NAMES if target in found]

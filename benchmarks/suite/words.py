@@ -1,6 +1,6 @@
 """What the page says besides figures."""
 
-from scenarios import ASYNC, COPY, OURS, SYNC
+from scenarios import ASYNC, COPY, NO_LOG, OURS, SYNC
 
 INTRODUCTION = """# Performance
 
@@ -30,6 +30,7 @@ ABOUT = [
         5000 bytes with one open and close each; it formats nothing and reads no clock. The callers do all of it, one at
         a time: a single thread without a lock, several under a mutex. So it is no limit: where there are several cores,
         a logger whose own thread writes can be faster."""),
+    ((NO_LOG,), "No log: the same program, and nobody writes a line."),
 ]
 
 LEFT_OUT = "Left out, because CMake did not find them: {names}."
@@ -49,6 +50,7 @@ TITLES = {
     "flat": "Without a pause",
     "bursty": "A bursty caller",
     "stopped": "A call that the level stops",
+    "host": "What the host feels",
     "levels": "Our other levels",
     "instructions": "Instructions",
     "settings": "Settings",
@@ -75,6 +77,12 @@ NOTES = {
         of a line in ns, the clock included. The first 20 bursts are not timed: what a process does once would stand for
         what it does always.""",
     "stopped": "A debug message behind a test of the level, as call sites have it; one thread.",
+    "host": """A program with a heap of 1 GiB in small blocks, every second one freed. Its main thread has an event loop
+        with a timer of 1 ms. Its second thread allocates and frees small blocks, and so does the timer's handler. A
+        third thread logs: an eighth of the lines at 1 MB/s, the others in four bursts without a pause, with a rest of
+        250 ms before and after each. Then it stops the log. A timer is late by what passes beyond 1 ms since it last
+        fired. All times in us. In all rows is what the scheduler does to the program. So ours is within the noise of no
+        log when the median of its rounds is not above the most of the rounds without a log.""",
     "levels": """Information takes no lock of the logger's; debug and trace try it, warnings wait for it. Measured as
         without a pause.""",
     "instructions": """Counted by callgrind in the optimised build; what the system's calls take within the kernel is

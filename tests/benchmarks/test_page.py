@@ -12,9 +12,9 @@ sys.path.insert(0, sys.argv.pop(1))
 import aims
 import charts
 import page
-from scenarios import ASYNC, COPY, LOG_PARTS, NAMES, OURS, SYNC, Scenario, all_of
+from scenarios import ASYNC, COPY, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of
 
-FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept"]
+FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept", "stop", *HOST]
 
 
 def summary(median, least, most):
@@ -67,25 +67,44 @@ class TestPage(unittest.TestCase):
         text = page.make(results, {"performance-burst.svg": "Bursts"})
         for name in NAMES.values():
             self.assertIn(f"\n| {name} |", text)
-            for script in scripts(results).values():
-                self.assertIn(f'"{name}"', script)
+        for script in scripts(results).values():
+            for target, name in NAMES.items():
+                self.assertEqual(target in LOGGERS, f'"{name}"' in script)
         self.assertNotIn("Left out", text)
         self.assertIn("Two of the log's costs", text)
         self.assertIn("![Bursts](performance-burst.svg)", text)
 
     def test_what_is_not_installed_is_left_out(self):
-        targets = [OURS, "qt", COPY]
+        targets = [OURS, "qt", COPY, NO_LOG]
         results = results_of(targets)
         text = page.make(results, {})
         self.assertIn("Left out, because CMake did not find them: spdlog asynchronous, ", text)
         for target, name in NAMES.items():
             for script in scripts(results).values():
-                self.assertEqual(target in targets, f'"{name}"' in script)
+                self.assertEqual(target in targets and target in LOGGERS, f'"{name}"' in script)
             self.assertEqual(target in targets, f"\n| {name} |" in text)
             self.assertEqual(target in targets, f"`{target}`" in text)
         self.assertNotIn("- spdlog", text)
         self.assertNotIn("Two of the log's costs", text)
         self.assertFalse([aim for aim in results["aims"] if NAMES[ASYNC] in aim["aim"] or NAMES[SYNC] in aim["figure"]])
+
+    def test_what_the_host_feels_is_compared_with_no_log(self):
+        results = results_of(list(NAMES))
+        ours = Scenario(OURS, "host")
+        results["logs"][ours]["timer worst"] = summary(2345678, 1234567, 3456789)
+        results["logs"][ours]["allocation worst"] = summary(3000, 2000, 9000)
+        results["logs"][ours.of(NO_LOG)]["timer worst"] = summary(2111111, 2000000, 2345677)
+        results["logs"][ours]["stop"] = summary(4567, 4567, 4567)
+        text = page.make(results, {})
+        section = text[text.index("## What the host feels") : text.index("## Our other levels")]
+        self.assertIn(f"\n| {NAMES[OURS]} | 2.00 | 1.00 to 3.00 | 2346 | 1235 to 3457 | 2.00 |", section)
+        self.assertIn("| 3.00 | 2.00 to 9.00 | 4.57 |\n", section)
+        self.assertEqual(section.count("\n| "), 1 + 1 + len([OURS, NO_LOG, ASYNC]))
+        self.assertIn("`log/bench_log_LOGGER --kind host", text)
+        self.assertIn("--lines 240000 --heap 1024`", text)
+        met = {aim["aim"]: aim["met"] for aim in aims.all_of(results) if aim["aim"].startswith("in a host, ")}
+        self.assertEqual(list(met.values()), [True, False, True, True])
+        self.assertIn("worst lateness", list(met)[1])
 
 
 if __name__ == "__main__":
