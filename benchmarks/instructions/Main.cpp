@@ -2,8 +2,10 @@
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThread>
 
 #include <cstdio>
 
@@ -13,6 +15,8 @@ constexpr int kMessageBytes = 80;
 // "2024-03-05 14:07:09.042|10|Information|Disk::Scan|", the message and the line's end: 131 bytes. The 39th line is the
 // one that takes a batch past 5000.
 constexpr int kLinesOfABatch = 39;
+constexpr int kLineBytes = 131;
+constexpr int kPatienceMs = 60000;
 
 // Of 80 bytes as well, so that batches come after as many lines.
 QString Message(bool isMixed)
@@ -29,10 +33,21 @@ int LinesIn(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll().count('\n') : 0;
 }
 
+bool WaitForBytes(const QString& path, qint64 bytes)
+{
+    const QDeadlineTimer patience(kPatienceMs);
+    while (QFile(path).size() < bytes) {
+        if (patience.hasExpired())
+            return false;
+        QThread::msleep(1);
+    }
+    return true;
+}
+
 } // namespace
 
 // Logs what fills so many batches, and as many debug messages that the level stops, for a tool that counts
-// instructions.
+// instructions. Each batch is written before the next begins: how many are written together would depend on the moment.
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
@@ -48,9 +63,12 @@ int main(int argc, char** argv)
 
     Logger::GetInstance()->SetLevel(LoggerDefs::Information);
     Logger::SetLoggerFileName(path, false);
-    for (int line = 0; line < lines; ++line) {
+    bool isWritten = true;
+    for (int line = 1; isWritten && line <= lines; ++line) {
         Logger::LogInformation("Disk::Scan", message);
         Logger::LogDebug("Disk::Scan", message);
+        if (line % kLinesOfABatch == 0)
+            isWritten = WaitForBytes(path, qint64(line) * kLineBytes);
     }
     Logger::StopLogging(); // says so in a line
     const int written = LinesIn(path) - 1;
