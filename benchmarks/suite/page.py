@@ -23,11 +23,6 @@ def _prose(text):
     return textwrap.fill(" ".join(text.split()), 120) + "\n\n"
 
 
-def _title(scenario):
-    threads = "1 thread" if scenario.threads == 1 else f"{scenario.threads} threads"
-    return f"{threads}, {scenario.characters} characters, {'mixed scripts' if scenario.mixed else 'ASCII'}"
-
-
 def _flat_row(logs, ours, target):
     figures = logs[ours.of(target)]
     rates = figures["lines/s"]
@@ -43,7 +38,7 @@ def _flat(logs):
     text = ""
     for ours in of_us("flat"):
         rows = [_flat_row(logs, ours, target) for target in measured(logs, "flat")]
-        text += f"### {_title(ours)}\n\n" + _table([head, *rows])
+        text += f"### {ours.title()}\n\n" + _table([head, *rows])
     return text
 
 
@@ -55,7 +50,7 @@ def _bursty(logs):
             figures = logs[ours.of(target)]
             row = [NAMES[target]] + [shown(figures[name]["median"]) for name in NS]
             rows.append(row + [span(figures["p99.9"]["rounds"]), shown(figures["processor"]["median"])])
-        text += f"### {_title(ours)}\n\n" + _table(rows)
+        text += f"### {ours.title()}\n\n" + _table(rows)
     return text
 
 
@@ -85,7 +80,7 @@ def _levels(logs):
     rows = [["", "million lines/s", *NS, "processor"]]
     for scenario, figures in logs.items():
         if scenario.level != "information":
-            row = [f"{scenario.level}, {_title(scenario)}", shown(figures["lines/s"]["median"] / 1e6)]
+            row = [f"{scenario.level}, {scenario.title()}", shown(figures["lines/s"]["median"] / 1e6)]
             rows.append(row + [shown(figures[name]["median"]) for name in [*NS, "processor"]])
     return _table(rows)
 
@@ -146,7 +141,7 @@ def _aims(aims):
 def _log_commands(quick):
     for part in LOG_PARTS:
         for scenario in of_us(part):
-            what = _title(scenario) if scenario.level == "information" else f"{scenario.level}, {_title(scenario)}"
+            what = scenario.title() if scenario.level == "information" else f"{scenario.level}, {scenario.title()}"
             yield part, f"{TITLES[part]}: {what}", " ".join(scenario.command("log/bench_log_LOGGER", quick))
 
 
@@ -182,13 +177,11 @@ SECTIONS = {
 
 def _paid_for(logs):
     ours = Scenario(OURS)
-    figures = {target: logs[ours.of(target)]["processor"] for target in (OURS, SYNC, COPY)}
-    rounds = {target: figure["rounds"] for target, figure in figures.items()}
+    rounds = {target: logs[ours.of(target)]["processor"]["rounds"] for target in (OURS, SYNC, COPY)}
     return PAID_FOR.format(
         sync=NAMES[SYNC],
         share=shown(median(ratios(rounds[SYNC], rounds[OURS]))),
         copy=shown(median(ratios(rounds[COPY], rounds[SYNC]))),
-        left=shown(figures[SYNC]["median"] - figures[COPY]["median"]),
     )
 
 

@@ -56,6 +56,10 @@ class Scenario:
         size = max(1, self.characters // 130)
         return LINES // SHARES.get(self.target, 1) // size // (3 if quick else 1)
 
+    def title(self):
+        threads = "1 thread" if self.threads == 1 else f"{self.threads} threads"
+        return f"{threads}, {self.characters} characters, {'mixed scripts' if self.mixed else 'ASCII'}"
+
     def arguments(self):
         texts = ["--kind", self.kind, "--threads", str(self.threads), "--characters", str(self.characters)]
         texts += ["--level", self.level]

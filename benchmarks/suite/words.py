@@ -16,8 +16,8 @@ the ratios within the rounds.
 
 # For each row of the tables that there is: whom it is about, and what.
 ABOUT = [
-    ((OURS,), """Ours opens and closes its file for every batch, looks at its age and size, and rotates it at
-        100 MiB."""),
+    ((OURS,), """Ours opens and closes its file for every batch, or for what waits together, up to 64 KiB. It looks at
+        the file's age and size each time, and rotates it at 100 MiB."""),
     ((ASYNC,), "spdlog asynchronous: one thread writes, a queue of 8192, callers wait while it is full."),
     ((SYNC,), "spdlog synchronous: callers write, one at a time, through the C library's file buffer."),
     (("glog",), "glog: callers write as with spdlog synchronous. It puts a head of its own before the message."),
@@ -38,13 +38,12 @@ LEFT_OUT = "Left out, because CMake did not find them: {names}."
 CHARTS = """A point or bar is the median of the rounds; the thin line through it goes from the least to the most of
 them."""
 
-PAID_FOR = """Two of the log's costs are deliberate. The file is opened and closed for every batch, and its creation
-time read, so that it may be moved, removed and read at any time and its age counts from whatever it was set to. And a
-thread of the log's own writes the lines, so that callers never wait for the disk. What that costs shows beside {sync},
-which does neither: its callers write, to a file that stays open. It takes {share} times our processor time for a line
-with 1 thread. Copying and writing only, to a file that is opened and closed for every batch, takes {copy} times what
-{sync} takes. That leaves {left} ns for reading the clock, formatting and handing over to a line that is written that
-way and costs no more than one of {sync}."""
+PAID_FOR = """Two of the log's costs are deliberate. The file is opened and closed for what is written at once, and its
+creation time read, so that it may be moved, removed and read at any time and its age counts from whatever it was set
+to. And a thread of the log's own writes the lines, so that callers never wait for the disk. {sync} does neither: its
+callers write, to a file that stays open. With 1 thread it takes {share} times our processor time for a line. Copying
+lines and writing them in batches, each to a file that is opened and closed for it, takes {copy} times what {sync}
+takes."""
 
 TITLES = {
     "flat": "Without a pause",
@@ -59,8 +58,8 @@ TITLES = {
     "size": "On the disk",
 }
 
-AIMS = """Aims of the log hold for messages of 80 characters in ASCII. Those of the settings and of stack traces compare
-the least times. What is missed is shown as missed."""
+AIMS = """Those of the log hold for the medians of the ratios within the rounds. Those of the settings and of stack
+traces compare the least times. What is missed is shown as missed."""
 
 COMMANDS_NOTE = """All by `scripts/bench`. Paths begin in `build/bench/benchmarks`; LOGGER is one of {loggers}. Some
 take fewer lines than ours. BATCHES is 20 and 120: what is counted for 100 batches of 39 lines is the difference. `ctest

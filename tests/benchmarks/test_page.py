@@ -12,7 +12,7 @@ sys.path.insert(0, sys.argv.pop(1))
 import aims
 import charts
 import page
-from scenarios import ASYNC, COPY, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of
+from scenarios import ASYNC, COPY, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of, of_us
 
 FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept", "stop", *HOST]
 
@@ -105,6 +105,35 @@ class TestPage(unittest.TestCase):
         met = {aim["aim"]: aim["met"] for aim in aims.all_of(results) if aim["aim"].startswith("in a host, ")}
         self.assertEqual(list(met.values()), [True, False, True, True])
         self.assertIn("worst lateness", list(met)[1])
+
+    def missed(self, results):
+        return [aim["aim"] for aim in aims.all_of(results) if not aim["met"]]
+
+    def test_aims_compare_with_the_best_peer_in_every_scenario(self):
+        results = results_of(list(NAMES))
+        logs = results["logs"]
+        for threads in (1, 4):
+            logs[Scenario(OURS, threads=threads)]["processor"] = summary(1999, 999, 2999)
+            logs[Scenario(ASYNC, threads=threads)]["lines/s"] = summary(2000 / 8, 1000 / 8, 3000 / 8)
+        logs[Scenario(OURS, "bursty")]["p99.9"] = summary(1000, 500, 1500)
+        self.assertEqual(self.missed(results), [])
+        aim = "lines per second, {}: at least 1.0 times {}"
+        for ours in of_us("flat"):
+            theirs = logs[ours.of(SYNC)]
+            theirs["lines/s"] = summary(2001, 1000, 3001)
+            self.assertEqual(self.missed(results), [aim.format(ours.title(), NAMES[SYNC])])
+            theirs["lines/s"] = summary(2000, 1000, 3000)
+        for ours in (Scenario(OURS), Scenario(OURS, threads=4)):
+            theirs = logs[ours.of(COPY)]
+            theirs["lines/s"] = summary(2001, 1000, 3001)
+            self.assertEqual(self.missed(results), [aim.format(ours.title(), NAMES[COPY])])
+            theirs["lines/s"] = summary(2000, 1000, 3000)
+            theirs = logs[ours.of(SYNC)]
+            theirs["processor"] = summary(1999, 999, 2999)
+            self.assertEqual(len(self.missed(results)), 1)
+            theirs["processor"] = summary(2000, 1000, 3000)
+        logs[Scenario("glog", "bursty")]["p99.9"] = summary(1999, 999, 2999)
+        self.assertEqual(len(self.missed(results)), 1)
 
 
 if __name__ == "__main__":
