@@ -65,9 +65,10 @@ public:
 
     /// Starts the log in the file at `path`, and creates the file if it is missing. Its folder must exist. A relative
     /// path refers to the folder that is current during the call. Without `force` only the first call has an effect.
-    /// With `force` the log changes files, and the lines in the buffer appear in both. If memory runs out, the log is
-    /// as if no name had been set. The file rotates by size and age, see LoggerWorker. Blocks until the previous file
-    /// is complete. Call it on the main thread (any thread except the logging thread may).
+    /// With `force` the log changes files, and the lines in the buffer appear in both. If memory runs out, the log
+    /// continues in the previous file or is as if no name had been set. The file rotates by size and age, see
+    /// LoggerWorker. Blocks until the previous file is complete. Call it on the main thread (any thread except the
+    /// logging thread may).
     static void SetLoggerFileName(const QString& path, bool force);
 
     /// Returns the path given to SetLoggerFileName, empty before. Valid only until StopLogging, and only on the thread
