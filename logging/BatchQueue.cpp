@@ -16,7 +16,7 @@ namespace {
 
 constexpr qint64 kChunkBytes = 256 << 10;
 constexpr qint64 kTogether = 64 << 10; // more does not make a write any cheaper
-constexpr int kMostSpares = 8; // while the reader looks: what a tick brings at full speed
+constexpr int kMostSpares = 32; // while batches come without a pause
 
 } // namespace
 
@@ -121,8 +121,7 @@ bool BatchQueue::AddChunk(qint64 size)
         return false;
     Chunk* chunk = nullptr;
     if (bytes == kChunkBytes && iSpare) {
-        chunk = std::exchange(iSpare, std::exchange(iSpare->iNext, nullptr));
-        --iSpares;
+        chunk = TakeSpare();
     } else {
         void* const memory = ::mmap(nullptr, size_t(bytes), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (memory == MAP_FAILED)
@@ -206,6 +205,24 @@ qint64 BatchQueue::TakeDropped()
 {
     const std::lock_guard<QMutex> lock(iMutex);
     return iTaken == iPut ? std::exchange(iDropped, 0) : 0;
+}
+
+BatchQueue::Chunk* BatchQueue::TakeSpare()
+{
+    if (!iSpare)
+        return nullptr;
+    --iSpares;
+    return std::exchange(iSpare, std::exchange(iSpare->iNext, nullptr));
+}
+
+void BatchQueue::Shrink()
+{
+    Chunk* spare = nullptr;
+    {
+        const std::lock_guard<QMutex> lock(iMutex);
+        spare = TakeSpare();
+    }
+    Unmap(spare);
 }
 
 bool BatchQueue::Rest()

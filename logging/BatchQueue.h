@@ -60,6 +60,8 @@ public:
     void Done(int count);
     /// How many lines were dropped behind what there is. 0 while there is something.
     qint64 TakeDropped();
+    /// Gives a piece of the memory at hand back.
+    void Shrink();
     /// The reader has nothing to do and rests from now on; the memory at hand goes back. False when there is something.
     bool Rest();
     /// The reader has come to its end.
@@ -75,6 +77,7 @@ private:
     bool Append(const QByteArray& batch);
     bool AddChunk(qint64 size);
     Chunk* RemoveFirst();
+    Chunk* TakeSpare();
     static void Unmap(Chunk* chunks);
 
     const qint64 iCapacity;

@@ -67,7 +67,9 @@ void LogDelivery::Look()
 // The thread has looked by being here.
 void LogDelivery::timerEvent(QTimerEvent*)
 {
-    if (++iQuietTicks < kMostQuietTicks)
+    if (++iQuietTicks > 1)
+        iQueue.Shrink();
+    if (iQuietTicks < kMostQuietTicks)
         return;
     if (iQueue.Rest())
         killTimer(std::exchange(iTimerId, 0));

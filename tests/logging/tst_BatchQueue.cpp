@@ -325,6 +325,7 @@ private Q_SLOTS:
         QCOMPARE(reader.Told(), QList<quint64>{1});
     }
 
+#ifndef NEROLT_SANITIZED // their memory is not ours
     void memoryOfABurstGoesBack()
     {
         Reader reader;
@@ -340,12 +341,17 @@ private Q_SLOTS:
         const quint64 until = queue.Count();
         for (LogBatches next = queue.Next(until); next.iCount > 0; next = queue.Next(until))
             queue.Done(next.iCount);
-        const qint64 keptWhileItLooks = ResidentBytes() - before; // batches may go on coming
-        QVERIFY2(keptWhileItLooks < 4 << 20, QByteArray::number(keptWhileItLooks));
+        const qint64 atHand = ResidentBytes() - before; // batches may go on coming
+        QVERIFY2(atHand < 9 << 20, QByteArray::number(atHand));
+        for (int i = 0; i < 16; ++i)
+            queue.Shrink();
+        const qint64 half = ResidentBytes() - before;
+        QVERIFY2(half < 5 << 20, QByteArray::number(half));
         QVERIFY(queue.Rest());
         const qint64 kept = ResidentBytes() - before;
         QVERIFY2(kept < 1 << 20, QByteArray::number(kept));
     }
+#endif
 
     void manyThreadsPut()
     {
