@@ -402,25 +402,18 @@ private Q_SLOTS:
     // A shot that comes late does not make all others late.
     void timesDoNotDrift()
     {
-        constexpr int kInterval = 20;
-        constexpr int kShots = 10;
+        constexpr int kInterval = 400;
+        constexpr int kLate = 100;
         WriterDispatcher dispatcher;
-        int fired = 0;
-        Clock clock([&](int) {
-            ++fired;
-            QThread::msleep(kInterval / 2);
-        });
+        Clock clock([](int) {});
         QElapsedTimer elapsed;
         elapsed.start();
         dispatcher.registerTimer(71, kInterval, Qt::PreciseTimer, &clock);
-        const int first = dispatcher.remainingTime(71);
-        while (fired < kShots)
-            dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
-        // The next one is due on the grid of the first, whatever was missed of it.
-        const qint64 due = elapsed.elapsed() + dispatcher.remainingTime(71);
-        const qint64 off = (due - first) % kInterval;
-        QVERIFY2(off <= 2 || off >= kInterval - 2 || due > (kShots + 1) * kInterval + 2,
-                 QByteArray::number(due) + ' ' + QByteArray::number(first));
+        QThread::msleep(kInterval + kLate);
+        QVERIFY(dispatcher.processEvents({}));
+        const int next = dispatcher.remainingTime(71);
+        const bool isMissed = elapsed.elapsed() >= 2 * kInterval; // on a very busy machine
+        QVERIFY2(next <= kInterval - kLate || isMissed, QByteArray::number(next));
     }
 
     void knowsItsTimers()
