@@ -677,6 +677,33 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(path).size(), before + 4 * size);
     }
 
+    // They waited to be written together, but the file is rotated between them.
+    void batchesBehindARotationAreInTheNextFile()
+    {
+        constexpr qint64 kMaxBytes = 104857600;
+        const QString path = QStringLiteral("app.log");
+        const QByteArray batch = QByteArray(5000, 'x') + '\n';
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(kMaxBytes + 1 - 2 * batch.size()));
+        file.close();
+        LoggerAgent agent(0, nullptr);
+        agent.SetLoggerFileName(path);
+        PostedThere there;
+        there.moveToThread(agent.*LoggerAgent_iThread());
+        QSemaphore go;
+        QMetaObject::invokeMethod(&there, [&] {
+            go.acquire();
+            there.moveToThread(nullptr);
+        });
+        for (int i = 0; i < 4; ++i) // the first one wakes the thread, and comes by itself
+            Q_EMIT agent.logMessage(batch);
+        go.release();
+        agent.StopLogging();
+        const QString rotated = QStringLiteral("app-2024-03-05_14-07-09.log");
+        QCOMPARE(QFileInfo(rotated).size(), kMaxBytes + 1);
+        QCOMPARE(LogText::Read(path), kStamp + "continued from " + rotated.toUtf8() + '\n' + batch + batch);
+    }
+
     void batchesAreLookedForAgainAfterARest()
     {
         const QString path = QStringLiteral("app.log");
