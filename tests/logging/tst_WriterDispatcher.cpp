@@ -220,8 +220,15 @@ private Q_SLOTS:
         dispatcher.unregisterTimers(&clock);
     }
 
+    void repeatsUntilItIsKilled_data()
+    {
+        QTest::addColumn<int>("interval");
+        QTest::newRow("with an interval") << 1;
+        QTest::newRow("at once") << 0;
+    }
     void repeatsUntilItIsKilled()
     {
+        QFETCH(int, interval);
         Thread thread;
         QSemaphore done;
         int fired = 0;
@@ -233,7 +240,7 @@ private Q_SLOTS:
                     done.release();
                 }
             });
-            clock->startTimer(1);
+            clock->startTimer(interval);
         });
         QVERIFY(done.tryAcquire(1, 10000));
         thread.Do([] { QThread::msleep(10); });
@@ -334,6 +341,25 @@ private Q_SLOTS:
         const bool again = dispatcher.processEvents({});
         QVERIFY(!again || since.elapsed() >= kInterval);
         QVERIFY(fired >= 1);
+    }
+
+    void aTimerWithAnEventLoopLetsTheThreadSleep()
+    {
+        WriterDispatcher dispatcher;
+        bool isOver = false;
+        int blocked = 0;
+        Clock clock([&](int timerId) {
+            isOver = timerId == 72;
+            while (!isOver)
+                dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
+        });
+        connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, [&] { ++blocked; });
+        dispatcher.registerTimer(71, 1, Qt::PreciseTimer, &clock);
+        dispatcher.registerTimer(72, 100, Qt::PreciseTimer, &clock);
+        while (!isOver)
+            dispatcher.processEvents(QEventLoop::WaitForMoreEvents);
+        QVERIFY2(blocked <= 4, QByteArray::number(blocked));
+        dispatcher.unregisterTimers(&clock);
     }
 
     // As the framework's own: neither this timer again, nor none of the others.
