@@ -79,6 +79,7 @@ QList<QByteArray> Take(BatchQueue& queue)
     return batches;
 }
 
+#ifndef NEROLT_SANITIZED // their memory is not ours
 qint64 ResidentBytes()
 {
     std::ifstream file("/proc/self/statm");
@@ -87,6 +88,7 @@ qint64 ResidentBytes()
     file >> total >> resident;
     return resident * ::sysconf(_SC_PAGESIZE);
 }
+#endif
 
 } // namespace
 
