@@ -1,3 +1,4 @@
+#include "logging/Descriptor.h"
 #include "logging/LogFile.h"
 #include "logging/Rotation.h"
 #include "support/ForgedClock.h"
@@ -255,6 +256,18 @@ private Q_SLOTS:
         ::close(keepsItOpen);
         reader.join();
         QVERIFY(read == batches.join());
+    }
+
+    void halfALineIsTakenBackUnlessSomebodyWroteBehindIt()
+    {
+        const Descriptor file("a.log");
+        QCOMPARE(file.Write("line\nhalf", 9, 0), qint64(9));
+        file.TakeBack(4);
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("line\n"));
+        QCOMPARE(file.Write("half", 4, 0), qint64(4));
+        QVERIFY(Append(QStringLiteral("a.log"), "another's\n"));
+        file.TakeBack(4);
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("line\nhalfanother's\n"));
     }
 
     void signalsDoNotEndTheWaitForAReader()
