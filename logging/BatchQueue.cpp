@@ -101,8 +101,10 @@ void BatchQueue::Tell(bool atOnce)
         iArrival = posted;
     }
     iArrival->iUntil = iPut;
-    if (atOnce)
+    if (atOnce) {
         iEvents.wakeUp();
+        ++iPosts; // which looks like one more
+    }
 }
 
 bool BatchQueue::Append(const QByteArray& batch)

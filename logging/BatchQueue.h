@@ -21,11 +21,15 @@ public:
     class Arrival : public QEvent
     {
     public:
-        static constexpr Type kType = User;
-
         Arrival()
-            : QEvent(kType)
+            : QEvent(ItsType())
         {
+        }
+
+        static Type ItsType()
+        {
+            static const int type = registerEventType();
+            return Type(type);
         }
 
     private:

@@ -47,7 +47,7 @@ void LogDelivery::Until(quint64 until)
 
 bool LogDelivery::event(QEvent* event)
 {
-    if (event->type() != BatchQueue::Arrival::kType)
+    if (event->type() != BatchQueue::Arrival::ItsType())
         return QObject::event(event);
     Until(iQueue.Until(static_cast<BatchQueue::Arrival&>(*event)));
     Look();

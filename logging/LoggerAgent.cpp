@@ -298,7 +298,7 @@ void LoggerAgent::Begin(std::unique_ptr<LoggingThread> thread)
         iWorker = nullptr;
         throw;
     }
-    thread.release();
+    iThread = thread.release(); // it is nobody's until it runs
     Launch();
 }
 

@@ -38,7 +38,7 @@ public:
 
     bool event(QEvent* event) override
     {
-        if (event->type() != BatchQueue::Arrival::kType)
+        if (event->type() != BatchQueue::Arrival::ItsType())
             return QObject::event(event);
         iTold += iQueue->Until(static_cast<BatchQueue::Arrival&>(*event));
         return true;
