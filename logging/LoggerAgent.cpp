@@ -314,14 +314,14 @@ void LoggerAgent::Connect(LoggingThread& thread)
     iWorker = &thread.Worker();
     connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
     connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
-    BatchQueue& queue = thread.Queue();
+    BatchQueue* const queue = &thread.Queue();
     connect(
         this, &LoggerAgent::logMessage, iWorker,
-        [this, &queue](const QByteArray& batch) { queue.Put(batch, iResettingLevel || batch.size() <= kBatchBytes); },
+        [this, queue](const QByteArray& batch) { queue->Put(batch, iResettingLevel || batch.size() <= kBatchBytes); },
         Qt::DirectConnection);
     // What was put before the stop comes before it, also when there was no memory to tell of it.
     connect(
-        this, &LoggerAgent::stopWorker, iWorker, [&thread] { thread.Deliver(); }, Qt::BlockingQueuedConnection);
+        this, &LoggerAgent::stopWorker, iWorker, [rest = &thread] { rest->Deliver(); }, Qt::BlockingQueuedConnection);
     connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
             Qt::BlockingQueuedConnection);
 }
