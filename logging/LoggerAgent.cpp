@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kLockTimeout(1000);
+constexpr std::chrono::milliseconds kBufferTimeout(1000);
 constexpr int kBatchBytes = 5000;
 constexpr int kBufferBytes = kBatchBytes + 1024;
 constexpr int kMostKept = 16 * kBufferBytes; // of a buffer that a long line has made grow
@@ -163,7 +163,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 [[gnu::hot]] void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
-    const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+    const std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
     if (!lock)
         return;
     if (iBuffer.capacity() == 0)
@@ -431,7 +431,7 @@ void LoggerAgent::timerEvent(QTimerEvent*)
     const qint64 quietSecs = MSecsSinceEpoch() / 1000 - iLastLineSecs;
     const bool isDue = iHasLines && (quietSecs >= kIdleSecs || quietSecs < 0); // the clock was set back
     std::unique_lock<QMutex> lock(iMutex, std::defer_lock);
-    if (!(isDue ? lock.try_lock_for(kLockTimeout) : lock.try_lock()) || !iThread)
+    if (!(isDue ? lock.try_lock_for(kBufferTimeout) : lock.try_lock()) || !iThread)
         return;
     if (NeverRan(*iThread))
         Swallow([this] { Launch(); }); // what the system refused before it may grant now
