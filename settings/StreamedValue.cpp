@@ -82,7 +82,7 @@ bool Stream::Bits()
     return Number(size) && Skip(size / 8 + (size % 8 != 0));
 }
 
-// The framework keeps only two bits of the time specification: any other value may become a time in a zone.
+// The framework keeps only two bits of Qt::TimeSpec: any other value may become a time in a zone.
 bool Stream::DateTime()
 {
     const int toSpec = iIsOld ? 8 : 12;

@@ -1,25 +1,10 @@
+#include "../logging/Swallow.h"
+
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <new>
 #include <pthread.h>
-
-namespace {
-
-// Keeps the calling thread from being terminated: a noexcept function must not be unwound.
-class CancellationPause
-{
-public:
-    CancellationPause() { ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &iBefore); }
-    ~CancellationPause() { ::pthread_setcancelstate(iBefore, nullptr); }
-
-private:
-    Q_DISABLE_COPY(CancellationPause)
-
-    int iBefore = 0;
-};
-
-} // namespace
 
 // The library's only static initialiser.
 QList<RegisteredThread*> RegisteredThread::iThreads;
@@ -93,7 +78,7 @@ RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcep
 
 RegisteredThread::~RegisteredThread() noexcept
 {
-    const CancellationPause moment;
+    const NotCancelled moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         if (isRunning() && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning)) {
@@ -114,7 +99,7 @@ const QString& RegisteredThread::Name() const noexcept
 
 void RegisteredThread::LogThreads() noexcept
 {
-    const CancellationPause moment;
+    const NotCancelled moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
         const QList<RegisteredThread*> threads = iThreads;
@@ -131,7 +116,7 @@ void RegisteredThread::LogThreads() noexcept
 
 void RegisteredThread::SetInterrupted() noexcept
 {
-    const CancellationPause moment;
+    const NotCancelled moment;
     try {
         if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug)) {
             const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";

@@ -12,8 +12,9 @@ struct LogBatches;
 
 /// Writes the log file: appends batches of lines, and starts a new file when the old one is too large or too old.
 ///
-/// It lives on the logging thread and is called only there. It opens the file for each batch and closes it again. It
-/// drops a batch that it cannot write, also for lack of memory, and does not report that.
+/// It lives on the logging thread and is called only there. It opens the file for each batch, or for those that waited
+/// together, and closes it again. It drops a batch that it cannot write, also for lack of memory, and does not report
+/// that.
 ///
 /// After a batch that takes the file over 104857600 bytes, or that finds it more than 86400 seconds old, it renames the
 /// file within its folder to "<complete base name>-yyyy-MM-dd_hh-mm-ss.<suffix>". The new file begins with the line

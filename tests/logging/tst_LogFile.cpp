@@ -16,6 +16,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <functional>
 #include <sys/file.h>
@@ -343,8 +344,11 @@ private Q_SLOTS:
         const auto restore = qScopeGuard([before] { std::signal(SIGIO, before); });
         const int holder = ::open("a.log", (lease == F_RDLCK ? O_RDONLY : O_RDWR) | O_CLOEXEC);
         if (::fcntl(holder, F_SETLEASE, lease) != 0) {
+            const int error = errno;
             ::close(holder);
-            QSKIP("no leases on this file system", 0); // clang wants two
+            // Network file systems and some of those in user space grant none, so that there is nothing to wait for.
+            QVERIFY2(error == EINVAL || error == EOPNOTSUPP, std::strerror(error));
+            QSKIP("the file system of the temporary folder grants no leases", 0);
         }
         std::thread gives([holder] {
             QThread::msleep(100);
