@@ -35,6 +35,8 @@ std::function<void()> gBeforeLock;
 std::function<void()> gAfterRename;
 
 int gLockError = 0;
+int gOpenInterrupts = 0; ///< so often a signal comes first
+int gWriteInterrupts = 0;
 QVector<int> gPatience; ///< with which pipes were waited for
 int gSignals = 0; ///< that come while a pipe is waited for
 bool gDuplicate = false;
@@ -115,6 +117,26 @@ extern "C" Q_DECL_EXPORT int flock(int file, int operation) noexcept
         return -1;
     }
     return int(::syscall(SYS_flock, file, operation));
+}
+
+extern "C" Q_DECL_EXPORT int open(const char* name, int flags, ...)
+{
+    if (gOpenInterrupts > 0) {
+        --gOpenInterrupts;
+        errno = EINTR;
+        return -1;
+    }
+    return int(::syscall(SYS_openat, AT_FDCWD, name, flags, 0666));
+}
+
+extern "C" Q_DECL_EXPORT ssize_t write(int file, const void* bytes, size_t size)
+{
+    if (gWriteInterrupts > 0) {
+        --gWriteInterrupts;
+        errno = EINTR;
+        return -1;
+    }
+    return ::syscall(SYS_write, file, bytes, size);
 }
 
 // As the system declares it, which tells compilers that nothing is read there.
@@ -327,6 +349,16 @@ private Q_SLOTS:
         ::close(keepsItOpen);
         reader.join();
         QVERIFY(read == lines);
+    }
+
+    void signalsInterruptNothing()
+    {
+        gOpenInterrupts = gWriteInterrupts = 3;
+        const bool isOpen = Append(QStringLiteral("a.log"), "one\n");
+        const int left = std::exchange(gOpenInterrupts, 0) + std::exchange(gWriteInterrupts, 0);
+        QVERIFY(isOpen);
+        QCOMPARE(left, 0);
+        QCOMPARE(LogText::Read(QStringLiteral("a.log")), QByteArray("one\n"));
     }
 
     // Another process that has a lease on the file is asked for it, and takes its time.
