@@ -42,14 +42,20 @@ endif()
 add_library(NeroltOrvaneBase ${library_type}
   ${public_headers}
   logging/BatchQueue.cpp
+  logging/CrashFile.cpp
+  logging/CrashFileOpen_posix.cpp
+  logging/CrashFormat.cpp
+  logging/CrashRecovery_posix.cpp
   logging/LogDelivery.cpp
   logging/Descriptor.cpp
   logging/LogFile.cpp
   logging/LogLine.cpp
+  logging/LogProgress.cpp
   logging/Logger.cpp
   logging/LoggerAgent.cpp
   logging/LoggerWorker.cpp
   logging/LoggingThread.cpp
+  logging/RotatedFiles_posix.cpp
   logging/Rotation.cpp
   logging/StackFrame.cpp
   logging/StackTrace.cpp
@@ -85,6 +91,7 @@ add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
 if(APPLE)
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_mac.cpp
+    logging/MappedFile_mac.cpp
     logging/Rename_mac.cpp
     settings/FileTime_mac.cpp
     system/Host_mac.cpp
@@ -97,6 +104,7 @@ if(APPLE)
 else()
   target_sources(NeroltOrvaneBase PRIVATE
     logging/FrameLines_linux.cpp
+    logging/MappedFile_linux.cpp
     logging/Rename_linux.cpp
     settings/FileTime_linux.cpp
     system/Host_linux.cpp

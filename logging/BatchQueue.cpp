@@ -20,7 +20,7 @@ constexpr int kMostSpares = 32; // while batches come without a pause
 
 } // namespace
 
-// The bytes of the batches follow it, and their sizes stand at the end of the chunk, the first one last.
+// The bytes of the batches follow it, and what is known of them stands at the end of the chunk, the first one last.
 struct BatchQueue::Chunk
 {
     Chunk* iNext = nullptr;
@@ -30,28 +30,31 @@ struct BatchQueue::Chunk
     int iPut = 0;
     int iTaken = 0;
 
-    static qint64 Need(qint64 size) { return qint64(sizeof(Chunk)) + size + qint64(sizeof(int)); }
+    static qint64 Need(qint64 size) { return qint64(sizeof(Chunk)) + size + qint64(sizeof(LogBatches::Batch)); }
 
-    // The sizes at the end must be aligned.
-    static qint64 Padding(qint64 size) { return -size & qint64(alignof(int) - 1); }
+    // What stands at the end must be aligned.
+    static qint64 Padding(qint64 size) { return -size & qint64(alignof(LogBatches::Batch) - 1); }
 
     char* Bytes() { return reinterpret_cast<char*>(this + 1); }
-    int* Sizes() { return reinterpret_cast<int*>(reinterpret_cast<char*>(this) + iMapped) - 1; }
+    LogBatches::Batch* Batches()
+    {
+        return reinterpret_cast<LogBatches::Batch*>(reinterpret_cast<char*>(this) + iMapped) - 1;
+    }
 
-    bool HasRoom(qint64 size) const { return Need(iUsed + size) + iPut * qint64(sizeof(int)) <= iMapped; }
+    bool HasRoom(qint64 size) const { return Need(iUsed + size) + iPut * qint64(sizeof(LogBatches::Batch)) <= iMapped; }
     bool IsEmpty() const { return iTaken == iPut; }
 
-    void Put(const char* bytes, int size)
+    void Put(const QByteArray& batch, const CrashFile::Mark& mark)
     {
-        std::memcpy(Bytes() + iUsed, bytes, size_t(size));
-        Sizes()[-iPut] = size;
-        iUsed += size;
+        std::memcpy(Bytes() + iUsed, batch.constData(), size_t(batch.size()));
+        new (Batches() - iPut) LogBatches::Batch{batch.size(), mark};
+        iUsed += batch.size();
         ++iPut;
     }
 
     void Take()
     {
-        iTakenBytes += Sizes()[-iTaken];
+        iTakenBytes += Batches()[-iTaken].iSize;
         ++iTaken;
     }
 
@@ -75,13 +78,15 @@ BatchQueue::~BatchQueue()
     Unmap(iSpare);
 }
 
-void BatchQueue::Put(const QByteArray& batch, bool atOnce) noexcept
+void BatchQueue::Put(const QByteArray& batch, const CrashFile::Mark& mark, bool atOnce) noexcept
 {
     const std::lock_guard<QMutex> lock(iMutex);
     if (!iReader)
         return;
-    if (!Append(batch))
+    if (!Append(batch, mark)) {
         iDropped += batch.count('\n');
+        LogProgress::Lose();
+    }
     try {
         Tell(atOnce || !iReaderLooks);
         iReaderLooks = true;
@@ -107,11 +112,11 @@ void BatchQueue::Tell(bool atOnce)
     }
 }
 
-bool BatchQueue::Append(const QByteArray& batch)
+bool BatchQueue::Append(const QByteArray& batch, const CrashFile::Mark& mark)
 {
     if (iDropped > 0 || !((iLast && iLast->HasRoom(batch.size())) || AddChunk(batch.size())))
         return false;
-    iLast->Put(batch.constData(), batch.size());
+    iLast->Put(batch, mark);
     ++iPut;
     return true;
 }
@@ -159,9 +164,9 @@ LogBatches BatchQueue::Next(quint64 until)
         Unmap(RemoveFirst());
     Chunk& chunk = *iFirst;
     const int most = int(std::min(quint64(chunk.iPut - chunk.iTaken), until - iTaken));
-    LogBatches next{chunk.Bytes() + chunk.iTakenBytes, chunk.Sizes() - chunk.iTaken, 1};
-    for (qint64 bytes = next.SizeOf(0); next.iCount < most; ++next.iCount) {
-        bytes += next.SizeOf(next.iCount);
+    LogBatches next{chunk.Bytes() + chunk.iTakenBytes, chunk.Batches() - chunk.iTaken, 1};
+    for (qint64 bytes = next.At(0).iSize; next.iCount < most; ++next.iCount) {
+        bytes += next.At(next.iCount).iSize;
         if (bytes > kTogether)
             break;
     }
@@ -171,15 +176,17 @@ LogBatches BatchQueue::Next(quint64 until)
 void BatchQueue::Done(int count)
 {
     Chunk* surplus = nullptr;
+    quint64 taken = 0;
     {
         const std::lock_guard<QMutex> lock(iMutex);
         for (int i = 0; i < count; ++i)
             iFirst->Take();
-        iTaken += quint64(count);
+        taken = iTaken += quint64(count);
         if (iFirst->IsEmpty())
             surplus = RemoveFirst();
     }
     Unmap(surplus); // who logs does not wait for that
+    iProgress->Done(taken);
 }
 
 // Returns it when it is not to be used again. The last one is: from its beginning, which is in the caches.
@@ -244,8 +251,11 @@ bool BatchQueue::Rest()
 
 void BatchQueue::Close()
 {
-    const std::lock_guard<QMutex> lock(iMutex);
-    iReader = nullptr;
+    {
+        const std::lock_guard<QMutex> lock(iMutex);
+        iReader = nullptr;
+    }
+    iProgress->End();
 }
 
 void BatchQueue::Unmap(Chunk* chunks)

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "LogBatches.h"
+#include "LogProgress.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QMutex>
+
+#include <memory>
 
 class QByteArray;
 class QObject;
@@ -44,18 +47,23 @@ public:
     ~BatchQueue();
 
     /// Adds a batch. What does not fit, and what comes then until the reader has taken the rest, is dropped and
-    /// counted; after Close everything is dropped. Any thread may call.
+    /// counted; after Close everything is dropped. With the batch the log is complete up to `mark`. Any thread may
+    /// call.
     ///
     /// The reader gets an Arrival when it rests. Else it looks by itself before long, unless this one is wanted at
     /// once.
-    void Put(const QByteArray& batch, bool atOnce) noexcept;
+    void Put(const QByteArray& batch, const CrashFile::Mark& mark, bool atOnce) noexcept;
+
+    /// Tells when batches are done with, also when this is no more. Any thread may call.
+    const std::shared_ptr<LogProgress>& Progress() const { return iProgress; }
+
+    /// How many batches have been put. Any thread may call.
+    quint64 Count() const;
 
     /// @name Only for the reader
     /// @{
 
-    /// How many batches have been put.
-    quint64 Count() const;
-    /// How many of them this covers. Once it was asked, it covers no more.
+    /// How many batches this covers. Once it was asked, it covers no more.
     quint64 Until(const Arrival& arrival);
     /// The next batches that may be written together, none of them beyond number `until`. They stay where they are
     /// until Done.
@@ -78,12 +86,13 @@ private:
     struct Chunk;
 
     void Tell(bool atOnce);
-    bool Append(const QByteArray& batch);
+    bool Append(const QByteArray& batch, const CrashFile::Mark& mark);
     bool AddChunk(qint64 size);
     Chunk* RemoveFirst();
     Chunk* TakeSpare();
     static void Unmap(Chunk* chunks);
 
+    const std::shared_ptr<LogProgress> iProgress = std::make_shared<LogProgress>();
     const qint64 iCapacity;
     mutable QMutex iMutex;
     QObject* iReader; ///< null when closed

@@ -57,8 +57,7 @@ Descriptor::~Descriptor()
 
 qint64 Descriptor::Write(const char* lines, qint64 size, int patienceMs) const
 {
-    struct stat status = {};
-    const bool isFile = ::fstat(iDescriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const bool isFile = IsRegular();
     const char* const end = lines + size;
     const char* from = lines;
     while (from != end) {
@@ -88,8 +87,9 @@ bool Descriptor::CanWrite(int patienceMs) const
 void Descriptor::TakeBack(qint64 bytes) const
 {
     const off_t end = ::lseek(iDescriptor, 0, SEEK_CUR);
-    if (bytes > 0 && end >= bytes && end == Size() && ::ftruncate(iDescriptor, end - bytes) != 0)
-        return; // then the next line stands behind half of one
+    // Where that fails the next line stands behind half of one.
+    if (bytes > 0 && end >= bytes && end == Size())
+        static_cast<void>(!::ftruncate(iDescriptor, end - bytes));
 }
 
 bool Descriptor::Empty() const
@@ -114,6 +114,12 @@ Descriptor::Identity Descriptor::Which() const
     struct stat status = {};
     ::fstat(iDescriptor, &status);
     return {status.st_dev, status.st_ino};
+}
+
+bool Descriptor::IsRegular() const
+{
+    struct stat status = {};
+    return ::fstat(iDescriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool Descriptor::Lock() const

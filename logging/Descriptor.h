@@ -39,6 +39,8 @@ public:
     /// Whether the name leads to this file.
     bool IsAt(const QByteArray& name) const;
     Identity Which() const;
+    /// No pipe, and nothing else that has no size.
+    bool IsRegular() const;
 
     /// Keeps other processes from doing the same with this file at the same time. False when one is at it; true, too,
     /// where the file system knows no locks.

@@ -1,11 +1,19 @@
 #pragma once
 
+#include "CrashFile.h"
+
 /// Batches of lines that stand one behind the other in memory. Each ends with a whole line.
 struct LogBatches
 {
+    struct Batch
+    {
+        int iSize = 0;
+        CrashFile::Mark iMark; ///< how far the log is complete with it
+    };
+
     const char* iBytes = nullptr;
-    const int* iSizes = nullptr; ///< of the first batch; those of the others stand before it
+    const Batch* iBatches = nullptr; ///< the first one; the others stand before it
     int iCount = 0;
 
-    int SizeOf(int batch) const { return iSizes[-batch]; }
+    const Batch& At(int batch) const { return iBatches[-batch]; }
 };

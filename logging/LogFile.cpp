@@ -1,6 +1,8 @@
 #include "LogFile.h"
 
+#include "LogProgress.h"
 #include "Rename.h"
+#include "RotatedFiles.h"
 #include "Rotation.h"
 #include "Swallow.h"
 
@@ -33,32 +35,47 @@ LogFile::LogFile(const QString& path, QObject* parent)
 
 bool LogFile::Append(const QByteArray& lines)
 {
-    const int size = lines.size();
-    return Append({lines.constData(), &size, 1}).iIsOpen;
+    const LogBatches::Batch batch{lines.size(), iMark};
+    return Append({lines.constData(), &batch, 1}).iIsOpen;
 }
 
 LogFile::Outcome LogFile::Append(const LogBatches& batches)
 {
     const Descriptor file(iName);
-    if (!file.IsOpen())
+    if (!file.IsOpen()) {
+        Done(batches, 1, false);
         return {1, false};
-    const qint64 limit = Rotation::kMaxBytes - file.Size();
+    }
+    const qint64 size = file.Size();
+    const qint64 limit = Rotation::kMaxBytes - size;
     const std::optional<qint64> created = Created(file);
     Outcome outcome{1, true};
-    qint64 bytes = batches.SizeOf(0);
+    qint64 bytes = batches.At(0).iSize;
     // The file is rotated after exactly the batch that makes it due.
     if (!Rotation::IsDue(0, created, QDateTime::currentMSecsSinceEpoch())) {
         while (outcome.iBatches < batches.iCount && bytes <= limit)
-            bytes += batches.SizeOf(outcome.iBatches++);
+            bytes += batches.At(outcome.iBatches++).iSize;
     }
+    if (iIsLoggers)
+        CrashFile::BeginWrite(file, size);
     const qint64 written = file.Write(batches.iBytes, bytes, iPatienceMs);
     if (written < bytes)
         outcome.iBatches = GiveUp(file, batches, written);
     iPatienceMs = written < bytes ? 0 : kPatienceMs;
+    Done(batches, outcome.iBatches, written == bytes); // a rotated file is complete
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     if (Rotation::IsDue(file.Size(), created, now))
         Swallow([&] { Rotate(file, now); }); // what is written is not written again
     return outcome;
+}
+
+void LogFile::Done(const LogBatches& batches, int count, bool isWhole) const
+{
+    if (!iIsLoggers)
+        return;
+    if (!isWhole)
+        LogProgress::Lose();
+    CrashFile::Done(batches.At(count - 1).iMark);
 }
 
 // Takes back the half of a line at which writing ended, or the next line would stand behind it. The rest of that batch
@@ -71,7 +88,7 @@ int LogFile::GiveUp(const Descriptor& file, const LogBatches& batches, qint64 wr
     file.TakeBack(written - line);
     int done = 0;
     for (qint64 end = 0; end <= written; ++done)
-        end += batches.SizeOf(done);
+        end += batches.At(done).iSize;
     return done;
 }
 
@@ -99,6 +116,8 @@ void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
     const Descriptor next(iName, O_NOFOLLOW);
     if (next.IsOpen() && (isMoved || (next.Which() == file.Which() && next.Empty())))
         Begin(next, header, nowMSecs);
+    if (iIsLoggers)
+        RotatedFiles::Prune(iName);
 }
 
 void LogFile::Begin(const Descriptor& file, const QByteArray& header, qint64 nowMSecs)

@@ -37,6 +37,15 @@ public:
     /// One batch. False when the file cannot be opened.
     bool Append(const QByteArray& lines);
 
+    /// As the system has it.
+    const QByteArray& Name() const { return iName; }
+
+    /// It is the file of the Logger's own log: lines in the crash file are given up as they are written here, and
+    /// rotated files that are too many are removed.
+    void ServeLogger() { iIsLoggers = true; }
+    /// What is complete with the next single batch.
+    void SetMark(const CrashFile::Mark& mark) { iMark = mark; }
+
 private:
     // A pipe's reader that has come to a stand is waited for so long, and not again before it has gone on.
     static constexpr int kPatienceMs = 1000;
@@ -47,6 +56,7 @@ private:
         qint64 iMSecs;
     };
 
+    void Done(const LogBatches& batches, int count, bool isWhole) const;
     static int GiveUp(const Descriptor& file, const LogBatches& batches, qint64 written);
     std::optional<qint64> Created(const Descriptor& file) const;
     void Rotate(const Descriptor& file, qint64 nowMSecs);
@@ -56,4 +66,6 @@ private:
     const QByteArray iName;
     std::optional<Start> iStart; // of a file that cannot keep it itself
     int iPatienceMs = kPatienceMs;
+    bool iIsLoggers = false;
+    CrashFile::Mark iMark;
 };

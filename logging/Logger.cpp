@@ -1,14 +1,25 @@
+#include "CrashFile.h"
+#include "LogFile.h"
+#include "LogLine.h"
+#include "LogProgress.h"
 #include "LoggingThread.h"
+#include "RotatedFiles.h"
 #include "Swallow.h"
+#include "WriteSignals.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <QtCore/QDateTime>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QThread>
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 
@@ -97,6 +108,7 @@ QMutex& CreationMutex()
 
 std::atomic<Logger*> Logger::iInstance{nullptr};
 std::atomic<int> Logger::iActiveLevel{0};
+std::atomic<int> Logger::iFlushLevels{0};
 
 Logger::Logger()
     : iMutex(QMutex::Recursive)
@@ -157,6 +169,7 @@ void Logger::End(const char* func, const char* farewell, bool withPath)
     iAgent = nullptr;
     iActiveLevel = 0;
     agent->StopLogging();
+    agent->UseCrashFile(nullptr);
     lock.unlock();
     // A caller that does not leave in time keeps the agent alive: a leak at the end is better than a crash.
     if (HaveUnlockedCallersLeft())
@@ -189,6 +202,7 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
         logger->WithAgentWaiting([&](LoggerAgent& agent) { any = isWanted(agent); });
         if (!any)
             return;
+        CompleteInterrupted(path);
         // Now, because the list of threads comes before the Logger.
         std::unique_ptr<LoggingThread> thread = LoggerAgent::NewThread(path);
         logger->WithAgentWaiting([&](LoggerAgent& agent) {
@@ -203,6 +217,77 @@ void Logger::SetLoggerFileName(const QString& path, bool force)
             }
         });
     });
+}
+
+// The line goes straight to the file: before those that already wait in the buffer.
+void Logger::CompleteInterrupted(const QString& newPath)
+{
+    const std::shared_ptr<CrashFile> file = CrashFile::Used();
+    if (!file)
+        return;
+    const QString newLog = QFileInfo(newPath).absoluteFilePath();
+    const CrashFile::Recovered recovered = file->Recover(QFile::encodeName(newLog));
+    if (!recovered.iIsAny || !GetInstance()->LoggingEnabled(LoggerDefs::Information))
+        return;
+    QString msg = QStringLiteral("recovered %1 lines of an interrupted run").arg(recovered.iLines);
+    if (recovered.iUnprotected > 0)
+        msg += QStringLiteral(", %1 lines were not protected").arg(recovered.iUnprotected);
+    QByteArray line;
+    LogLine::Append(line, QDateTime::currentMSecsSinceEpoch(), kInformationCode, "Information", "Logger::SetCrashFile",
+                    msg);
+    const WriteSignals::Blocker blocker;
+    LogFile(newLog).Append(line);
+}
+
+bool Logger::SetCrashFile(const QString& path)
+{
+    bool isSet = false;
+    Swallow([&] {
+        Logger* const logger = GetInstance();
+        const std::lock_guard<QMutex> setting(CrashFile::SettingMutex());
+        const std::shared_ptr<CrashFile> old = CrashFile::Used();
+        const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
+        isSet = old && !path.isEmpty() && old->IsAt(name);
+        if (isSet || path.contains(QChar(0)) || !logger->iAgent.load())
+            return;
+        const std::shared_ptr<CrashFile> file = path.isEmpty() ? nullptr : CrashFile::Open(name);
+        if (!file && !path.isEmpty())
+            return;
+        logger->WithAgentWaiting([&](LoggerAgent& agent) {
+            agent.UseCrashFile(file);
+            isSet = true;
+        });
+        if (isSet && old)
+            old->GiveUp();
+    });
+    return isSet;
+}
+
+bool Logger::Flush(int timeoutMs)
+{
+    bool isDone = false;
+    Swallow([&] {
+        const QDeadlineTimer deadline(std::max(timeoutMs, 0));
+        std::shared_ptr<LogProgress> progress;
+        quint64 batches = 0;
+        if (!dynamic_cast<LoggingThread*>(QThread::currentThread())) {
+            const UnlockedCaller caller;
+            if (LoggerAgent* const agent = GetInstance()->iAgent.load())
+                progress = agent->HandOver(deadline, batches);
+        }
+        isDone = progress && progress->WaitFor(batches, deadline) && LogProgress::IsWhole();
+    });
+    return isDone;
+}
+
+void Logger::SetFlushLevels(int mask)
+{
+    iFlushLevels.store(mask, std::memory_order_relaxed);
+}
+
+void Logger::SetRotatedFiles(int count, qint64 bytes)
+{
+    RotatedFiles::SetBound(count, bytes);
 }
 
 // Until the log starts a copy of the process (fork) gets a log like any other. The threads that it has not would never
@@ -247,6 +332,7 @@ void Logger::AfterCopy()
 void Logger::BeginInCopy()
 {
     AfterCopy();
+    CrashFile::ForgetInCopy();
     gUnlockedCallers = 0;
     Logger* const logger = iInstance.load();
     LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;
@@ -318,8 +404,9 @@ void Logger::WithAgentOrDrop(const Call& call)
 {
     Swallow([&] {
         const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
-        LoggerAgent* const agent = lock ? iAgent.load(std::memory_order_relaxed) : nullptr;
-        if (agent)
+        if (!lock)
+            LogProgress::Lose();
+        else if (LoggerAgent* const agent = iAgent.load(std::memory_order_relaxed))
             call(*agent);
     });
 }

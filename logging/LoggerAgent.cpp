@@ -1,3 +1,5 @@
+#include "CrashFile.h"
+#include "LogFile.h"
 #include "LogLine.h"
 #include "LoggingThread.h"
 #include "Swallow.h"
@@ -10,10 +12,12 @@
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QDateTime>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFileInfo>
 #include <QtCore/QScopeGuard>
 
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <sys/time.h>
@@ -25,6 +29,7 @@ constexpr std::chrono::milliseconds kBufferTimeout(1000);
 constexpr int kBatchBytes = 5000;
 constexpr int kBufferBytes = kBatchBytes + 1024;
 constexpr int kMostKept = 16 * kBufferBytes; // of a buffer that a long line has made grow
+constexpr quint64 kMostOfRest = 100; // of a line, besides its texts
 constexpr int kTimerMs = 5000;
 constexpr int kIdleSecs = 31;
 constexpr unsigned long kThreadEndMs = 10000;
@@ -69,6 +74,18 @@ qint64 MSecsSinceEpoch()
     return qint64(now.tv_sec) * 1000 + now.tv_usec / 1000;
 }
 
+// Of the Logger's lines, whose agent's mutex is held, by this thread or one that waits for it.
+CrashFile::Mark EndOfLines(bool isLoggers)
+{
+    return isLoggers ? CrashFile::End() : CrashFile::Mark();
+}
+
+// At most, in UTF-8.
+quint64 BytesOf(const char* func, const QString& msg)
+{
+    return 3 * (quint64(msg.size()) + (func ? std::strlen(func) : 0)) + kMostOfRest;
+}
+
 // The system would not start it. One that was ended by others has run.
 bool NeverRan(const QThread& thread)
 {
@@ -99,6 +116,8 @@ LoggerAgent::~LoggerAgent() = default;
     if (!word || (level & ~Level()) != 0)
         return;
     DoLog(code, func, word, msg);
+    if (iHasLoggersLevel && (level & Logger::iFlushLevels.load(std::memory_order_relaxed)) != 0)
+        HandOver();
     if (level != LoggerDefs::Error && level != LoggerDefs::Exception)
         return;
     // The reporter comes last: it may do anything, stopping the log included.
@@ -163,13 +182,21 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 [[gnu::hot]] void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
-    const std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
-    if (!lock)
+    std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
+    const bool isProtected = iHasLoggersLevel && CrashFile::Current();
+    if (isProtected)
+        CrashFile::AwaitRoom(lock, BytesOf(func, msg));
+    if (!lock) {
+        LogProgress::Lose();
         return;
+    }
     if (iBuffer.capacity() == 0)
         iBuffer.reserve(kBufferBytes);
+    const int before = iBuffer.size();
     const qint64 now = MSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
+    if (isProtected)
+        CrashFile::Put(iBuffer.constData() + before, iBuffer.size() - before);
     iLastLineSecs = now / 1000;
     iHasLines = true;
     if (iBuffer.size() > kBatchBytes || iResettingLevel)
@@ -183,11 +210,43 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     batch.swap(iBuffer);
     iHasLines = false;
     Q_EMIT logMessage(batch);
+    if (!iThread && iHasLoggersLevel) { // it is lost
+        LogProgress::Lose();
+        CrashFile::Done(CrashFile::End());
+    }
     // It is used again, unless a listener has kept it.
     if (iBuffer.isEmpty() && batch.isDetached() && batch.capacity() <= kMostKept) {
         batch.resize(0);
         batch.swap(iBuffer);
     }
+}
+
+void LoggerAgent::HandOver()
+{
+    const std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
+    if (lock && iThread && !iBuffer.isEmpty())
+        SendBufferToThread();
+}
+
+// Null when there is nothing to wait for.
+std::shared_ptr<LogProgress> LoggerAgent::HandOver(const QDeadlineTimer& deadline, quint64& batches)
+{
+    const std::unique_lock<QMutex> lock(iMutex, std::chrono::milliseconds(deadline.remainingTime()));
+    if (!lock || !iThread)
+        return nullptr;
+    if (!iBuffer.isEmpty())
+        SendBufferToThread();
+    const BatchQueue& queue = static_cast<LoggingThread&>(*iThread).Queue();
+    batches = queue.Count();
+    return queue.Progress();
+}
+
+void LoggerAgent::UseCrashFile(std::shared_ptr<CrashFile> file)
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (file && iThread)
+        file->SetLog(static_cast<LoggingThread&>(*iThread).File().Name());
+    CrashFile::Use(std::move(file));
 }
 
 void LoggerAgent::DebugLine(const char* func, const char* msg)
@@ -312,16 +371,24 @@ void LoggerAgent::Connect(LoggingThread& thread)
         thread.moveToThread(this->thread());
     iThread = &thread;
     iWorker = &thread.Worker();
+    if (iHasLoggersLevel) {
+        thread.File().ServeLogger();
+        if (CrashFile* const crashFile = CrashFile::Current())
+            crashFile->SetLog(thread.File().Name());
+    }
     connect(iThread, SIGNAL(started()), iWorker, SLOT(onStartWorker()));
     connect(iThread, SIGNAL(finished()), iWorker, SLOT(deleteLater()));
     BatchQueue* const queue = &thread.Queue();
     connect(
         this, &LoggerAgent::logMessage, iWorker,
-        [this, queue](const QByteArray& batch) { queue->Put(batch, iResettingLevel || batch.size() <= kBatchBytes); },
+        [this, queue](const QByteArray& batch) {
+            queue->Put(batch, EndOfLines(iHasLoggersLevel), iResettingLevel || batch.size() <= kBatchBytes);
+        },
         Qt::DirectConnection);
     // What was put before the stop comes before it, also when there was no memory to tell of it.
     connect(
-        this, &LoggerAgent::stopWorker, iWorker, [rest = &thread] { rest->Deliver(); }, Qt::BlockingQueuedConnection);
+        this, &LoggerAgent::stopWorker, iWorker, [this, rest = &thread] { DeliverBeforeRest(*rest); },
+        Qt::BlockingQueuedConnection);
     connect(this, SIGNAL(stopWorker(QByteArray)), iWorker, SLOT(onStopWorker(QByteArray)),
             Qt::BlockingQueuedConnection);
 }
@@ -368,7 +435,13 @@ void LoggerAgent::WriteRest(LoggingThread& thread)
     });
     // Without memory for that it still takes what was put when it ends.
     if (!stopped)
-        thread.Queue().Put(iBuffer, true);
+        thread.Queue().Put(iBuffer, EndOfLines(iHasLoggersLevel), true);
+}
+
+void LoggerAgent::DeliverBeforeRest(LoggingThread& thread)
+{
+    thread.Deliver();
+    thread.File().SetMark(EndOfLines(iHasLoggersLevel));
 }
 
 // The system would not start the thread.
@@ -378,7 +451,7 @@ void LoggerAgent::WriteRestHere(LoggingThread& thread)
     disconnect(this, nullptr, iWorker, nullptr);
     Swallow([&] {
         iWorker->onStartWorker();
-        thread.Deliver();
+        DeliverBeforeRest(thread);
         iWorker->onStopWorker(iBuffer);
         Q_EMIT stopWorker(iBuffer);
     });

@@ -76,6 +76,6 @@ int LoggerWorker::WriteTogether(const LogBatches& batches)
     if (iRunning && iQueue.isEmpty())
         Swallow([&] { done = FileOf(*this).Append(batches).iBatches; });
     else
-        Swallow([&] { onLogMessage(QByteArray(batches.iBytes, batches.SizeOf(0))); });
+        Swallow([&] { onLogMessage(QByteArray(batches.iBytes, batches.At(0).iSize)); });
     return done;
 }

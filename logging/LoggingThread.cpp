@@ -1,6 +1,7 @@
 #include "LoggingThread.h"
 
 #include "LogDelivery.h"
+#include "LogFile.h"
 #include "Swallow.h"
 #include "WriteSignals.h"
 #include "WriterDispatcher.h"
@@ -36,6 +37,7 @@ WriterDispatcher& SetDispatcher(QThread& thread)
 LoggingThread::LoggingThread(const QString& path)
     : RegisteredThread(QStringLiteral("logging thread"), nullptr)
     , iWorker(std::make_unique<LoggerWorker>(path))
+    , iFile(iWorker->findChild<LogFile*>(QString(), Qt::FindDirectChildrenOnly))
     , iDelivery(new LogDelivery(*iWorker, iQueue))
     , iQueue(*iDelivery, SetDispatcher(*this), MostWaiting())
 {

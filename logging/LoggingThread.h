@@ -7,6 +7,7 @@
 #include <memory>
 
 class LogDelivery;
+class LogFile;
 class LoggerWorker;
 
 /// The thread that writes the log, and the batches on their way to it.
@@ -21,6 +22,8 @@ public:
 
     /// The one that writes. It is there until the thread has run.
     LoggerWorker& Worker() { return *iWorker; }
+    /// The one that it writes.
+    LogFile& File() { return *iFile; }
     /// The worker's batches. Whatever is left in the end is written before the worker goes.
     BatchQueue& Queue() { return iQueue; }
     /// Writes what there is. For another thread when this one does not run.
@@ -35,6 +38,7 @@ private:
     void WaitForEvents();
 
     std::unique_ptr<LoggerWorker> iWorker;
-    LogDelivery* iDelivery; ///< the worker's child
+    LogFile* iFile; ///< the worker's child
+    LogDelivery* iDelivery; ///< as well
     BatchQueue iQueue;
 };

@@ -3,8 +3,11 @@
 #include "Stamp.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace {
 
@@ -17,6 +20,19 @@ QByteArray StampOf(qint64 msecs)
     return QByteArray(text.data(), int(Stamp::Put(text.data(), msecs) - text.data()));
 }
 
+struct Around
+{
+    QByteArray iBefore;
+    QByteArray iBehind;
+};
+
+Around AroundStamp(const QByteArray& path)
+{
+    const int dot = path.lastIndexOf('.');
+    const bool hasSuffix = dot > path.lastIndexOf('/');
+    return {path.left(hasSuffix ? dot : path.size()) + '-', hasSuffix ? path.mid(dot) : QByteArray(".")};
+}
+
 } // namespace
 
 bool Rotation::IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs)
@@ -26,11 +42,24 @@ bool Rotation::IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 now
 
 QByteArray Rotation::RotatedPath(const QByteArray& path, qint64 nowMSecs)
 {
-    const QByteArray when = StampOf(nowMSecs).chopped(kMilliseconds).replace(' ', '_').replace(':', '-');
-    const int name = path.lastIndexOf('/') + 1;
-    const int dot = path.lastIndexOf('.');
-    const bool hasSuffix = dot >= name;
-    return path.left(hasSuffix ? dot : path.size()) + '-' + when + '.' + (hasSuffix ? path.mid(dot + 1) : QByteArray());
+    const Around around = AroundStamp(path);
+    return around.iBefore + StampOf(nowMSecs).chopped(kMilliseconds).replace(' ', '_').replace(':', '-')
+        + around.iBehind;
+}
+
+bool Rotation::IsRotatedPath(const QByteArray& path, const QByteArray& rotatedPath)
+{
+    const Around around = AroundStamp(path);
+    if (rotatedPath.size() != around.iBefore.size() + Stamp::kToSecond + around.iBehind.size()
+        || !rotatedPath.startsWith(around.iBefore) || !rotatedPath.endsWith(around.iBehind))
+        return false;
+    const QByteArray stamp = rotatedPath.mid(around.iBefore.size(), Stamp::kToSecond);
+    const auto number = [&stamp](int at, int digits) { return stamp.mid(at, digits).toInt(); };
+    constexpr std::string_view kForm = "0000-00-00_00-00-00";
+    return std::equal(kForm.begin(), kForm.end(), stamp.begin(),
+                      [](char form, char is) { return form == '0' ? is >= '0' && is <= '9' : is == form; })
+        && QDate::isValid(number(0, 4), number(5, 2), number(8, 2))
+        && QTime::isValid(number(11, 2), number(14, 2), number(17, 2));
 }
 
 QByteArray Rotation::HeaderLine(const QByteArray& rotatedPath, qint64 nowMSecs)

@@ -19,6 +19,9 @@ bool IsDue(qint64 size, std::optional<qint64> createdMSecs, qint64 nowMSecs);
 /// The path that the log file at `path` is moved to, in the encoding of `path`.
 QByteArray RotatedPath(const QByteArray& path, qint64 nowMSecs);
 
+/// Whether a log file at `path` could have been moved to `rotatedPath`.
+bool IsRotatedPath(const QByteArray& path, const QByteArray& rotatedPath);
+
 /// The first line of the file that follows, line feed included. The path is in UTF-8.
 QByteArray HeaderLine(const QByteArray& rotatedPath, qint64 nowMSecs);
 

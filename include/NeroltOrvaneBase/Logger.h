@@ -71,6 +71,35 @@ public:
     /// logging thread may).
     static void SetLoggerFileName(const QString& path, bool force);
 
+    /// From now on each accepted line is also in the file at `path`, which is mapped into memory, from before its call
+    /// returns until it is in the log: so a line whose call has returned is never lost when the process dies, be it by
+    /// SIGKILL. Call it before the first SetLoggerFileName. If a process that used this file has died, the next
+    /// SetLoggerFileName completes its log and then logs how many lines it recovered, with code 10 and as
+    /// Logger::SetCrashFile. A log that cannot be opened is completed by a later one.
+    ///
+    /// The file has 4 MiB, and is removed when the log stops. If the disk is so slow that it fills up, each call waits
+    /// for at most a second, and its line is then not protected. An empty path ends the protection.
+    ///
+    /// Returns false and changes nothing if the file cannot be made or has no room on the disk, if a living process
+    /// uses it, if something else is there, or if the log is stopped. A relative path refers to the current folder. Any
+    /// thread may call. Waits for the disk.
+    static bool SetCrashFile(const QString& path);
+
+    /// Waits until everything that this thread has logged is in the file, for at most `timeoutMs` milliseconds; less
+    /// than 0 counts as 0. Returns false if that takes longer, if there is no file, and if the log is stopped. Also
+    /// returns false, once for each thread, after lines of any thread were lost. Any thread may call; the logging
+    /// thread gets false.
+    static bool Flush(int timeoutMs = 5000);
+
+    /// Lines whose level is in the mask are handed to the logging thread at once. Their callers do not wait for the
+    /// disk. The mask is 0 at first. Never blocks.
+    static void SetFlushLevels(int mask);
+
+    /// Right after a rotation the logging thread removes the oldest rotated files of this log, until at most `count`
+    /// are left that have at most `bytes` bytes together. 0, as at first, or less is no bound. Only regular files are
+    /// removed that have a name as LoggerWorker gives it. Any thread may call.
+    static void SetRotatedFiles(int count, qint64 bytes);
+
     /// Returns the path given to SetLoggerFileName, empty before. Valid only until StopLogging, and only on the thread
     /// that sets the name.
     static const QString& GetLoggerFileName();
@@ -156,6 +185,7 @@ private:
     void WithAgentReporting(const Call& call);
     template <typename Call>
     void WithAgentOrDrop(const Call& call);
+    static void CompleteInterrupted(const QString& newPath);
     void End(const char* func, const char* farewell, bool withPath);
 
     // The list of threads exists before any logger: it handles forks. Its lock also comes first.
@@ -166,11 +196,12 @@ private:
     static void AfterCopy();
     static void BeginInCopy();
 
-    friend class LoggerAgent; // has the Logger's mask
+    friend class LoggerAgent; // has the Logger's masks
 
     static std::atomic<Logger*> iInstance;
     // The mask, 0 without an agent: the level test of every call site is this one load.
     static std::atomic<int> iActiveLevel;
+    static std::atomic<int> iFlushLevels;
 
     QMutex iMutex;
     std::atomic<LoggerAgent*> iAgent;

@@ -11,10 +11,13 @@
 #include <atomic>
 #include <memory>
 
+class CrashFile;
 class IErrorReporter;
+class LogProgress;
 class LoggerWorker;
 class LoggingThread;
 class QDateTime;
+class QDeadlineTimer;
 class RegisteredThread;
 
 /// Filters and formats messages, buffers the lines and hands them to the logging thread.
@@ -115,6 +118,10 @@ private:
     QString ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     QString ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned int code) const;
     void DebugLine(const char* func, const char* msg);
+    void HandOver();
+    void DeliverBeforeRest(LoggingThread& thread);
+    void UseCrashFile(std::shared_ptr<CrashFile> file);
+    std::shared_ptr<LogProgress> HandOver(const QDeadlineTimer& deadline, quint64& batches);
     static std::unique_ptr<LoggingThread> NewThread(const QString& path);
     void ChangeFile(const QString& path, std::unique_ptr<LoggingThread> thread);
     void Begin(std::unique_ptr<LoggingThread> thread);

@@ -53,8 +53,8 @@ QList<QByteArray> Split(const LogBatches& batches)
     QList<QByteArray> split;
     const char* at = batches.iBytes;
     for (int i = 0; i < batches.iCount; ++i) {
-        split += QByteArray(at, batches.SizeOf(i));
-        at += batches.SizeOf(i);
+        split += QByteArray(at, batches.At(i).iSize);
+        at += batches.At(i).iSize;
     }
     return split;
 }
@@ -114,12 +114,12 @@ private Q_SLOTS:
         Reader reader;
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
-        queue.Put("first\n", false);
-        queue.Put("", false);
-        queue.Put("second\n", false);
+        queue.Put("first\n", {}, false);
+        queue.Put("", {}, false);
+        queue.Put("second\n", {}, false);
         QCOMPARE(TakeGroups(queue), (QList<QList<QByteArray>>{{"first\n", "", "second\n"}}));
         QCOMPARE(TakeGroups(queue), QList<QList<QByteArray>>());
-        queue.Put("third\n", false);
+        queue.Put("third\n", {}, false);
         QCOMPARE(TakeGroups(queue), (QList<QList<QByteArray>>{{"third\n"}}));
         QCOMPARE(queue.Count(), quint64(4));
     }
@@ -130,7 +130,7 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         QByteArray batch("before");
-        queue.Put(batch, false);
+        queue.Put(batch, {}, false);
         QVERIFY(batch.isDetached());
         batch[0] = 'X';
         QCOMPARE(Take(queue), QList<QByteArray>{"before"});
@@ -142,7 +142,7 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         for (const char* batch : {"a", "b", "c"})
-            queue.Put(batch, false);
+            queue.Put(batch, {}, false);
         QCOMPARE(Split(queue.Next(kAll - 1)), (QList<QByteArray>{"a", "b", "c"}));
         queue.Done(1);
         QCOMPARE(Split(queue.Next(kAll - 1)), (QList<QByteArray>{"b", "c"}));
@@ -154,7 +154,7 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         for (const char* batch : {"a", "b", "c"})
-            queue.Put(batch, false);
+            queue.Put(batch, {}, false);
         QCOMPARE(Split(queue.Next(2)), (QList<QByteArray>{"a", "b"}));
         queue.Done(2);
         QCOMPARE(queue.Next(2).iCount, 0);
@@ -181,7 +181,7 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         for (const int size : sizes)
-            queue.Put(QByteArray(size, 'x'), false);
+            queue.Put(QByteArray(size, 'x'), {}, false);
         QList<int> found;
         for (const QList<QByteArray>& group : TakeGroups(queue))
             found += group.size();
@@ -200,7 +200,7 @@ private Q_SLOTS:
             QList<QByteArray> found;
             for (int i = 0; i < 3 * sizes.size(); ++i) {
                 expected += QByteArray(sizes.at((i + before) % sizes.size()), char('a' + i));
-                queue.Put(expected.last(), false);
+                queue.Put(expected.last(), {}, false);
                 if (i == before)
                     found += Take(queue);
             }
@@ -217,7 +217,7 @@ private Q_SLOTS:
         QList<QByteArray> expected;
         for (int i = 0; i < 100000; ++i) {
             expected += QByteArray::number(i);
-            queue.Put(expected.last(), false);
+            queue.Put(expected.last(), {}, false);
         }
         QVERIFY(Take(queue) == expected);
     }
@@ -228,19 +228,19 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         QVERIFY(!reader.IsWoken());
-        queue.Put("a", false);
+        queue.Put("a", {}, false);
         QVERIFY(reader.IsWoken());
-        queue.Put("b", false);
+        queue.Put("b", {}, false);
         QVERIFY(!reader.IsWoken());
-        queue.Put("c", true);
+        queue.Put("c", {}, true);
         QVERIFY(reader.IsWoken());
         QVERIFY(!queue.Rest()); // there is something
         Take(queue);
-        queue.Put("d", false);
+        queue.Put("d", {}, false);
         QVERIFY(!reader.IsWoken());
         Take(queue);
         QVERIFY(queue.Rest());
-        queue.Put("e", false);
+        queue.Put("e", {}, false);
         QVERIFY(reader.IsWoken());
     }
 
@@ -251,18 +251,18 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         const auto posted = [&reader] { reader.iEvents.wakeUp(); }; // the events here are those of another dispatcher
-        queue.Put("a", false);
+        queue.Put("a", {}, false);
         QCOMPARE(reader.Told(), QList<quint64>{1}); // it looks from now on
-        queue.Put("b", false);
+        queue.Put("b", {}, false);
         QCOMPARE(reader.Told(), QList<quint64>{2});
-        queue.Put("c", false);
+        queue.Put("c", {}, false);
         posted();
-        queue.Put("d", false);
+        queue.Put("d", {}, false);
         QCOMPARE(reader.Told(), QList<quint64>{4});
-        queue.Put("e", false);
+        queue.Put("e", {}, false);
         posted();
         posted(); // somebody else's
-        queue.Put("f", false);
+        queue.Put("f", {}, false);
         QCOMPARE(reader.Told(), (QList<quint64>{5, 6}));
     }
 
@@ -273,16 +273,16 @@ private Q_SLOTS:
         reader.iQueue = &queue;
         const QByteArray half(int(kChunk) / 2 - 100, 'x');
         for (int i = 0; i < 4; ++i)
-            queue.Put(half, false);
-        queue.Put(half + "one\ntwo\n", false);
-        queue.Put("three\n", false); // it would fit, but would leave a gap before it
+            queue.Put(half, {}, false);
+        queue.Put(half + "one\ntwo\n", {}, false);
+        queue.Put("three\n", {}, false); // it would fit, but would leave a gap before it
         QCOMPARE(queue.TakeDropped(), qint64(0)); // not while there is something before
         QVERIFY(!queue.Rest());
         QCOMPARE(Take(queue), (QList<QByteArray>{half, half, half, half}));
         QVERIFY(!queue.Rest());
         QCOMPARE(queue.TakeDropped(), qint64(3));
         QCOMPARE(queue.TakeDropped(), qint64(0));
-        queue.Put("four\n", false);
+        queue.Put("four\n", {}, false);
         QCOMPARE(Take(queue), QList<QByteArray>{"four\n"});
         QVERIFY(queue.Rest());
     }
@@ -292,7 +292,7 @@ private Q_SLOTS:
         Reader reader;
         BatchQueue queue(reader, reader.iEvents, kChunk);
         reader.iQueue = &queue;
-        queue.Put(QByteArray(int(kChunk), '\n'), false);
+        queue.Put(QByteArray(int(kChunk), '\n'), {}, false);
         QCOMPARE(Take(queue), QList<QByteArray>());
         QCOMPARE(queue.TakeDropped(), kChunk);
     }
@@ -307,8 +307,8 @@ private Q_SLOTS:
         const QList<QByteArray> three{most, most, most};
         for (int i = 0; i < 100; ++i) {
             for (const QByteArray& batch : three)
-                queue.Put(batch, false);
-            queue.Put(QByteArray(int(kChunk) + i, 'y'), false); // takes more than is left
+                queue.Put(batch, {}, false);
+            queue.Put(QByteArray(int(kChunk) + i, 'y'), {}, false); // takes more than is left
             QCOMPARE(Take(queue), three);
             QCOMPARE(queue.TakeDropped(), qint64(0));
         }
@@ -319,9 +319,9 @@ private Q_SLOTS:
         Reader reader;
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
-        queue.Put("before", false);
+        queue.Put("before", {}, false);
         queue.Close();
-        queue.Put("after\n", true);
+        queue.Put("after\n", {}, true);
         QCOMPARE(queue.Count(), quint64(1));
         QCOMPARE(queue.TakeDropped(), qint64(0));
         QCOMPARE(reader.Told(), QList<quint64>{1});
@@ -334,10 +334,10 @@ private Q_SLOTS:
         BatchQueue queue(reader, reader.iEvents, kPlenty);
         reader.iQueue = &queue;
         const QByteArray batch(5000, 'x');
-        queue.Put(batch, false);
+        queue.Put(batch, {}, false);
         const qint64 before = ResidentBytes();
         for (int i = 0; i < 10000; ++i)
-            queue.Put(batch, false);
+            queue.Put(batch, {}, false);
         const qint64 between = ResidentBytes();
         QVERIFY2(between - before > 49000000, QByteArray::number(between - before));
         const quint64 until = queue.Count();
@@ -367,7 +367,7 @@ private Q_SLOTS:
         for (int thread = 0; thread < threads; ++thread) {
             writers.emplace_back([&queue, &left, thread] {
                 for (int i = 0; i < each; ++i)
-                    queue.Put(QByteArray::number(i) + char('a' + thread), i % 100 == 0);
+                    queue.Put(QByteArray::number(i) + char('a' + thread), {}, i % 100 == 0);
                 --left;
             });
         }

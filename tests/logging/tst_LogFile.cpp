@@ -58,17 +58,17 @@ bool Append(const QString& path, const QByteArray& bytes)
 QVector<int> AppendTogether(LogFile& file, const QList<QByteArray>& batches)
 {
     QByteArray bytes;
-    std::vector<int> sizes;
+    std::vector<LogBatches::Batch> sizes;
     for (const QByteArray& batch : batches) {
         bytes += batch;
-        sizes.insert(sizes.begin(), batch.size());
+        sizes.insert(sizes.begin(), {batch.size(), {}});
     }
     QVector<int> done;
     const char* from = bytes.constData();
     for (int left = batches.size(); left > 0; left -= done.last()) {
         done += file.Append({from, &sizes[size_t(left - 1)], left}).iBatches;
         for (int i = 0; i < done.last(); ++i)
-            from += sizes[size_t(left - 1 - i)];
+            from += sizes[size_t(left - 1 - i)].iSize;
     }
     return done;
 }

@@ -1,0 +1,219 @@
+#include "CrashFile.h"
+
+#include "CrashFormat.h"
+#include "CrashRecovery.h"
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QWaitCondition>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+
+namespace {
+
+constexpr int kPatienceMs = 1000;
+constexpr std::chrono::milliseconds kAgentTimeout(1000);
+
+// Never destroyed, threads may log until the very end of the process.
+struct Use
+{
+    QMutex iSetting;
+    QMutex iMutex;
+    QWaitCondition iRoom;
+    bool iIsPatient = true; ///< the writer has gone on since somebody waited in vain
+    int iWaiting = 0;
+    std::shared_ptr<CrashFile> iFile;
+};
+
+std::atomic<Use*> gUse{nullptr};
+// That of the use. Changes with the agent's mutex held, and with that of the use.
+std::atomic<CrashFile*> gFile{nullptr};
+
+Use& TheUse()
+{
+    Use* use = gUse.load();
+    if (!use) {
+        auto made = std::make_unique<Use>();
+        if (gUse.compare_exchange_strong(use, made.get()))
+            use = made.release();
+    }
+    return *use;
+}
+
+} // namespace
+
+QMutex& CrashFile::SettingMutex()
+{
+    return TheUse().iSetting;
+}
+
+std::shared_ptr<CrashFile> CrashFile::Used()
+{
+    if (!gFile.load())
+        return nullptr;
+    const std::lock_guard<QMutex> lock(TheUse().iMutex);
+    return TheUse().iFile;
+}
+
+void CrashFile::Use(std::shared_ptr<CrashFile> file)
+{
+    if (!file && !gFile.load())
+        return;
+    ::Use& use = TheUse();
+    const std::lock_guard<QMutex> lock(use.iMutex);
+    if (file && use.iFile)
+        file->TakeOver(*use.iFile);
+    gFile = file.get();
+    use.iFile.swap(file);
+    use.iRoom.wakeAll();
+}
+
+void CrashFile::GiveUp()
+{
+    iSection.iTail = iSection.iHead.load();
+}
+
+// Another thread may have held its mutex, so that this one is given up.
+void CrashFile::ForgetInCopy()
+{
+    if (const CrashFile* const file = gFile.exchange(nullptr))
+        file->Abandon();
+    gUse = nullptr;
+}
+
+CrashFile* CrashFile::Current()
+{
+    return gFile.load(std::memory_order_relaxed);
+}
+
+bool CrashFile::HasRoom(quint64 bytes) const
+{
+    return iSection.iHead - iSection.iTail + bytes <= CrashFormat::kCapacity;
+}
+
+void CrashFile::AwaitRoom(std::unique_lock<QMutex>& agent, quint64 bytes)
+{
+    const QDeadlineTimer deadline(kPatienceMs);
+    while (agent && Current() && !Current()->HasRoom(bytes) && bytes <= CrashFormat::kCapacity) {
+        ::Use& use = TheUse();
+        {
+            std::unique_lock<QMutex> lock(use.iMutex);
+            if (deadline.hasExpired())
+                use.iIsPatient = false;
+            if (!use.iIsPatient)
+                return;
+            agent.unlock();
+            ++use.iWaiting;
+            if (!Current() || !Current()->HasRoom(bytes))
+                use.iRoom.wait(&use.iMutex, deadline);
+            --use.iWaiting;
+        }
+        if (!agent.try_lock_for(kAgentTimeout))
+            return;
+    }
+}
+
+// It may have been taken away while the caller waited for room.
+void CrashFile::Put(const char* line, int size)
+{
+    if (CrashFile* const used = Current())
+        used->Add(line, size);
+}
+
+void CrashFile::Add(const char* line, int size)
+{
+    constexpr quint64 kHead = CrashFormat::kRecordHead;
+    const quint64 record = kHead + quint64(size);
+    if (!HasRoom(record)) {
+        iSection.iUnprotected.fetch_add(1, std::memory_order_relaxed);
+        return;
+    }
+    const quint32 head[] = {quint32(size), CrashFormat::Check(line, quint64(size))};
+    static_assert(sizeof head == kHead);
+    const quint64 position = iSection.iHead.load(std::memory_order_relaxed);
+    if (iAt + record < CrashFormat::kCapacity) {
+        char* const out = iSection.Bytes() + iAt;
+        std::memcpy(out, head, kHead);
+        std::memcpy(out + kHead, line, size_t(size));
+        iAt += record;
+    } else {
+        iSection.Put(position, head, kHead);
+        iSection.Put(position + kHead, line, quint64(size));
+        iAt = (position + record) % CrashFormat::kCapacity;
+    }
+    iSection.iHead.store(position + record, std::memory_order_release);
+}
+
+CrashFile::Mark CrashFile::End()
+{
+    const CrashFile* const used = Current();
+    return used ? Mark{used->iSection.iHead, used->iSection.iUnprotected} : Mark();
+}
+
+void CrashFile::SetLog(const QByteArray& name)
+{
+    iSection.SetLog(name);
+}
+
+void CrashFile::BeginWrite(const Descriptor& file, qint64 offset)
+{
+    if (!gFile.load())
+        return;
+    const std::lock_guard<QMutex> lock(TheUse().iMutex);
+    if (CrashFile* const used = gFile)
+        used->iSection.SetAttempt(file.Which(), offset);
+}
+
+void CrashFile::Done(const Mark& mark)
+{
+    if (!gFile.load())
+        return;
+    ::Use& use = TheUse();
+    const std::lock_guard<QMutex> lock(use.iMutex);
+    CrashFile* const used = gFile;
+    if (!used || mark.iEnd < used->iSection.iTail)
+        return;
+    used->iSection.iTail = mark.iEnd;
+    used->iSection.iUnprotectedDone = mark.iUnprotected;
+    use.iIsPatient = true;
+    if (use.iWaiting > 0)
+        use.iRoom.wakeAll();
+}
+
+// The marks of batches that wait stay right: positions are the same in both.
+void CrashFile::TakeOver(CrashFile& other)
+{
+    std::memcpy(iMapping.iBytes, other.iMapping.iBytes, size_t(CrashFormat::kFileBytes));
+    iAt = other.iAt;
+    other.iSection.iTail = other.iSection.iHead.load();
+}
+
+CrashFile::Recovered CrashFile::Recover(const QByteArray& newLog)
+{
+    const std::lock_guard<QMutex> lock(iRecovery);
+    Recovered recovered;
+    bool isAllDone = true;
+    const auto size = quint64(iMapping.iSize);
+    quint64 next = 0;
+    for (quint64 at = CrashFormat::kFileBytes; at < size; at = next) {
+        char* const bytes = iMapping.iBytes + at;
+        next = at + CrashFormat::SizeOf(bytes, size - at);
+        auto& section = *reinterpret_cast<CrashFormat::Section*>(bytes);
+        const std::optional<CrashFormat::Remains> remains = CrashFormat::Read(bytes, size - at);
+        if (!remains || remains->iIsOver)
+            continue;
+        const std::optional<qint64> lines = CrashRecovery::Complete(section, *remains, newLog);
+        isAllDone &= lines.has_value();
+        if (!lines)
+            continue;
+        section.iIsOver = 1;
+        recovered.iIsAny = true;
+        recovered.iLines += *lines;
+        recovered.iUnprotected += remains->iUnprotected;
+    }
+    if (isAllDone)
+        iMapping.Shrink(CrashFormat::kFileBytes);
+    return recovered;
+}

@@ -1,0 +1,215 @@
+#include "CrashRecovery.h"
+
+#include "RotatedFiles.h"
+#include "WriteSignals.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using CrashFormat::Attempt;
+using CrashFormat::Remains;
+
+namespace {
+
+constexpr int kPatienceMs = 1000;
+constexpr size_t kPieceBytes = 64 << 10;
+
+// Which of the lines are in the log already.
+struct Found
+{
+    qint64 iBytes = 0; ///< of lines that are whole
+    qint64 iCut = 0; ///< bytes of the next one, with which the file ends
+    bool iEndsWithin = false; ///< a line of somebody else
+};
+
+// Compares the file with the lines, which stand in it in their order. Others may have written in between.
+class Search
+{
+public:
+    explicit Search(const QByteArray& lines)
+        : iLines(lines)
+    {
+    }
+
+    void Read(const char* bytes, size_t size)
+    {
+        const char* const end = bytes + size;
+        while (bytes != end) {
+            const auto* const feed = static_cast<const char*>(std::memchr(bytes, '\n', size_t(end - bytes)));
+            const char* const next = feed ? feed + 1 : end;
+            iLine.append(bytes, int(next - bytes));
+            bytes = next;
+            if (feed)
+                EndLine();
+        }
+    }
+
+    Found End()
+    {
+        if (!iLine.isEmpty()) {
+            const bool isCut = iLines.mid(int(iFound.iBytes)).startsWith(iLine);
+            iFound.iCut = isCut ? iLine.size() : 0;
+            iFound.iEndsWithin = !isCut;
+        }
+        return iFound;
+    }
+
+private:
+    void EndLine()
+    {
+        // A line ends with its only line feed, so this one is the next or none.
+        if (iLines.size() - iFound.iBytes >= iLine.size()
+            && std::memcmp(iLines.constData() + iFound.iBytes, iLine.constData(), size_t(iLine.size())) == 0)
+            iFound.iBytes += iLine.size();
+        iLine.resize(0);
+    }
+
+    const QByteArray& iLines;
+    QByteArray iLine;
+    Found iFound;
+};
+
+class ReadableFile
+{
+public:
+    explicit ReadableFile(const QByteArray& name)
+        : iDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
+    {
+    }
+    ~ReadableFile()
+    {
+        if (iDescriptor >= 0)
+            ::close(iDescriptor);
+    }
+    Q_DISABLE_COPY(ReadableFile)
+
+    Descriptor::Identity Which() const
+    {
+        const struct stat status = Status();
+        return {status.st_dev, status.st_ino};
+    }
+
+    struct stat Status() const
+    {
+        struct stat status = {};
+        if (::fstat(iDescriptor, &status) != 0)
+            status.st_mode = 0;
+        return status;
+    }
+
+    ssize_t Read(char* bytes, size_t size, qint64 offset) const
+    {
+        ssize_t read = -1;
+        do
+            read = ::pread(iDescriptor, bytes, size, off_t(offset));
+        while (read < 0 && errno == EINTR);
+        return read;
+    }
+
+private:
+    int iDescriptor;
+};
+
+bool IsFile(const struct stat& status, const Attempt& attempt)
+{
+    return quint64(status.st_dev) == attempt.iDevice && quint64(status.st_ino) == attempt.iInode;
+}
+
+bool IsAt(const QByteArray& name, const Attempt& attempt)
+{
+    struct stat status = {};
+    return ::stat(name.constData(), &status) == 0 && IsFile(status, attempt);
+}
+
+// The name that the file of the attempt has now: others may have rotated it. Empty when it is gone.
+QByteArray NameOf(const QByteArray& log, const Attempt& attempt)
+{
+    if (IsAt(log, attempt))
+        return log;
+    for (const QByteArray& name : RotatedFiles::Of(log)) {
+        if (IsAt(name, attempt))
+            return name;
+    }
+    return QByteArray();
+}
+
+// Nothing else has a place in the log's.
+bool CanBeLog(const QByteArray& name)
+{
+    struct stat status = {};
+    return ::stat(name.constData(), &status) != 0 || S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode);
+}
+
+// A crash file in a folder that others may change can name any file of this user's. Only logs are written to.
+bool IsLog(const ReadableFile& file, const Remains& remains)
+{
+    const struct stat status = file.Status();
+    if (status.st_size == 0 || (remains.iAttempt && IsFile(status, *remains.iAttempt)))
+        return true;
+    constexpr std::string_view kForm = "0000-00-00 00:00:00.";
+    std::array<char, kForm.size()> start = {};
+    return file.Read(start.data(), start.size(), 0) == ssize_t(start.size())
+        && std::equal(start.begin(), start.end(), kForm.begin(),
+                      [](char is, char form) { return form == '0' ? is >= '0' && is <= '9' : is == form; });
+}
+
+Found Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
+{
+    Search search(lines);
+    std::array<char, kPieceBytes> piece; // NOLINT(cppcoreguidelines-pro-type-member-init): it is read into
+    ssize_t read = 0;
+    while ((read = file.Read(piece.data(), piece.size(), qint64(offset))) > 0) {
+        search.Read(piece.data(), size_t(read));
+        offset += quint64(read);
+    }
+    return search.End();
+}
+
+// All or nothing of each line.
+bool Append(const Descriptor& file, const QByteArray& lines)
+{
+    const qint64 written = file.Write(lines.constData(), lines.size(), kPatienceMs);
+    if (written == lines.size())
+        return true;
+    file.TakeBack(written - (lines.left(int(written)).lastIndexOf('\n') + 1));
+    return false;
+}
+
+} // namespace
+
+std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, const Remains& remains,
+                                              const QByteArray& newLog)
+{
+    const QByteArray& lines = remains.iLines;
+    if (lines.isEmpty())
+        return 0;
+    const WriteSignals::Blocker blocker;
+    const QByteArray log = remains.iLog.isEmpty() ? newLog : remains.iLog;
+    const QByteArray attempted = remains.iIsAttemptOpen ? NameOf(log, *remains.iAttempt) : QByteArray();
+    const QByteArray& name = attempted.isEmpty() ? log : attempted;
+    if (!CanBeLog(name))
+        return std::nullopt;
+    const Descriptor file(name);
+    if (!file.IsOpen())
+        return std::nullopt;
+    Found found;
+    if (file.IsRegular()) {
+        const ReadableFile readable(name);
+        if (!(readable.Which() == file.Which()) || !IsLog(readable, remains))
+            return std::nullopt;
+        if (!attempted.isEmpty())
+            found = Find(readable, lines, remains.iAttempt->iOffset);
+        else
+            section.SetAttempt(file.Which(), file.Size());
+    }
+    const QByteArray missing = lines.mid(int(found.iBytes + found.iCut));
+    if (!Append(file, found.iEndsWithin && !missing.isEmpty() ? '\n' + missing : missing))
+        return std::nullopt;
+    return lines.mid(int(found.iBytes)).count('\n');
+}
