@@ -19,7 +19,6 @@ constexpr std::chrono::milliseconds kAgentTimeout(1000);
 // Never destroyed, threads may log until the very end of the process.
 struct Use
 {
-    QMutex iSetting;
     QMutex iMutex;
     QWaitCondition iRoom;
     bool iIsPatient = true; ///< the writer has gone on since somebody waited in vain
@@ -43,11 +42,6 @@ Use& TheUse()
 }
 
 } // namespace
-
-QMutex& CrashFile::SettingMutex()
-{
-    return TheUse().iSetting;
-}
 
 std::shared_ptr<CrashFile> CrashFile::Used()
 {

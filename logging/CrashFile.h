@@ -44,8 +44,6 @@ public:
     /// @name For the Logger
     /// @{
 
-    /// Held while one is opened and used. Two of one process would not see each other's locks.
-    static QMutex& SettingMutex();
     /// The file that Logger uses, or null.
     static std::shared_ptr<CrashFile> Used();
     /// From now on `file`, or none. With the agent's mutex held. Lines that wait go along.

@@ -36,20 +36,28 @@ LogFile::LogFile(const QString& path, QObject* parent)
 bool LogFile::Append(const QByteArray& lines)
 {
     const LogBatches::Batch batch{lines.size(), iMark};
-    return Append({lines.constData(), &batch, 1}).iIsOpen;
+    return Write({lines.constData(), &batch, 1}).iIsOpen;
 }
 
 LogFile::Outcome LogFile::Append(const LogBatches& batches)
 {
+    const Outcome outcome = Write(batches);
+    if (iIsLoggers && !outcome.iIsWhole)
+        LogProgress::Lose();
+    return outcome;
+}
+
+LogFile::Outcome LogFile::Write(const LogBatches& batches)
+{
     const Descriptor file(iName);
     if (!file.IsOpen()) {
-        Done(batches, 1, false);
-        return {1, false};
+        Done(batches.At(0).iMark);
+        return {1, false, false};
     }
     const qint64 size = file.Size();
     const qint64 limit = Rotation::kMaxBytes - size;
     const std::optional<qint64> created = Created(file);
-    Outcome outcome{1, true};
+    Outcome outcome{1, true, true};
     qint64 bytes = batches.At(0).iSize;
     // The file is rotated after exactly the batch that makes it due.
     if (!Rotation::IsDue(0, created, QDateTime::currentMSecsSinceEpoch())) {
@@ -59,23 +67,21 @@ LogFile::Outcome LogFile::Append(const LogBatches& batches)
     if (iIsLoggers)
         CrashFile::BeginWrite(file, size);
     const qint64 written = file.Write(batches.iBytes, bytes, iPatienceMs);
-    if (written < bytes)
+    outcome.iIsWhole = written == bytes;
+    if (!outcome.iIsWhole)
         outcome.iBatches = GiveUp(file, batches, written);
-    iPatienceMs = written < bytes ? 0 : kPatienceMs;
-    Done(batches, outcome.iBatches, written == bytes); // a rotated file is complete
+    iPatienceMs = outcome.iIsWhole ? kPatienceMs : 0;
+    Done(batches.At(outcome.iBatches - 1).iMark); // now: a rotated file is complete
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     if (Rotation::IsDue(file.Size(), created, now))
         Swallow([&] { Rotate(file, now); }); // what is written is not written again
     return outcome;
 }
 
-void LogFile::Done(const LogBatches& batches, int count, bool isWhole) const
+void LogFile::Done(const CrashFile::Mark& mark) const
 {
-    if (!iIsLoggers)
-        return;
-    if (!isWhole)
-        LogProgress::Lose();
-    CrashFile::Done(batches.At(count - 1).iMark);
+    if (iIsLoggers)
+        CrashFile::Done(mark);
 }
 
 // Takes back the half of a line at which writing ended, or the next line would stand behind it. The rest of that batch

@@ -28,6 +28,7 @@ public:
     {
         int iBatches; ///< that are done with
         bool iIsOpen; ///< false when the file cannot be opened
+        bool iIsWhole; ///< false when lines of those were lost
     };
 
     /// Appends batches, creating the file when missing, up to one that makes the file due to be rotated; and rotates it
@@ -56,7 +57,8 @@ private:
         qint64 iMSecs;
     };
 
-    void Done(const LogBatches& batches, int count, bool isWhole) const;
+    Outcome Write(const LogBatches& batches);
+    void Done(const CrashFile::Mark& mark) const;
     static int GiveUp(const Descriptor& file, const LogBatches& batches, qint64 written);
     std::optional<qint64> Created(const Descriptor& file) const;
     void Rotate(const Descriptor& file, qint64 nowMSecs);

@@ -244,11 +244,14 @@ bool Logger::SetCrashFile(const QString& path)
     bool isSet = false;
     Swallow([&] {
         Logger* const logger = GetInstance();
-        const std::lock_guard<QMutex> setting(CrashFile::SettingMutex());
+        if (path.contains(QChar(0)) || !logger->iAgent.load())
+            return;
+        // One at a time: two files of one process would not see each other's locks.
+        const std::lock_guard<QMutex> lock(ReporterMutex());
         const std::shared_ptr<CrashFile> old = CrashFile::Used();
         const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
         isSet = old && !path.isEmpty() && old->IsAt(name);
-        if (isSet || path.contains(QChar(0)) || !logger->iAgent.load())
+        if (isSet)
             return;
         const std::shared_ptr<CrashFile> file = path.isEmpty() ? nullptr : CrashFile::Open(name);
         if (!file && !path.isEmpty())

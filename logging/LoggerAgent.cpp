@@ -187,7 +187,8 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     if (isProtected)
         CrashFile::AwaitRoom(lock, BytesOf(func, msg));
     if (!lock) {
-        LogProgress::Lose();
+        if (iHasLoggersLevel)
+            LogProgress::Lose();
         return;
     }
     if (iBuffer.capacity() == 0)
