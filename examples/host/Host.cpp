@@ -7,9 +7,10 @@
 
 #include <NeroltOrvaneBase/Logger.h>
 
-#include <QtCore/QDateTime>
+#include <QtCore/QFile>
 #include <QtCore/QLockFile>
 
+#include <csignal>
 #include <cstdio>
 
 namespace {
@@ -37,7 +38,6 @@ int Complain(const QString& what)
 Host::Host(const Options& options)
     : iOptions(options)
     , iFolder(options.iFolder)
-    , iRun(QString::number(QDateTime::currentMSecsSinceEpoch(), 36))
     , iLoad(options.iThreads, options.iLines)
 {
 }
@@ -77,6 +77,11 @@ void Host::StartLog()
     // The first call, on the main thread, whose event loop drives the log's timer from now on.
     Logger::GetInstance()->SetLevel(kUsualLevel);
     Logger::SetErrorReporter(&iErrors);
+    // First, so that the log of a run that was killed is completed before this one's begins.
+    const QString crashFile = iFolder.PathOf(QStringLiteral("host.crash"));
+    iIsRecovering = QFile::exists(crashFile);
+    if (!Logger::SetCrashFile(crashFile))
+        Fail(QStringLiteral("cannot use %1").arg(crashFile));
     Logger::SetLoggerFileName(iFolder.LogPath(), false);
     iLife.iLogPath = Logger::GetLoggerFileName();
     LogInformation("Host::StartLog", QStringLiteral("host " HOST_VERSION " starts"));
@@ -114,6 +119,7 @@ void Host::RunRound()
             iLoad.Interrupt();
         const bool isOver = iLoad.IsRoundOver(); // first, so that the bar reaches its end
         iProgress.Show(QStringLiteral("logging"), iLoad.LoggedByAll(), iOptions.AllLines());
+        CrashInTheMiddle();
         return isOver;
     });
     WriteThrough();
@@ -138,15 +144,20 @@ void Host::StopLog()
     iLife.iFinalMemory = Memory::Resident();
 }
 
-// Waits until everything logged so far is in the file. A change of the level hands the buffer over at once, with the
-// lines before it.
 void Host::WriteThrough()
 {
-    const QString mark = QStringLiteral("step %1 of run %2 is done").arg(++iSteps).arg(iRun);
-    LogInformation("Host::WriteThrough", mark);
-    Logger::ResetLoggingLevel(kUsualLevel);
-    if (!Wait::Until([&] { return iFolder.EndsWith(mark.toUtf8()); }, QDeadlineTimer(kPatienceMs)))
+    if (!Logger::Flush(kPatienceMs))
         Fail(QStringLiteral("what was logged does not reach %1").arg(iFolder.LogPath()));
+}
+
+// As the system kills a process that takes too much memory.
+void Host::CrashInTheMiddle()
+{
+    if (iOptions.iIsCrashing && iLoad.LoggedByAll() >= iOptions.AllLines() / 2) {
+        iProgress.Wipe();
+        std::fputs("host: killed as asked; the next run completes the log\n", stderr);
+        std::raise(SIGKILL);
+    }
 }
 
 Shown Host::Show(const QString& what)
@@ -166,6 +177,7 @@ Expected Host::WhatToExpect() const
     expected.iRotatedBefore = iRotatedBefore;
     expected.iBytesBefore = iOldLog.iSize;
     expected.iIsRotated = iOldLog.iIsAged;
+    expected.iIsRecovering = iIsRecovering;
     for (int thread = 0; thread < iOptions.iThreads; ++thread)
         expected.iLoadLines += iLoad.Logged(thread);
     expected.iErrors = iErrors.Codes().size();

@@ -25,6 +25,7 @@ private:
     void SilenceAndWake();
     void StopLog();
     void WriteThrough();
+    void CrashInTheMiddle();
     Shown Show(const QString& what);
     void Fail(const QString& what);
     Expected WhatToExpect() const;
@@ -32,13 +33,12 @@ private:
 
     const Options iOptions;
     const LogFolder iFolder;
-    const QString iRun; // distinguishes this run's lines from those of others
     QStringList iRotatedBefore;
     OldLog iOldLog;
+    bool iIsRecovering = false; // the run before was killed
     ErrorCounter iErrors;
     LogLoad iLoad;
     Progress iProgress;
-    int iSteps = 0;
     QString iFailure;
     Life iLife;
 };

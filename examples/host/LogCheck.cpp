@@ -63,12 +63,25 @@ private:
             file.seek(iExpected.iBytesBefore);
         else
             CheckHeader(file.readLine(), iLog.iFiles[number - 1]);
+        if (number == 0 && iExpected.iIsRecovering)
+            SkipRecovered(file);
         for (int line = 0; !file.atEnd(); ++line) {
             TakeLine(file.readLine());
             if (line % kLinesBetweenNews == 0)
                 iShow(file.pos(), file.size());
         }
         iShow(1, 1);
+    }
+
+    // The lines of the run that was killed, and the one that says how many they are.
+    void SkipRecovered(QFile& file)
+    {
+        while (iLog.iRecovered.isEmpty() && !file.atEnd()) {
+            const QByteArray line = file.readLine();
+            if (line.contains("|Logger::SetCrashFile|"))
+                iLog.iRecovered = line.trimmed().split('|').last();
+        }
+        Require(!iLog.iRecovered.isEmpty(), QStringLiteral("nothing was recovered"));
     }
 
     // A file that continues another begins with a line that says so.

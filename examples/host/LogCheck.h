@@ -10,6 +10,7 @@ struct Expected
 {
     QStringList iRotatedBefore; ///< files of earlier runs
     qint64 iBytesBefore = 0; ///< in the log, when this run began
+    bool iIsRecovering = false; ///< whether the log begins with lines of a run that was killed
     bool iIsRotated = false; ///< whether the log was due for rotation when this run began
     QVector<int> iLoadLines; ///< per thread
     int iErrors = 0;
@@ -23,6 +24,7 @@ struct CheckedLog
     QStringList iFiles; ///< names, oldest first; the log itself is the last
     QByteArray iFirstLine; ///< of the log itself
     QByteArray iLastLine;
+    QByteArray iRecovered; ///< the message about the run that was killed
     QString iWrong; ///< empty when everything is as expected
 };
 

@@ -7,7 +7,6 @@
 namespace {
 
 constexpr int kRotatedKept = 3;
-constexpr qint64 kTailBytes = 400;
 
 // The existing part of a path.
 QFileInfo NearestExisting(const QString& path)
@@ -16,15 +15,6 @@ QFileInfo NearestExisting(const QString& path)
     while (!info.exists() && !info.isRoot())
         info = QFileInfo(info.path());
     return info;
-}
-
-QByteArray Tail(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    file.seek(qMax(qint64(0), file.size() - kTailBytes));
-    return file.readAll();
 }
 
 } // namespace
@@ -76,13 +66,4 @@ bool LogFolder::IsRotationBlocked() const
 {
     const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd_hh-mm-ss"));
     return QFile::exists(PathOf(QStringLiteral("host-%1.log").arg(time)));
-}
-
-bool LogFolder::EndsWith(const QByteArray& text) const
-{
-    if (Tail(LogPath()).contains(text))
-        return true;
-    // A rotation may have followed the batch.
-    const QStringList rotated = Rotated();
-    return !rotated.isEmpty() && Tail(PathOf(rotated.last())).contains(text);
 }

@@ -23,8 +23,6 @@ public:
     /// Whether a rotation in this second would find its name taken. Names contain the time to the second, and a log
     /// that cannot be renamed loses its content: a host that logs a hundred megabytes in a second must avoid that.
     bool IsRotationBlocked() const;
-    /// Whether the text is near the end of what was logged so far.
-    bool EndsWith(const QByteArray& text) const;
 
 private:
     QDir iDir;

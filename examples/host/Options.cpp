@@ -11,6 +11,7 @@ namespace {
 constexpr int kMostThreads = 64;
 constexpr int kMostLines = 10000000;
 
+const QString kCrash = QStringLiteral("crash");
 const QString kFolder = QStringLiteral("folder");
 const QString kLines = QStringLiteral("lines");
 const QString kNoReport = QStringLiteral("no-report");
@@ -27,6 +28,8 @@ void AddOptions(QCommandLineParser& parser)
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOptions({
+        {kCrash,
+         QStringLiteral("Kill the host in the middle. The next run recovers the lines that are not in the log.")},
         {kFolder, QStringLiteral("Put everything below this folder, and create it if it is missing."),
          QStringLiteral("folder")},
         {kLines, QStringLiteral("Lines that each thread logs, 1 to %1 (%2).").arg(kMostLines).arg(defaults.iLines),
@@ -75,6 +78,7 @@ QString ReadValues(const QCommandLineParser& parser, Options& options)
     options.iThreads = Number(parser.value(kThreads), kMostThreads);
     if (options.iThreads == 0)
         return NumberError(kThreads, kMostThreads, parser.value(kThreads));
+    options.iIsCrashing = parser.isSet(kCrash);
     options.iIsReporting = !parser.isSet(kNoReport);
     options.iIsOwnFolder = !parser.isSet(kFolder);
     options.iFolder = ReadFolder(parser);

@@ -11,6 +11,7 @@ struct Options
     bool iIsOwnFolder = true; ///< whether the folder is the host's alone
     int iThreads = 4;
     int iLines = 250000; ///< per thread
+    bool iIsCrashing = false; ///< whether to be killed in the middle
     bool iIsReporting = true; ///< whether to make a report for technical support
 
     qint64 AllLines() const { return qint64(iThreads) * iLines; }

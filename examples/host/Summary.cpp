@@ -106,6 +106,8 @@ QString LogPart(const Life& life)
         + Row(QStringLiteral("last line"), QString::fromUtf8(life.iLog.iLastLine));
     for (int i = 0; i < life.iLog.iFiles.size() - 1; ++i)
         text += RotatedRow(life, life.iLog.iFiles[i]);
+    if (!life.iLog.iRecovered.isEmpty())
+        text += Row(QStringLiteral("last crash"), QString::fromUtf8(life.iLog.iRecovered));
     if (!life.iIsAged)
         text += Row(QStringLiteral("not rotated"), QStringLiteral("the file system stores no creation time"));
     if (life.iOldLogsRemoved > 0)

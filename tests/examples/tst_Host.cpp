@@ -52,13 +52,6 @@ QList<int> CountTo(int end)
     return numbers;
 }
 
-// The bodies of the lines, without the name that each run gives itself.
-QList<QByteArray> Bodies(const QByteArray& text)
-{
-    static const QRegularExpression id(QStringLiteral("of run [0-9a-z]+ is"));
-    return LogText::Bodies(QString::fromUtf8(text).replace(id, QStringLiteral("of run <id> is")).toUtf8());
-}
-
 void Write(const QString& path, const QByteArray& text)
 {
     QFile file(path);
@@ -211,20 +204,16 @@ private Q_SLOTS:
     {
         HostProcess host;
         QCOMPARE(host.Run({FolderOption(), QStringLiteral("--lines=1"), QStringLiteral("--threads=1")}), 0);
-        QCOMPARE(Bodies(RotatedLog(0)),
+        QCOMPARE(LogText::Bodies(RotatedLog(0)),
                  (QList<QByteArray>{"|10|Information|OldLog::Prepare|this is what a run of two days ago logged",
-                                    "|10|Information|Host::StartLog|host " HOST_VERSION " starts",
-                                    "|10|Information|Host::WriteThrough|step 1 of run <id> is done",
-                                    "|10|Information|Logger::ResetLoggingLevel|resetting log level 23"}));
+                                    "|10|Information|Host::StartLog|host " HOST_VERSION " starts"}));
         const QByteArray header = LogText::Lines(Log()).first();
         QCOMPARE(header.mid(23), "continued from " + Rotated().value(0).toUtf8());
-        QCOMPARE(Bodies(Log()).mid(1),
+        QCOMPARE(LogText::Bodies(Log()).mid(1),
                  (QList<QByteArray>{"|1001|Error|Host::LogErrors|an error about a file",
                                     "|1002|Error|Host::LogErrors|an error with a status",
                                     "|1003|Exception|Host::LogErrors|Unknown exception has been caught.",
                                     "|10|Information|LoadThread::run|thread 0 line 0",
-                                    "|10|Information|Host::WriteThrough|step 2 of run <id> is done",
-                                    "|10|Information|Logger::ResetLoggingLevel|resetting log level 23",
                                     "|10|Information|Logger::ResetLoggingLevel|resetting log level 22",
                                     "|30|Warning|RegisteredThread::LogThreads|Thread: logging thread, running: 1",
                                     "|30|Warning|RegisteredThread::LogThreads|Thread: load 0, running: 0",
@@ -251,8 +240,34 @@ private Q_SLOTS:
         QCOMPARE(second.Run({FolderOption(), kSmallLoad}), 0);
         QCOMPARE(Rotated().size(), 2);
         QVERIFY(RotatedLog(1).startsWith(before));
-        QCOMPARE(LogText::Lines(RotatedLog(1)).size(), LogText::Lines(before).size() + 3);
+        QCOMPARE(LogText::Lines(RotatedLog(1)).size(), LogText::Lines(before).size() + 1);
         QVERIFY(!Log().contains(before));
+    }
+
+    void aKilledRunIsCompletedByTheNext()
+    {
+        HostProcess killed;
+        QCOMPARE(killed.Run({FolderOption(), kSmallLoad, QStringLiteral("--crash")}), -1);
+        QCOMPARE(killed.Err(), QByteArray("host: killed as asked; the next run completes the log\n"));
+        QVERIFY(Logs().exists(QStringLiteral("host.crash")));
+        const QByteArray before = RotatedLog(0) + Log();
+        HostProcess next;
+        QCOMPARE(next.Run({FolderOption(), kSmallLoad}), 0);
+        QVERIFY(!Logs().exists(QStringLiteral("host.crash")));
+        const QByteArray text = RotatedLog(0) + RotatedLog(1);
+        QVERIFY(text.startsWith(before));
+        int lines = 0;
+        for (int thread = 0; thread < 4; ++thread) {
+            const QList<int> numbers = LoadLines(text, thread);
+            QCOMPARE(numbers, CountTo(numbers.size()));
+            lines += numbers.size();
+        }
+        QVERIFY(lines >= 1000);
+        const QByteArray recovered = Row(next.Out(), "last crash");
+        QCOMPARE(recovered,
+                 "recovered " + QByteArray::number(text.count('\n') - 1 - before.count('\n'))
+                     + " lines of an interrupted run");
+        QCOMPARE(LogText::Bodies(text).last(), "|10|Information|Logger::SetCrashFile|" + recovered);
     }
 
     void onlyTheNewestRotatedFilesAreKept()
@@ -292,7 +307,8 @@ private Q_SLOTS:
         HostProcess host;
         QCOMPARE(host.Run({FolderOption(), QStringLiteral("--help")}), 0);
         const QByteArray text = host.Out();
-        for (const char* const option : {"--help", "--version", "--folder <folder>", "--lines <n>", "--threads <n>"})
+        for (const char* const option :
+             {"--crash", "--help", "--version", "--folder <folder>", "--lines <n>", "--threads <n>"})
             QVERIFY2(text.contains(option), option);
         QCOMPARE(host.Err(), QByteArray());
         QVERIFY(!QFile::exists(Folder()));
