@@ -1,5 +1,5 @@
-# Debian packages, made by cpack. Configure with -D CMAKE_INSTALL_PREFIX=/usr, so that the library's folder is Debian's, with
-# -D CMAKE_BUILD_TYPE=RelWithDebInfo for the debug symbols, and with the flags that dpkg-buildflags gives with
+# Debian packages, made by cpack under umask 022. Configure with -D CMAKE_INSTALL_PREFIX=/usr, so that the library's folder is
+# Debian's, with -D CMAKE_BUILD_TYPE=RelWithDebInfo for the debug symbols, and with the flags that dpkg-buildflags gives with
 # DEB_BUILD_MAINT_OPTIONS=hardening=+all. A cross build also takes -D CMAKE_INSTALL_LIBDIR=lib/<triplet>, which CMake does not
 # choose by itself, and needs the other architecture's Qt installed for the packages' dependencies.
 if(APPLE)
@@ -10,13 +10,8 @@ set(CPACK_PACKAGE_VENDOR NeroltOrvane)
 set(CPACK_PACKAGE_CONTACT "NeroltOrvane developers <developers@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/PackageFiles.cmake)
-set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/PackageControl.cmake)
-# The machine's own tools understand no library for another processor, and by itself CPack names that of the machine.
-set(CPACK_NEROLT_OBJCOPY ${CMAKE_OBJCOPY})
-set(CPACK_NEROLT_STRIP ${CMAKE_STRIP})
+# By itself CPack takes the machine's tool, which may not understand a library for another processor.
+set(CPACK_OBJCOPY_EXECUTABLE ${CMAKE_OBJCOPY})
 if(CMAKE_CROSSCOMPILING AND CMAKE_LIBRARY_ARCHITECTURE)
   execute_process(COMMAND dpkg-architecture -f -t ${CMAKE_LIBRARY_ARCHITECTURE} -q DEB_HOST_ARCH
     OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -35,8 +30,14 @@ This package holds ")
 set(runtime libneroltorvanebase${PROJECT_VERSION_MAJOR})
 set(this_runtime "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# Before version 3.31, CPack has no variable for the second field.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION "libs\nMulti-Arch: same")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# There are no scripts of these names: naming them keeps CPack from adding its own, which do what the trigger does.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers postinst postrm)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "foundation library of a desktop application\n${about}the library.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libneroltorvanebase-dev)
@@ -52,15 +53,21 @@ set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "foundation library of a desktop application (API reference)\n${about}the\
  documentation.")
 
-set(CPACK_DEBIAN_SYMBOLS_PACKAGE_NAME ${runtime}-dbgsym)
-set(CPACK_DEBIAN_SYMBOLS_PACKAGE_SECTION debug)
-set(CPACK_DEBIAN_SYMBOLS_PACKAGE_DEPENDS "${this_runtime}")
-set(CPACK_DEBIAN_SYMBOLS_DESCRIPTION "debug symbols for ${runtime}\n${about}the debug symbols.")
-# Filled by PackageFiles.cmake.
-install(DIRECTORY DESTINATION lib/debug COMPONENT Symbols EXCLUDE_FROM_ALL)
-
-set(CPACK_COMPONENTS_ALL Runtime Development Symbols)
+set(CPACK_COMPONENTS_ALL Runtime Development)
 if(TARGET docs)
   list(APPEND CPACK_COMPONENTS_ALL Documentation)
 endif()
+
+# The files that Debian requires in each package.
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC) # the time in SOURCE_DATE_EPOCH, if that is set
+set(papers ${CMAKE_CURRENT_BINARY_DIR}/debian)
+configure_file(cmake/debian/changelog.in ${papers}/changelog.Debian @ONLY)
+configure_file(CHANGELOG.md ${papers}/changelog COPYONLY)
+execute_process(COMMAND gzip -9nf changelog.Debian changelog WORKING_DIRECTORY ${papers} COMMAND_ERROR_IS_FATAL ANY)
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} upper)
+  install(FILES cmake/debian/copyright ${papers}/changelog.Debian.gz ${papers}/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
 include(CPack)
