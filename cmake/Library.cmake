@@ -74,8 +74,6 @@ add_library(NeroltOrvaneBase ${library_type}
   system/HostWords.cpp
   system/ReportText.cpp
   system/SystemConfig.cpp
-  system/SystemConfigArchitecture.cpp
-  system/SystemConfigHost.cpp
   system/SystemConfigPaths.cpp
   system/SystemConfigReport.cpp
   threading/HookedSingleton.cpp

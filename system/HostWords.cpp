@@ -1,8 +1,6 @@
-#include "HostWords.h"
+#include "Host.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
-
-#include <QtCore/QFileInfo>
 
 namespace {
 
@@ -26,15 +24,6 @@ bool IsMacIntel(const QString& fileOutput)
 bool IsMacArm(const QString& fileOutput)
 {
     return fileOutput.contains(QLatin1String("arm64"));
-}
-
-int CachePrefixLength(const QString& fileName)
-{
-    for (const QLatin1String prefix : {QLatin1String("content"), QLatin1String("response")}) {
-        if (fileName.startsWith(prefix))
-            return prefix.size();
-    }
-    return 0;
 }
 
 } // namespace
@@ -104,16 +93,4 @@ QString HostWords::LinuxBuildArch(const QString& fileOutput)
 {
     return BuildArch(IsMacIntel(fileOutput) || fileOutput.contains(QLatin1String("x86-64")),
                      IsMacArm(fileOutput) || fileOutput.contains(QLatin1String("ARM aarch64")));
-}
-
-bool HostWords::IsCacheFile(const QString& fileName)
-{
-    const int length = CachePrefixLength(fileName);
-    if (length == 0 || fileName.size() == length)
-        return false;
-    const QChar digit = fileName.at(length);
-    if (digit < QLatin1Char('0') || digit > QLatin1Char('9'))
-        return false;
-    const QString suffix = QFileInfo(fileName).suffix();
-    return suffix.isEmpty() || suffix == QLatin1String("md5x") || suffix == QLatin1String("md5");
 }

@@ -1,5 +1,4 @@
 #include "Host.h"
-#include "HostWords.h"
 #include "ReportText.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>

@@ -1,4 +1,5 @@
-#include <NeroltOrvaneBase/Logger.h>
+#include "../logging/LogIf.h"
+
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QCoreApplication>
@@ -44,8 +45,7 @@ const QString& SystemConfig::GetTestPath()
 QString SystemConfig::GetPath(const QString& folder, const char* testSubfolder)
 {
     const QString& testPath = GetTestPath();
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace("SystemConfig::GetPath", QLatin1String("The test path is ") + testPath);
+    LogIf::Trace("SystemConfig::GetPath", [&] { return QLatin1String("The test path is ") + testPath; });
     if (testPath.isEmpty())
         return folder;
     return QDir::toNativeSeparators(testSubfolder ? Joined(testPath, testSubfolder) : testPath);
@@ -80,10 +80,9 @@ QString SystemConfig::GetUsersUpdatePath()
 {
     const QDir base(GetUserDataPath());
     const QDir target(base.filePath(QStringLiteral("Updates")));
-    if (!target.exists() && !base.mkdir(QStringLiteral("Updates"))
-        && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
-        Logger::LogWarning("SystemConfig::GetUsersUpdatePath",
-                           QLatin1String("failed to create folder ") + target.path());
+    if (!target.exists() && !base.mkdir(QStringLiteral("Updates")))
+        LogIf::Warning("SystemConfig::GetUsersUpdatePath",
+                       [&] { return QLatin1String("failed to create folder ") + target.path(); });
     return target.path();
 }
 
@@ -94,6 +93,11 @@ QString SystemConfig::GetUsersDownloadsPath()
     if (!target.exists())
         base.mkdir(QStringLiteral("Downloads")); // if this fails, storing a download fails as well
     return target.path();
+}
+
+QString SystemConfig::GetReportFolder()
+{
+    return Joined(GetUserDataPath(), "Logs");
 }
 
 QString SystemConfig::GetApplicationPath()
@@ -108,8 +112,7 @@ QString SystemConfig::GetApplicationPath()
 QString SystemConfig::GetResourcesPath()
 {
     const QString path = Joined(GetApplicationPath(), kResources);
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug("SystemConfig::GetResourcesPath", QLatin1String("resource path is ") + path);
+    LogIf::Debug("SystemConfig::GetResourcesPath", [&] { return QLatin1String("resource path is ") + path; });
     return GetPath(path, kResources);
 }
 

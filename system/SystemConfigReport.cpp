@@ -1,7 +1,7 @@
+#include "../logging/LogIf.h"
 #include "Host.h"
 #include "ReportText.h"
 
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QCoreApplication>
@@ -20,11 +20,6 @@
 namespace {
 
 constexpr const char* kReport = "ReportSystemDetails";
-
-QDir Logs()
-{
-    return QDir(QDir(SystemConfig::GetUserDataPath()).filePath(QStringLiteral("Logs")));
-}
 
 QString DiagnosticLog(const QDir& logs)
 {
@@ -48,8 +43,7 @@ QString GraphicsSh(const QDir& logs)
 
 void LogDetail(const char* what, const QString& detail)
 {
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(kReport, QLatin1String(what) + detail);
+    LogIf::Debug(kReport, [&] { return QLatin1String(what) + detail; });
 }
 
 void RemoveIfThere(const QString& path)
@@ -98,9 +92,8 @@ void WriteAndStart(const QString& script, const QString& text)
 
 void SystemConfig::ReportSystemDetails()
 {
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace(kReport, QStringLiteral("Enter."));
-    const QDir logs = Logs();
+    Logger::LogTrace(kReport, QStringLiteral("Enter."));
+    const QDir logs(GetReportFolder());
     const QString diagnosticLog = DiagnosticLog(logs);
     LogDetail("output path is ", diagnosticLog);
     if (!QFile::exists(diagnosticLog)) {
@@ -115,13 +108,13 @@ void SystemConfig::ReportSystemDetails()
 
 bool SystemConfig::SystemDetailsExist()
 {
-    const QDir logs = Logs();
+    const QDir logs(GetReportFolder());
     return QFile::exists(DiagnosticLog(logs)) && QFile::exists(GraphicsLog(logs));
 }
 
 QString SystemConfig::GetQtDialogData()
 {
-    QFile file(DiagnosticLog(Logs()));
+    QFile file(DiagnosticLog(GetReportFolder()));
     if (!file.open(QIODevice::ReadOnly))
         return QString();
     QTextStream output(&file);
@@ -130,7 +123,7 @@ QString SystemConfig::GetQtDialogData()
 
 QString SystemConfig::GetQMacSystemProfilertData()
 {
-    QFile file(GraphicsLog(Logs()));
+    QFile file(GraphicsLog(GetReportFolder()));
     if (!file.open(QIODevice::ReadOnly))
         return QString();
     return ReportText::GraphicsText(file.readAll());
@@ -138,15 +131,14 @@ QString SystemConfig::GetQMacSystemProfilertData()
 
 void SystemConfig::RemoveShFiles()
 {
-    const QDir logs = Logs();
+    const QDir logs(GetReportFolder());
     RemoveIfThere(DiagnosticSh(logs));
     RemoveIfThere(GraphicsSh(logs));
 }
 
 QString SystemConfig::GetLastCrashLog()
 {
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace("GetLastCrashLog", QStringLiteral("Enter."));
+    Logger::LogTrace("GetLastCrashLog", QStringLiteral("Enter."));
     return QString();
 }
 

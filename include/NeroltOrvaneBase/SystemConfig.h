@@ -153,6 +153,8 @@ public:
 private:
     Q_DISABLE_COPY(SystemConfig)
 
+    Q_DECL_HIDDEN static QString GetReportFolder(); // Logs in the user's data
+
     static SystemConfig* sInstance;
 
     QString iTestPath;

@@ -1,6 +1,6 @@
 #include "Fuzz.h"
 
-#include "system/HostWords.h"
+#include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <string>
 
@@ -28,6 +28,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 {
     QString name = QString::fromUtf8(reinterpret_cast<const char*>(bytes), int(size));
     name.remove(QLatin1Char('/')); // names, not paths
-    FUZZ_CHECK(HostWords::IsCacheFile(name) == IsCacheFile(name.toStdU16String()));
+    FUZZ_CHECK(SystemConfig::FileIsCacheFile(name) == IsCacheFile(name.toStdU16String()));
     return 0;
 }

@@ -1,7 +1,8 @@
 #include "support/TestMain.h"
-#include "system/HostWords.h"
+#include "system/Host.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
+#include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <limits>
 
@@ -305,7 +306,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QFETCH(bool, isOne);
-        QCOMPARE(HostWords::IsCacheFile(name), isOne);
+        QCOMPARE(SystemConfig::FileIsCacheFile(name), isOne);
     }
 
     // The framework's own conversion says what a digit is.
@@ -317,7 +318,7 @@ private Q_SLOTS:
             bool isDigit = false;
             QString(character).toInt(&isDigit, 10);
             for (const char* const prefix : {"content", "response"}) {
-                if (HostWords::IsCacheFile(Text(prefix) + character) != isDigit)
+                if (SystemConfig::FileIsCacheFile(Text(prefix) + character) != isDigit)
                     QFAIL(qPrintable(Text(prefix) + QString::number(unit, 16)));
             }
             digits += isDigit ? 1 : 0;
