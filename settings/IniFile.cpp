@@ -1,7 +1,7 @@
+#include "../logging/LogIf.h"
 #include "IniSettings.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QDateTime>
@@ -79,18 +79,18 @@ QString TextOf(const QVariant& value)
     case QVariant::Size:
         return TextOf(value.toSize());
     default:
-        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-            Logger::LogTrace("IniFile::SettingValue", QLatin1String("type is ") + QString::number(int(value.type())));
+        LogIf::Trace("IniFile::SettingValue",
+                     [&] { return QLatin1String("type is ") + QString::number(int(value.type())); });
         return QString();
     }
 }
 
 void LogSetting(const char* what, const QVariant& value, const QString& key, const QString& group)
 {
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug("IniFile::Merge",
-                         QLatin1String(what) + IniFile::SettingValue(value, false) + QLatin1String(" for key ") + key
-                             + QLatin1String(", section ") + group);
+    LogIf::Debug("IniFile::Merge", [&] {
+        return QLatin1String(what) + IniFile::SettingValue(value, false) + QLatin1String(" for key ") + key
+            + QLatin1String(", section ") + group;
+    });
 }
 
 bool MergeGroup(const QString& group, QSettings& source, const QSettings& there, IniSettings& target, bool overwrite)
@@ -164,11 +164,9 @@ IniFile::~IniFile() = default;
 void IniFile::SetFilePath(const QString& filePath)
 {
     constexpr const char* func = "IniFile::SetFilePath";
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(func, QLatin1String("The file is ") + filePath);
+    LogIf::Debug(func, [&] { return QLatin1String("The file is ") + filePath; });
     if (iSettings) {
-        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-            Logger::LogDebug(func, QStringLiteral("Clear the old settings first."));
+        Logger::LogDebug(func, QStringLiteral("Clear the old settings first."));
         iSettings.reset();
     }
     iSettings = Open(filePath);
@@ -187,9 +185,8 @@ bool IniFile::GetKeyValue(const QString& group, const QString& key, QString& val
     if (!FindAnywhere(Of(iSettings), group, key, text))
         return false;
     value = text;
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace("IniFile::GetKeyValue",
-                         QLatin1String("The key is ") + key + QLatin1String(" value is ") + text);
+    LogIf::Trace("IniFile::GetKeyValue",
+                 [&] { return QLatin1String("The key is ") + key + QLatin1String(" value is ") + text; });
     return true;
 }
 
@@ -214,13 +211,11 @@ void IniFile::RemoveKey(const QString& group, const QString& key)
 bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSection)
 {
     constexpr const char* func = "IniFile::Merge";
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(func, QLatin1String("File to merge is ") + mergeFilePath);
+    LogIf::Debug(func, [&] { return QLatin1String("File to merge is ") + mergeFilePath; });
     if (!iSettings)
         iSettings = Open(SystemConfig::GetPrefsIniPath());
     if (QFile(mergeFilePath).size() < 1) {
-        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
-            Logger::LogWarning(func, QStringLiteral("The file to merge is empty"));
+        Logger::LogWarning(func, QStringLiteral("The file to merge is empty"));
         return false;
     }
     ReadableIni readable(mergeFilePath);
@@ -245,8 +240,7 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
 QString IniFile::SettingValue(const QVariant& value, bool)
 {
     QString text = value.isNull() ? QString() : TextOf(value);
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace("IniFile::SettingValue", QLatin1String("the return value is ") + text);
+    LogIf::Trace("IniFile::SettingValue", [&] { return QLatin1String("the return value is ") + text; });
     return text;
 }
 

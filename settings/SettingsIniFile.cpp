@@ -1,8 +1,8 @@
+#include "../logging/LogIf.h"
 #include "IniNames.h"
 #include "IniSettings.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
 
 #include <QtCore/QSettings>
@@ -10,7 +10,6 @@
 #include <QtCore/QVector>
 
 #include <algorithm>
-#include <typeinfo>
 #include <utility>
 
 using IniNames::kSeparator;
@@ -109,15 +108,13 @@ SettingsIniFile::Section& SettingsIniFile::SectionOf(Table& table, const QString
 bool SettingsIniFile::ReadFile(const QString& path)
 {
     constexpr const char* func = "SettingsIniFile::ReadFile";
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(func, QLatin1String("The file is ") + path);
+    LogIf::Debug(func, [&] { return QLatin1String("The file is ") + path; });
     ReadableIni readable(path);
     const QSettings& file = readable.Settings();
     QStringList keys = file.allKeys();
     const QVector<GroupRange> groups = GroupsOf(keys);
     for (const GroupRange& group : groups) {
-        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-            Logger::LogTrace(func, QLatin1String("The group is ") + group.iName);
+        LogIf::Trace(func, [&] { return QLatin1String("The group is ") + group.iName; });
         if (group.iName.isEmpty())
             continue; // to the framework this is the top level again
         ReadGroup(file, group.iName, keys.begin() + group.iFirst, keys.begin() + group.iEnd);
@@ -151,10 +148,10 @@ bool SettingsIniFile::WriteFile(const QString& path) const
 {
     IniSettings file(path);
     const bool isWritable = file.isWritable();
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug("SettingsIniFile::WriteFile",
-                         QLatin1String("The file is ") + path + QLatin1String(" and can be written ")
-                             + QString::number(int(isWritable)));
+    LogIf::Debug("SettingsIniFile::WriteFile", [&] {
+        return QLatin1String("The file is ") + path + QLatin1String(" and can be written ")
+            + QString::number(int(isWritable));
+    });
     if (!isWritable)
         return false;
     return file.Save([this](const auto& change) {
@@ -181,10 +178,10 @@ bool SettingsIniFile::GetKeyValue(const QString& group, const QString& key, QStr
     if (found == section.value()->cend())
         return false;
     value = IniFile::SettingValue(found.value(), true);
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace("SettingsIniFile::GetKeyValue",
-                         QLatin1String("getting group=") + group + QLatin1String(" key=") + key
-                             + QLatin1String(" value=") + value);
+    LogIf::Trace("SettingsIniFile::GetKeyValue", [&] {
+        return QLatin1String("getting group=") + group + QLatin1String(" key=") + key + QLatin1String(" value=")
+            + value;
+    });
     return true;
 }
 
@@ -209,13 +206,11 @@ void SettingsIniFile::RemoveKey(const QString& group, const QString& key)
     const auto section = iSections.constFind(group);
     if (section == iSections.cend())
         return;
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(func, QLatin1String("section key ") + group);
+    LogIf::Debug(func, [&] { return QLatin1String("section key ") + group; });
     const int removed = section.value()->remove(key);
     if (removed > 0)
         SectionOf(iRemoved, group)[key] = QString();
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug))
-        Logger::LogDebug(func,
-                         QLatin1String("number of keys removed ") + QString::number(removed)
-                             + QLatin1String(" for key ") + key);
+    LogIf::Debug(func, [&] {
+        return QLatin1String("number of keys removed ") + QString::number(removed) + QLatin1String(" for key ") + key;
+    });
 }

@@ -1,6 +1,6 @@
+#include "../logging/LogIf.h"
 #include "../logging/Swallow.h"
 
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <new>
@@ -81,10 +81,11 @@ RegisteredThread::~RegisteredThread() noexcept
     const NotCancelled moment;
     const std::unique_lock<QMutex> lock = LockList();
     try {
-        if (isRunning() && Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning)) {
+        if (isRunning()) {
             const QByteArray func = QByteArray(metaObject()->className()) + "::~RegisteredThread";
-            Logger::LogWarning(func.constData(),
-                               QLatin1String("Thread: ") + iName + QLatin1String(" destroyed while running"));
+            LogIf::Warning(func.constData(), [this] {
+                return QLatin1String("Thread: ") + iName + QLatin1String(" destroyed while running");
+            });
         }
     } catch (...) {
         // Out of memory: no warning is logged.
@@ -104,10 +105,10 @@ void RegisteredThread::LogThreads() noexcept
     try {
         const QList<RegisteredThread*> threads = iThreads;
         for (const RegisteredThread* const thread : threads) {
-            if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Warning))
-                Logger::LogWarning("RegisteredThread::LogThreads",
-                                   QLatin1String("Thread: ") + thread->iName + QLatin1String(", running: ")
-                                       + QString::number(int(thread->isRunning())));
+            LogIf::Warning("RegisteredThread::LogThreads", [thread] {
+                return QLatin1String("Thread: ") + thread->iName + QLatin1String(", running: ")
+                    + QString::number(int(thread->isRunning()));
+            });
         }
     } catch (...) {
         // Out of memory: the rest is not listed.
@@ -118,10 +119,8 @@ void RegisteredThread::SetInterrupted() noexcept
 {
     const NotCancelled moment;
     try {
-        if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug)) {
-            const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";
-            Logger::LogDebug(func.constData(), iName);
-        }
+        const QByteArray func = QByteArray(metaObject()->className()) + "::SetInterrupted";
+        Logger::LogDebug(func.constData(), iName);
     } catch (...) {
         // Out of memory: the flag is set anyway.
     }
