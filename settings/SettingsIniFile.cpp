@@ -125,22 +125,12 @@ bool SettingsIniFile::ReadFile(const QString& path)
 void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
                                 const QStringList::iterator& end)
 {
-    const bool isWatched = typeid(*this) != typeid(SettingsIniFile); // by a subclass that overrides SetKeyValue
     const int start = group.size() + 1;
-    Section* section = nullptr;
     for (; key != end; ++key) {
         if (key->indexOf(kSeparator, start) >= 0)
             continue; // in a nested group
-        QVariant value = ValueOf(file, *key);
-        const QString name = key->mid(start);
+        SetKeyValue(group, key->mid(start), ValueOf(file, *key)); // which a subclass may override
         key->clear(); // the next keys reuse its memory
-        if (isWatched) {
-            SetKeyValue(group, name, value);
-            continue;
-        }
-        if (!section)
-            section = &SectionOf(iSections, group);
-        *section->insert(section->cend(), name, QVariant()) = std::move(value);
     }
 }
 
