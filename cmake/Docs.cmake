@@ -18,7 +18,7 @@ add_custom_target(docs DEPENDS ${docs_dir}/stamp)
 if(NOT NEROLT_INSTALL)
   return()
 endif()
-# The pages are only written when this component is installed.
+# Doxygen runs only when this component is installed.
 install(CODE "execute_process(COMMAND \"${CMAKE_COMMAND}\" --build \"${CMAKE_CURRENT_BINARY_DIR}\" --target docs
   COMMAND_ERROR_IS_FATAL ANY)" COMPONENT Documentation EXCLUDE_FROM_ALL)
 install(DIRECTORY ${docs_dir}/html DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libneroltorvanebase-doc

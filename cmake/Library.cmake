@@ -20,8 +20,8 @@ set(class_headers
   StackTrace.h
   SystemConfig.h
   UrlQueryManager.h)
-set(family_headers Logging.h Settings.h System.h Threading.h Util.h)
-set(public_headers Export.h ${class_headers} ${family_headers})
+set(module_headers Logging.h Settings.h System.h Threading.h Util.h)
+set(public_headers Export.h ${class_headers} ${module_headers})
 list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 
 # The headers of the classes have short names, too: <Logger.h>. The folder that users search for those holds nothing else:
@@ -97,7 +97,7 @@ if(APPLE)
     util/FileInfoMac_mac.mm)
   target_link_libraries(NeroltOrvaneBase PRIVATE
     "-framework CoreFoundation" "-framework CoreServices" "-framework Foundation")
-  # The File Manager is deprecated, but does what this needs.
+  # The File Manager is deprecated.
   set_source_files_properties(util/DiskSpace_mac.cpp PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
 else()
   target_sources(NeroltOrvaneBase PRIVATE
@@ -115,8 +115,7 @@ else()
   target_link_libraries(NeroltOrvaneBase PRIVATE ${CMAKE_DL_LIBS} Threads::Threads)
   # Calls within the library are not interposed, as in the framework's own libraries.
   target_compile_options(NeroltOrvaneBase PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
-  # At -O2, which distributions build with, g++ makes no vector code of the loop that copies a text: a line takes 140 ns
-  # instead of 90.
+  # At -O2, which distributions build with, g++ does not vectorise the loop that copies text: a line takes 140 ns instead of 90.
   set_source_files_properties(logging/LogLine.cpp PROPERTIES COMPILE_OPTIONS "$<$<NOT:$<CONFIG:Debug>>:-O3>")
 endif()
 

@@ -60,13 +60,13 @@ endif()
 
 # The files that Debian requires in each package.
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC) # the time in SOURCE_DATE_EPOCH, if that is set
-set(papers ${CMAKE_CURRENT_BINARY_DIR}/debian)
-configure_file(cmake/debian/changelog.in ${papers}/changelog.Debian @ONLY)
-configure_file(CHANGELOG.md ${papers}/changelog COPYONLY)
-execute_process(COMMAND gzip -9nf changelog.Debian changelog WORKING_DIRECTORY ${papers} COMMAND_ERROR_IS_FATAL ANY)
+set(debian_files ${CMAKE_CURRENT_BINARY_DIR}/debian)
+configure_file(cmake/debian/changelog.in ${debian_files}/changelog.Debian @ONLY)
+configure_file(CHANGELOG.md ${debian_files}/changelog COPYONLY)
+execute_process(COMMAND gzip -9nf changelog.Debian changelog WORKING_DIRECTORY ${debian_files} COMMAND_ERROR_IS_FATAL ANY)
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
-  install(FILES cmake/debian/copyright ${papers}/changelog.Debian.gz ${papers}/changelog.gz
+  install(FILES cmake/debian/copyright ${debian_files}/changelog.Debian.gz ${debian_files}/changelog.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
     COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()

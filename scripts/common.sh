@@ -1,4 +1,4 @@
-# Sourced by its neighbours: strict, in the project's folder, and with a last word when something fails.
+# Sourced by the scripts: strict mode, the project's folder, and a message when something fails.
 set -euo pipefail
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.."
 

@@ -57,7 +57,7 @@ private:
 };
 
 /// Keeps other objects and processes that take this lock from changing a folder's INI files. Waits for a limited time:
-/// the change matters more than a lock that somebody does not release.
+/// writing the change is more important than respecting a lock that is not released.
 class FolderLock
 {
 public:

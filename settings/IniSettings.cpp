@@ -29,8 +29,8 @@ namespace {
 
 constexpr int kLockMSecs = 2000;
 
-/// Objects with changes that are not in their files. The framework shares changes between objects on one file: the next
-/// look-up of one would write those of another.
+/// The number of objects with changes that are not in their files. QSettings shares unsaved changes between objects on
+/// one file, so the next look-up of one object would write the changes of another.
 std::atomic<int> gUnsaved{0};
 
 QString Bindable(const QString& path)
@@ -119,7 +119,7 @@ IniSettings::~IniSettings()
 
 void IniSettings::Add(const Change& change)
 {
-    // The framework sets a value without a look at those that are there, and removes what it has seen.
+    // QSettings sets a value without reading the file, but removes only keys that it has read.
     if (change.iIsRemoval)
         Refresh();
     else if (!iHasLooked)
@@ -192,7 +192,7 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
     iMayNest = IniText::MayNest(text);
 }
 
-// The framework would check for changes as well, but by less than the state holds.
+// QSettings checks the file for changes, too, but compares only its time and size.
 bool IniSettings::Refresh()
 {
     const bool isReadable = IsReadable();
@@ -265,7 +265,7 @@ bool IniSettings::Save(const Changes& changes)
     return isSaved;
 }
 
-// The framework does not notice a short write or a short read. Either loses the end of the text.
+// QSettings does not notice a short write or a short read. Either loses the end of the text.
 bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, const Backup& backup) const
 {
     if (!after.isEmpty() && !after.endsWith('\n'))
@@ -276,7 +276,7 @@ bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, con
     bool isCut = false;
     ForEachChange([&](const Change& change) { isCut = isCut || (!change.iIsRemoval && last < NameOf(change)); });
     if (!isCut && IniNames::AreKept(before, after, isRemoved))
-        return true; // cheaper than lists of all keys
+        return true; // without building lists of all keys
     const QStringList keys = allKeys();
     QSet<QString> lines; // a section without a name is written as the top level
     for (const QString& key : keys)
@@ -322,8 +322,8 @@ bool IniSettings::TrySave()
     return false;
 }
 
-// The framework does not keep a separator at the start of a name when it writes, and knows the old name. It reads a
-// file again that has another time.
+// QSettings drops a separator at the start of a name when it writes, but remembers the old name. It reads the file
+// again if the file's time has changed.
 void IniSettings::TakeAnew()
 {
     QFile file(iPath);
@@ -357,7 +357,7 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
 
 void TakeAll(const QSettings& settings)
 {
-    settings.childKeys(); // the least of the questions for which the framework does
+    settings.childKeys(); // the cheapest call that parses everything
 }
 
 ReadableIni::ReadableIni(const QString& path, Refused refused)

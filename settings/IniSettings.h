@@ -66,17 +66,17 @@ private:
     const bool iIsElsewhere; ///< bound to a path that cannot exist, because the given one is not a file
     bool iIsReadable = true;
     bool iHasLooked = false;
-    bool iHasTaken = false; ///< the framework has loaded the version in iState
-    bool iMayNest = false; ///< and the framework has not taken in all of it
-    bool iIsForgotten = false; ///< the framework has no changes of its own
+    bool iHasTaken = false; ///< QSettings has loaded the version in iState
+    bool iMayNest = false; ///< names may be nested, and QSettings has not parsed the whole file yet
+    bool iIsForgotten = false; ///< QSettings has no unsaved changes
     bool iHasTidied = false; ///< has removed the files that killed writers left
     IniDisk::State iState;
     QVector<Change> iChanges;
     Changes iMany;
 };
 
-/// Has the framework take in all sections, in their order. By itself it takes in the one that it believes a key to be
-/// in, which is another one where names are nested.
+/// Makes QSettings parse all sections in their order. By itself it parses only the section in which it expects a key,
+/// which is the wrong one for nested names.
 void TakeAll(const QSettings& settings);
 
 /// Reads an INI file safely: through the file itself, or through a copy in which refused values are missing or empty.

@@ -203,14 +203,14 @@ bool IsSafeItem(const QByteArray& item)
     return true;
 }
 
-// Only values with such a sign, or with an escape that may encode one, need a closer look.
+// Only values with such a character, or with an escape that may encode one, need to be decoded.
 bool MayHoldStream(const char* from, const char* to)
 {
     const auto size = size_t(to - from);
     return std::memchr(from, '@', size) || std::memchr(from, '\\', size);
 }
 
-// What stands behind the bracket, up to the next one or to the end of the line.
+// The text after the bracket, up to the closing bracket or the end of the line.
 QByteArray HeaderAt(const char* bracket, const char* end)
 {
     const char* const from = bracket + 1;
@@ -218,13 +218,13 @@ QByteArray HeaderAt(const char* bracket, const char* end)
     return QByteArray::fromRawData(from, int(to - from));
 }
 
-// The framework has the keys of this section at the top level.
+// QSettings puts the keys of this section at the top level.
 bool IsGeneral(const QByteArray& header)
 {
     return header.trimmed().toLower().startsWith("general");
 }
 
-// Quotes may hide the rest of the name behind a line end.
+// In quotes, the name may continue on the next line.
 bool MaySeparate(const QByteArray& name)
 {
     const auto isSign = [](char c) { return c == '/' || c == '\\' || c == '"'; };

@@ -19,9 +19,9 @@ struct Line
 /// The lines whose values may exhaust the framework's memory or stack when it decodes them.
 QVector<Line> Refused(const QByteArray& text);
 
-/// Whether a section's name may hold a separator or nothing, or the name of a key at the top level a separator. Only
-/// then may the framework look for a key in the wrong section, and write a name that it reads as another one. Sometimes
-/// true without need, never false in need.
+/// Whether the name of a section may be empty or contain a separator, or the name of a key at the top level may contain
+/// one. Only then can QSettings look for a key in the wrong section, or write a name that it reads as a different one.
+/// May return true for a harmless text, but never false for a dangerous one.
 bool MayNest(const QByteArray& text);
 
 /// The text without these lines.

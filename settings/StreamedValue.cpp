@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kDeepest = 32;
 constexpr quint32 kNull = 0xffffffff;
-constexpr quint32 kFirstMoved = 128; ///< from here on, types of the old format have other numbers now
+constexpr quint32 kFirstMoved = 128; ///< types from this number on have a different number today
 constexpr quint32 kMovedBy = 97;
 constexpr int kNamed = 127; ///< in the old format: a type that a program may have registered
 constexpr int kFont = 64;
@@ -36,7 +36,7 @@ private:
     bool Zone();
     bool Values(bool haveNames, int depth);
     bool Texts();
-    /// The size of types that always have the same, negative for others.
+    /// The size of a type of fixed size, negative for others.
     int SizeOf(quint32 type) const;
     bool Content(quint32 type, int depth);
 
@@ -215,7 +215,7 @@ bool Stream::Value(int depth)
     if (depth > kDeepest || !Number(type) || (!iIsOld && !Skip(1)))
         return false;
     if (depth == 0 && (type == kFont || type == kColor))
-        return true; // harmless, whatever follows, and frequent
+        return true; // the most frequent type, and safe whatever follows
     if (iIsOld && type >= kFirstMoved)
         type -= kMovedBy;
     return Content(type, depth);

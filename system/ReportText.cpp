@@ -13,8 +13,8 @@ bool ContainsAny(const QString& line, std::initializer_list<const char*> words)
     return false;
 }
 
-/// Any line may decide, not only a heading, and the words that start copying come first: technical support expects the
-/// excerpts in this form.
+/// The words may be in any line, not only in a heading, and those that start copying are looked for first: technical
+/// support expects the excerpts in this form.
 bool IsCopiedFrom(const QString& line, bool wasCopied)
 {
     if (ContainsAny(line,

@@ -125,7 +125,7 @@ void SystemConfig::SetStringInCurrentUser(const QString&, const QString&, bool)
 
 void SystemConfig::SetDWORDInCurrentUser(const QString&, const QString&, int)
 {
-    // As above.
+    // The same.
 }
 
 bool SystemConfig::FileIsCacheFile(const QString& fileName)

@@ -91,7 +91,7 @@ QString SystemConfig::GetUsersDownloadsPath()
     const QDir base(GetInstance()->iDownloadsBaseFolder);
     const QDir target(QDir::toNativeSeparators(base.filePath(QStringLiteral("Downloads"))));
     if (!target.exists())
-        base.mkdir(QStringLiteral("Downloads")); // if this fails, storing a download fails as well
+        base.mkdir(QStringLiteral("Downloads")); // a failure shows when a download is stored
     return target.path();
 }
 

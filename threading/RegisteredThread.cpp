@@ -8,12 +8,12 @@
 
 // The library's only static initialiser.
 QList<RegisteredThread*> RegisteredThread::iThreads;
-QMutex RegisteredThread::iMutex((WatchCopies(), QMutex::Recursive));
+QMutex RegisteredThread::iMutex((WatchForks(), QMutex::Recursive));
 
-// A forked process has the lock, but not the threads that would release it. So the forking thread holds the lock during
-// the fork. If another thread holds it, the child begins with a new lock and a new list. It does not free the old ones,
-// which may have been in use.
-void RegisteredThread::WatchCopies() noexcept
+// A forked process inherits the lock, but not the threads that would release it. So the forking thread holds the lock
+// during the fork. If another thread holds it, the child begins with a new lock and a new list. It does not free the
+// old ones, which may have been in use.
+void RegisteredThread::WatchForks() noexcept
 {
     static thread_local bool tHoldsList = false;
     ::pthread_atfork(
@@ -26,10 +26,10 @@ void RegisteredThread::WatchCopies() noexcept
             if (tHoldsList)
                 iMutex.unlock();
         },
-        [] { BeginInCopy(tHoldsList); });
+        [] { BeginInChild(tHoldsList); });
 }
 
-void RegisteredThread::BeginInCopy(bool holdsList) noexcept
+void RegisteredThread::BeginInChild(bool holdsList) noexcept
 {
     Logger::BeginInCopy();
     try {
@@ -124,6 +124,7 @@ void RegisteredThread::SetInterrupted() noexcept
     } catch (...) {
         // Out of memory: the flag is set anyway.
     }
+    // What this thread wrote before is visible to whoever sees the flag, such as the reason for the interruption.
     iInterrupted.store(true, std::memory_order_release);
 }
 

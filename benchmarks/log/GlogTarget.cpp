@@ -21,7 +21,7 @@ public:
         google::SetLogDestination(google::GLOG_INFO, Files::LogPath(scenario.iFolder).toLocal8Bit().constData());
     }
 
-    // At the top of a file.
+    // The first lines of a file.
     static QByteArrayList Others()
     {
         return {"Log file created at: ", "Running on machine: ", "Running duration ", "Log line format: "};

@@ -8,7 +8,7 @@
 /// allocates and frees memory all the time, and its third thread logs.
 ///
 /// The first two have a heap of small blocks each, and every second block of it is free. They allocate from that heap,
-/// so that both feel it when somebody holds the heap's lock for long.
+/// so that both have to wait when another thread holds the heap's lock for long.
 namespace Host {
 
 /// Runs `work` on the third thread, and returns when it ends; the calling thread is the main one. "timer p99.9" and

@@ -29,7 +29,7 @@ constexpr int kMaxThreads = 99;
 QByteArray Head(Level level);
 QString Message(const Shape& shape, int thread, int number);
 
-/// Counts the line's number up in place: a message that is at hand, without the cost of making it.
+/// A message that exists already: only the line's number is incremented in place, so building it costs nothing.
 template <typename Unit>
 void CountUp(Unit* message)
 {

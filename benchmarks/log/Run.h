@@ -59,7 +59,7 @@ private:
     static constexpr int kLeastGap = 8;
     static constexpr unsigned int kGaps = 11;
     static constexpr int kBurst = 20;
-    // Not timed: what a process does once would stand for what it does always.
+    // Not timed, because a process does some of this only once.
     static constexpr int kLinesToWarmUp = 20 * kBurst;
     static constexpr std::chrono::milliseconds kRest{2};
     static constexpr qint64 kStoppedCalls = 20000000;
@@ -98,7 +98,7 @@ private:
     Results Bursty()
     {
         Results results = LogFromThreads([this](Caller& caller) { LogBursts(caller); });
-        // The rests would be what these tell of.
+        // These figures would mostly show the rests.
         for (const char* const name : {"lines/s", "peak", "kept"})
             results.remove(QLatin1String(name));
         double sum = 0;
@@ -124,7 +124,7 @@ private:
         return {{QStringLiteral("mean"), nanoseconds}};
     }
 
-    // What the rest of the program feels of the log.
+    // How much the log slows down the rest of the program.
     Results InHost()
     {
         double seconds = 0;

@@ -101,7 +101,7 @@ qint64 RewriteQSettings(const QString& path)
     return LengthOfAll(path);
 }
 
-// The same for one that stays open, and spares itself the second reading.
+// The same with an object that stays open, which avoids reading the file again.
 qint64 RewriteOpenQSettings(const QString& path)
 {
     const QSettings open(path, QSettings::IniFormat);

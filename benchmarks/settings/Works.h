@@ -10,7 +10,7 @@ constexpr int kAll = kSections * kKeys;
 constexpr int kLookUps = 20000;
 constexpr int kChanges = 5;
 
-/// Names at hand, so that making them is not measured.
+/// Names are built beforehand, so that building them is not measured.
 const QVector<QString>& SectionNames();
 const QVector<QString>& KeyNames();
 

@@ -29,7 +29,7 @@ COUNTS = [
     ("a batch on the logging thread that is written alone, without the system's calls", [], WRITING, 1, 1420),
 ]
 
-# Who logs now and then finds none of a line's code in the processor's caches, and waits for each piece of it.
+# A program that logs only now and then has none of this code in the processor's caches, and waits for each cache line.
 PLACES = "code that every line comes by, in places of 64 bytes"
 MOST_PLACES = 66
 PLACE = 64

@@ -6,7 +6,7 @@ INTRODUCTION = """# Performance
 
 The library beside its peers. `scripts/bench` measured this and wrote the page; it is not edited by hand.
 
-Loggers write the same lines, "date and time|10|Information|Disk::Scan|message", with messages that are at hand. Each
+Loggers write the same lines, "date and time|10|Information|Disk::Scan|message", with messages that exist already. Each
 scenario runs in a process of its own, once in every round of its part, ours and its peers in turn, so that a
 disturbance hits all alike. Before a figure counts, the program reads the files back: every line is there once, and in
 the order of its thread. Figures are medians of the rounds, and so are percentiles; "ours is faster by" is the median of

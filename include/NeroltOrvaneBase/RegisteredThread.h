@@ -50,8 +50,8 @@ private:
     // The same, but throws std::bad_alloc instead of ending the process when the framework gets no memory.
     RegisteredThread(const QString& name, QObject* parent);
 
-    static void WatchCopies() noexcept;
-    static void BeginInCopy(bool holdsList) noexcept;
+    static void WatchForks() noexcept;
+    static void BeginInChild(bool holdsList) noexcept;
     static std::unique_lock<QMutex> LockList() noexcept;
 
     static QList<RegisteredThread*> iThreads;

@@ -1,4 +1,4 @@
-// An outside program that has headers called like two of the families. A class comes by both of its names.
+// An outside program that has headers called like those of two modules. A class comes by both of its names.
 #include <Logger.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/Logging.h>

@@ -13,16 +13,16 @@ constexpr int kTimeoutMs = 60000;
 } // namespace
 
 // Runs each program, and compares its exact output.
-class tst_Families : public QObject
+class tst_ModuleExamples : public QObject
 {
     Q_OBJECT
 
 private:
     // The output of the program with that name, or its error.
-    static QByteArray Run(const char* family)
+    static QByteArray Run(const char* module)
     {
         QProcess process;
-        process.start(QStringLiteral(FAMILIES "/") + QLatin1String(family), QStringList());
+        process.start(QStringLiteral(EXAMPLES "/") + QLatin1String(module), QStringList());
         if (!process.waitForFinished(kTimeoutMs)) {
             process.kill();
             process.waitForFinished();
@@ -129,6 +129,6 @@ private Q_SLOTS:
     }
 };
 
-NEROLT_TEST_MAIN(tst_Families)
+NEROLT_TEST_MAIN(tst_ModuleExamples)
 
-#include "tst_Families.moc"
+#include "tst_ModuleExamples.moc"
