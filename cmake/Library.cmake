@@ -69,6 +69,7 @@ add_library(NeroltOrvaneBase ${library_type}
   settings/IniSettings.cpp
   settings/IniString.cpp
   settings/IniText.cpp
+  settings/ReadableIni.cpp
   settings/SettingsIniFile.cpp
   settings/StreamedValue.cpp
   system/HostWords.cpp

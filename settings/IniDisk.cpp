@@ -190,6 +190,12 @@ void Content::Clear()
     iMemory = nullptr;
 }
 
+bool IniDisk::Put(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
+}
+
 bool IniDisk::Replace(const QString& path, const QByteArray& bytes)
 {
     return Try([&] {

@@ -27,6 +27,8 @@ State StateOf(const QByteArray& encodedPath);
 /// The target of the links at the end of the path, which need not exist.
 QString TargetOf(const QString& path);
 
+/// Writes these bytes to the file at `path`, and creates it if it is missing.
+bool Put(const QString& path, const QByteArray& text);
 /// Replaces the file at `path` with a new one that holds these bytes, or leaves it alone and returns false.
 bool Replace(const QString& path, const QByteArray& bytes);
 /// Removes the files that killed writers left beside this one more than a minute ago.

@@ -1,5 +1,6 @@
 #include "../logging/LogIf.h"
 #include "IniSettings.h"
+#include "ReadableIni.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SystemConfig.h>

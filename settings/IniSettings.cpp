@@ -2,6 +2,7 @@
 
 #include "IniNames.h"
 #include "IniText.h"
+#include "ReadableIni.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QEvent>
@@ -18,8 +19,6 @@ using IniDisk::Backup;
 using IniDisk::Content;
 using IniDisk::FolderLock;
 using IniDisk::Kind;
-using IniDisk::RemoveLeftovers;
-using IniDisk::Replace;
 using IniDisk::State;
 using IniDisk::StateOf;
 using IniDisk::TargetOf;
@@ -90,12 +89,6 @@ void ApplyTo(QSettings& settings, const IniSettings::Change& change)
         settings.remove(change.iKey);
     else
         settings.setValue(change.iKey, change.iValue);
-}
-
-bool Put(const QString& path, const QByteArray& text)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
 }
 
 } // namespace
@@ -236,7 +229,7 @@ bool IniSettings::Save()
     constexpr int kRounds = 4;
     const FolderLock lock(TargetOf(iPath));
     if (!std::exchange(iHasTidied, true))
-        RemoveLeftovers(TargetOf(iPath));
+        IniDisk::RemoveLeftovers(TargetOf(iPath));
     for (int i = 0; i < kRounds; ++i) {
         if (iIsForgotten && IsReadable())
             Apply();
@@ -343,7 +336,7 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     const QByteArray mark = QUuid::createUuid().toByteArray(QUuid::Id128);
     const auto standIn = [&mark](int i) { return mark + QByteArray::number(i) + 'x'; };
     QLockFile lock(iPath + QLatin1String(".lock"));
-    if (!Put(path, IniText::WithValues(text, lines, standIn)) || !lock.tryLock(kLockMSecs))
+    if (!IniDisk::Put(path, IniText::WithValues(text, lines, standIn)) || !lock.tryLock(kLockMSecs))
         return false;
     IniSettings copy(path);
     Content content;
@@ -352,29 +345,5 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     QByteArray changed = content.Bytes();
     for (int i = 0; i < lines.size(); ++i)
         changed.replace(standIn(i), text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom));
-    return Replace(TargetOf(iPath), changed);
-}
-
-void TakeAll(const QSettings& settings)
-{
-    settings.childKeys(); // the cheapest call that parses everything
-}
-
-ReadableIni::ReadableIni(const QString& path, Refused refused)
-{
-    Content content;
-    const QByteArray& text = content.Bytes();
-    const Kind kind = StateOf(path).iKind;
-    const bool isRead = kind == Kind::File && content.Read(path);
-    const QVector<IniText::Line> lines = IniText::Refused(text);
-    QString readable = path;
-    if (kind == Kind::Other || !lines.isEmpty()) {
-        iFolder = std::make_unique<QTemporaryDir>();
-        readable = iFolder->filePath(QStringLiteral("settings.ini"));
-    }
-    if (isRead && !lines.isEmpty())
-        Put(readable,
-            refused == Refused::Empty ? IniText::WithValues(text, lines, [](int) { return QByteArray(); })
-                                      : IniText::Without(text, lines));
-    iSettings = std::make_unique<QSettings>(readable, QSettings::IniFormat);
+    return IniDisk::Replace(TargetOf(iPath), changed);
 }

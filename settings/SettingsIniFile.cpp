@@ -1,6 +1,7 @@
 #include "../logging/LogIf.h"
 #include "IniNames.h"
 #include "IniSettings.h"
+#include "ReadableIni.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
