@@ -256,6 +256,24 @@ private Q_SLOTS:
         QCOMPARE(iComplaint, QByteArray());
     }
 
+    void anInterruptedRunIsCounted()
+    {
+        iFolder = TestSupport::EnterFreshFolder();
+        QVERIFY(Write(kLog,
+                      "2024-03-05 14:07:09.042|10|Information|Logger::SetCrashFile|"
+                      "recovered 12 lines of an interrupted run\n"
+                      "2024-03-05 14:07:09.043|10|Information|Logger::SetCrashFile|"
+                      "recovered 40000 lines of an interrupted run, 7 lines were not protected\n"
+                      "2024-03-05 14:07:09.044|10|Information|main|recovered 1 lines of an interrupted run\n"));
+        const QStringList expected{
+            "2024-03-05 14:07:09.042 ; info ; 10 ; Logger::SetCrashFile ; 12 ; null",
+            "2024-03-05 14:07:09.043 ; info ; 10 ; Logger::SetCrashFile ; 40000 ; 7",
+            "2024-03-05 14:07:09.044 ; info ; 10 ; main ; null ; null",
+        };
+        QCOMPARE(Select({"log_time", "log_level", "code", "function", "recovered", "unprotected"}, {kLog}), expected);
+        QCOMPARE(iComplaint, QByteArray());
+    }
+
     // The first line of a file that continues another has no code, level and function.
     void rotatedFilesJoinInOrder_data()
     {
@@ -356,10 +374,12 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
         const QByteArray next = "2024-03-06 00:00:00.000continued from app.log\n"
                                 "2024-03-06 00:00:00.001|30|Warning|Café::Öffne|again\n"
-                                "2024-03-06 00:00:00.002|30|Warning|Café::Öffne|and again\n";
+                                "2024-03-06 00:00:00.002|10|Information|Logger::SetCrashFile|"
+                                "recovered 12 lines of an interrupted run\n"
+                                "2024-03-06 00:00:00.003|30|Warning|Café::Öffne|and again\n";
         QVERIFY(Write(iFolder.filePath("app2.log"), next));
         const QStringList queries = QueriesOfThePage();
-        QCOMPARE(queries.size(), 3);
+        QCOMPARE(queries.size(), 4);
         QCOMPARE(Ask(queries[0], {"log_time", "code", "function", "log_body"}, LogFiles()),
                  QStringList({
                      "2024-03-05 14:07:09.046 ; 4294967295 ; operator ; |",
@@ -375,10 +395,13 @@ private Q_SLOTS:
                      "operator ; Error ; 4294967295 ; 1",
                  }));
         QCOMPARE(iComplaint, QByteArray());
-        QCOMPARE(Ask(queries[2], {"file", "first", "last", "lines"}, LogFiles()),
+        QCOMPARE(Ask(queries[2], {"log_time", "recovered", "unprotected"}, LogFiles()),
+                 QStringList({"2024-03-06 00:00:00.002 ; 12 ; null"}));
+        QCOMPARE(iComplaint, QByteArray());
+        QCOMPARE(Ask(queries[3], {"file", "first", "last", "lines"}, LogFiles()),
                  QStringList({
                      "app.log ; 2024-03-05 14:07:09.042 ; 2024-03-05 14:07:09.049 ; 10",
-                     "app2.log ; 2024-03-06 00:00:00.000 ; 2024-03-06 00:00:00.002 ; 3",
+                     "app2.log ; 2024-03-06 00:00:00.000 ; 2024-03-06 00:00:00.003 ; 4",
                  }));
         QCOMPARE(iComplaint, QByteArray());
     }
