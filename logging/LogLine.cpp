@@ -6,7 +6,6 @@
 #include <QtCore/QString>
 
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <ctime>
 #include <limits>
@@ -63,6 +62,26 @@ char* PutStamp(char* out, qint64 msecsSinceEpoch)
     out[Stamp::kToSecond] = '.';
     Stamp::PutDigits(out + Stamp::kToSecond + 1, 3, milliseconds);
     return out + Stamp::kSize;
+}
+
+// At most kMaxCode digits. The standard library's function for this is younger than the oldest macOS.
+[[gnu::noinline, gnu::cold]] char* PutAnyCode(char* out, unsigned int code)
+{
+    char* end = out + 1;
+    for (unsigned int rest = code; rest > 9; rest /= 10)
+        ++end;
+    for (char* digit = end; digit != out; code /= 10)
+        *--digit = char('0' + code % 10);
+    return end;
+}
+
+// Those of the levels have two digits.
+char* PutCode(char* out, unsigned int code)
+{
+    if (code < 10 || code > 99)
+        return PutAnyCode(out, code);
+    Stamp::PutDigits(out, 2, int(code));
+    return out + 2;
 }
 
 constexpr bool IsLineBreak(ushort unit)
@@ -157,7 +176,7 @@ public:
         Reserve(kMaxHead);
         iOut = PutStamp(iOut, msecsSinceEpoch);
         *iOut++ = '|';
-        iOut = std::to_chars(iOut, iOut + kMaxCode, code).ptr;
+        iOut = PutCode(iOut, code);
         *iOut++ = '|';
     }
 

@@ -78,6 +78,10 @@ private Q_SLOTS:
         QTest::newRow("zero") << 0U << QByteArray("0");
         QTest::newRow("one digit") << 7U << QByteArray("7");
         QTest::newRow("beyond a signed int") << 2147483648U << QByteArray("2147483648");
+        for (const unsigned int code : {9U, 10U, 99U, 100U, 101U, 255U, 999U, 1000U, 1099U}) {
+            const QByteArray text = QByteArray::number(code);
+            QTest::newRow(text) << code << text;
+        }
         QTest::newRow("largest") << 4294967295U << QByteArray("4294967295");
     }
     void code()
