@@ -258,7 +258,7 @@ private Q_SLOTS:
 
     void anInterruptedRunIsCounted()
     {
-        iFolder = TestSupport::EnterFreshFolder();
+        iFolder.setPath(TestSupport::EnterFreshFolder());
         QVERIFY(Write(kLog,
                       "2024-03-05 14:07:09.042|10|Information|Logger::SetCrashFile|"
                       "recovered 12 lines of an interrupted run\n"
