@@ -2,6 +2,7 @@
 //
 //   soak [minutes]
 
+#include "CrashKills.h"
 #include "DiskFaults.h"
 #include "Ends.h"
 #include "Kills.h"
@@ -129,15 +130,40 @@ void RunKills(quint32 seed, const QDeadlineTimer& deadline)
         ini.iFault);
 }
 
+// Each in turn, until the time is up.
+void RunCrashKills(quint32 seed, const QDeadlineTimer& deadline)
+{
+    const std::vector<CrashKills::Plan>& plans = CrashKills::Plans();
+    std::vector<CrashKills::Outcome> outcomes(plans.size());
+    bool isKept = true;
+    do {
+        for (size_t i = 0; i < plans.size() && isKept; ++i) {
+            CrashKills::Run(plans[i], seed, outcomes[i]);
+            isKept = outcomes[i].iFault.isEmpty();
+        }
+        ++seed;
+    } while (!deadline.hasExpired() && isKept);
+    for (size_t i = 0; i < plans.size(); ++i) {
+        const CrashKills::Outcome& outcome = outcomes[i];
+        Row(QByteArray("no line is lost with a crash file: ") + plans[i].iName, Number(outcome.iKills) + " kills",
+            Number(outcome.iReturned) + " calls returned, " + Number(outcome.iRecovered) + " lines recovered, "
+                + Number(outcome.iMissing) + " lost, 0 twice, 0 torn; " + Number(outcome.iTorn)
+                + " logs ended within a line, " + Number(outcome.iRotations) + " rotations",
+            outcome.iFault);
+    }
+}
+
 int Soak(int minutes)
 {
+    const QDeadlineTimer halfTime(qint64(minutes) * 30000);
     const QDeadlineTimer deadline(qint64(minutes) * 60000);
     const quint32 seed = QRandomGenerator::global()->generate();
     std::printf("seed %u\n\n| promise | load | result |\n| --- | --- | --- |\n", seed);
     RunLoad(deadline);
     RunFaults(deadline);
     RunEnds();
-    RunKills(seed, deadline);
+    RunKills(seed, halfTime);
+    RunCrashKills(seed, deadline);
     return gAllKept ? 0 : 1;
 }
 
