@@ -19,13 +19,24 @@ namespace {
 
 constexpr int kPatienceMs = 1000;
 constexpr size_t kPieceBytes = 64 << 10;
+constexpr std::string_view kStamp = "0000-00-00 00:00:00.";
+constexpr std::string_view kRecovered = "0000-00-00 00:00:00.000|10|Information|Logger::SetCrashFile|";
+
+// As far as both go. A zero stands for any digit.
+bool HasForm(const char* text, int size, std::string_view form)
+{
+    const auto isOfForm = [](char is, char has) { return has == '0' ? is >= '0' && is <= '9' : is == has; };
+    return std::equal(text, text + std::min(size_t(size), form.size()), form.begin(), isOfForm);
+}
 
 // Which of the lines are in the log already.
 struct Found
 {
     qint64 iBytes = 0; ///< of lines that are whole
     qint64 iCut = 0; ///< bytes of the next one, with which the file ends
+    qint64 iHalf = 0; ///< bytes of a half line that says how much was recovered, with which the file ends
     bool iEndsWithin = false; ///< a line of somebody else
+    quint64 iEnd = 0; ///< of the file
 };
 
 // Compares the file with the lines, which stand in it in their order. Others may have written in between.
@@ -54,8 +65,10 @@ public:
     {
         if (!iLine.isEmpty()) {
             const bool isCut = iLines.mid(int(iFound.iBytes)).startsWith(iLine);
+            const bool isHalf = !isCut && HasForm(iLine.constData(), iLine.size(), kRecovered);
             iFound.iCut = isCut ? iLine.size() : 0;
-            iFound.iEndsWithin = !isCut;
+            iFound.iHalf = isHalf ? iLine.size() : 0;
+            iFound.iEndsWithin = !isCut && !isHalf;
         }
         return iFound;
     }
@@ -152,11 +165,9 @@ bool IsLog(const ReadableFile& file, const Remains& remains)
     const struct stat status = file.Status();
     if (status.st_size == 0 || (remains.iAttempt && IsFile(status, *remains.iAttempt)))
         return true;
-    constexpr std::string_view kForm = "0000-00-00 00:00:00.";
-    std::array<char, kForm.size()> start = {};
+    std::array<char, kStamp.size()> start = {};
     return file.Read(start.data(), start.size(), 0) == ssize_t(start.size())
-        && std::equal(start.begin(), start.end(), kForm.begin(),
-                      [](char is, char form) { return form == '0' ? is >= '0' && is <= '9' : is == form; });
+        && HasForm(start.data(), int(start.size()), kStamp);
 }
 
 Found Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
@@ -168,7 +179,9 @@ Found Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
         search.Read(piece.data(), size_t(read));
         offset += quint64(read);
     }
-    return search.End();
+    Found found = search.End();
+    found.iEnd = offset;
+    return found;
 }
 
 // All or nothing of each line.
@@ -187,11 +200,11 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
                                               const QByteArray& newLog)
 {
     const QByteArray& lines = remains.iLines;
-    if (lines.isEmpty())
-        return 0;
     const WriteSignals::Blocker blocker;
     const QByteArray log = remains.iLog.isEmpty() ? newLog : remains.iLog;
     const QByteArray attempted = remains.iIsAttemptOpen ? NameOf(log, *remains.iAttempt) : QByteArray();
+    if (lines.isEmpty() && attempted.isEmpty())
+        return 0;
     const QByteArray& name = attempted.isEmpty() ? log : attempted;
     if (!CanBeLog(name))
         return std::nullopt;
@@ -208,6 +221,8 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
         else
             section.SetAttempt(file.Which(), file.Size());
     }
+    if (found.iHalf > 0 && quint64(file.Size()) == found.iEnd)
+        file.TakeBack(found.iHalf); // the next process says it anew
     const QByteArray missing = lines.mid(int(found.iBytes + found.iCut));
     if (!Append(file, found.iEndsWithin && !missing.isEmpty() ? '\n' + missing : missing))
         return std::nullopt;

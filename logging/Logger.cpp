@@ -236,7 +236,10 @@ void Logger::CompleteInterrupted(const QString& newPath)
     LogLine::Append(line, QDateTime::currentMSecsSinceEpoch(), kInformationCode, "Information", "Logger::SetCrashFile",
                     msg);
     const WriteSignals::Blocker blocker;
-    LogFile(newLog).Append(line);
+    LogFile log(newLog);
+    if (GetLoggerFileName().isEmpty()) // the crash file knows of one write at a time, and nobody else writes yet
+        log.ServeLogger();
+    log.Append(line);
 }
 
 bool Logger::SetCrashFile(const QString& path)
