@@ -3,10 +3,11 @@
 from statistics import median
 
 from figures import ratios, shown
-from scenarios import ASYNC, COPY, HOST, NAMES, NO_LOG, OURS, SYNC, Scenario, measured, of_us
+from scenarios import ASYNC, COPY, CRASH_FILE, HOST, NAMES, NO_LOG, OURS, SYNC, Scenario, measured, of_us
 
 OF_BEST_BURSTY = 0.5
 STOPPED_NS = 1
+CRASH_FILE_NS = 30
 # Beside whom, in which scenarios, and at least how many times as many lines per second.
 SPEED = [
     (SYNC, of_us("flat"), 1.0),
@@ -38,7 +39,7 @@ def _speed(logs):
 
 def _best_peer(logs, ours, figure):
     """Our share of what that one takes of all peers who takes least."""
-    peers = [target for target in measured(logs, ours.kind) if target not in (OURS, COPY)]
+    peers = [target for target in measured(logs, ours.kind) if target not in (OURS, CRASH_FILE, COPY)]
     shares = {peer: _compared(logs, ours, peer, figure) for peer in peers}
     peer = max(shares, key=shares.get)
     return shares[peer], f"{shown(shares[peer])} times {NAMES[peer]}"
@@ -58,10 +59,30 @@ def _bursty(logs):
     yield _aim(aim, text, share <= OF_BEST_BURSTY)
 
 
+def _more(logs, scenario, than, figure):
+    """The median of the differences within the rounds."""
+    return median(one - other for one, other in zip(_rounds(logs, scenario, figure), _rounds(logs, than, figure)))
+
+
+def _crash_file(logs, kind, load):
+    for threads in (1, 4):
+        ours = Scenario(OURS, kind, threads)
+        more = _more(logs, ours.of(CRASH_FILE), ours, "mean")
+        text = f"a call {load}, {ours.title()}: at most {CRASH_FILE_NS} ns more with a crash file"
+        yield _aim(text, f"{shown(more)} ns", more <= CRASH_FILE_NS)
+
+
+def _crash_file_flat(logs):
+    yield from _crash_file(logs, "flat", "without a pause")
+
+
+def _crash_file_bursty(logs):
+    yield from _crash_file(logs, "bursty", "of a bursty caller")
+
+
 def _stopped(logs):
     ours = Scenario(OURS, "stopped")
-    more = [our - empty for our, empty in zip(_rounds(logs, ours, "mean"), _rounds(logs, ours.of(COPY), "mean"))]
-    figure = median(more)
+    figure = _more(logs, ours, ours.of(COPY), "mean")
     text = "a call that the level stops: at most 1 ns more than an empty loop"
     yield _aim(text, f"{shown(figure)} ns", figure <= STOPPED_NS)
 
@@ -79,7 +100,7 @@ def _of_task(task):
     return _aim(best, task["figure"], task["met"])
 
 
-AIMS_OF_LOGS = {"flat": [_speed, _processor], "bursty": [_bursty], "stopped": [_stopped], "host": [_host]}
+AIMS_OF_LOGS = {"flat": [_speed, _processor, _crash_file_flat], "bursty": [_bursty, _crash_file_bursty], "stopped": [_stopped], "host": [_host]}
 
 
 def all_of(results):

@@ -14,7 +14,7 @@ set border 3
 set tics nomirror
 set key outside right
 """
-COLOURS = ["#0b5fa5", "#d1495b", "#edae49", "#66a182", "#8d6b94", "#7a7265", "#c08497", "#222222"]
+COLOURS = ["#0b5fa5", "#6fb1e0", "#d1495b", "#edae49", "#66a182", "#8d6b94", "#7a7265", "#c08497", "#222222"]
 # Beside each other, or the spread of one would hide that of another.
 STEP = 1.025
 

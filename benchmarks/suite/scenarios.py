@@ -3,12 +3,14 @@
 from dataclasses import dataclass, replace
 
 OURS = "nerolt"
+CRASH_FILE = "nerolt_crash_file"
 ASYNC = "spdlog_async"
 SYNC = "spdlog_sync"
 COPY = "copy_write"
 NO_LOG = "no_log"
 NAMES = {
     OURS: "NeroltOrvaneBase",
+    CRASH_FILE: "NeroltOrvaneBase, crash file",
     ASYNC: "spdlog asynchronous",
     SYNC: "spdlog synchronous",
     "glog": "glog",

@@ -1,6 +1,6 @@
 """What the page says besides figures."""
 
-from scenarios import ASYNC, COPY, NO_LOG, OURS, SYNC
+from scenarios import ASYNC, COPY, CRASH_FILE, NO_LOG, OURS, SYNC
 
 INTRODUCTION = """# Performance
 
@@ -18,6 +18,8 @@ the ratios within the rounds.
 ABOUT = [
     ((OURS,), """Ours opens and closes its file for every batch, or for what waits together, up to 64 KiB. It looks at
         the file's age and size each time, and rotates it at 100 MiB."""),
+    ((CRASH_FILE,), """Ours with a crash file: each line is also copied to memory that outlives the process. Its 4 MiB
+        hold what waits for the disk; callers wait while they are full."""),
     ((ASYNC,), "spdlog asynchronous: one thread writes, a queue of 8192, callers wait while it is full."),
     ((SYNC,), "spdlog synchronous: callers write, one at a time, through the C library's file buffer."),
     (("glog",), "glog: callers write as with spdlog synchronous. It puts a head of its own before the message."),

@@ -12,7 +12,7 @@ sys.path.insert(0, sys.argv.pop(1))
 import aims
 import charts
 import page
-from scenarios import ASYNC, COPY, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of, of_us
+from scenarios import ASYNC, COPY, CRASH_FILE, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of, of_us
 
 FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept", "stop", *HOST]
 
@@ -75,7 +75,7 @@ class TestPage(unittest.TestCase):
         self.assertIn("![Bursts](performance-burst.svg)", text)
 
     def test_what_is_not_installed_is_left_out(self):
-        targets = [OURS, "qt", COPY, NO_LOG]
+        targets = [OURS, CRASH_FILE, "qt", COPY, NO_LOG]
         results = results_of(targets)
         text = page.make(results, {})
         self.assertIn("Left out, because CMake did not find them: spdlog asynchronous, ", text)
@@ -132,6 +132,11 @@ class TestPage(unittest.TestCase):
             theirs["processor"] = summary(1999, 999, 2999)
             self.assertEqual(len(self.missed(results)), 1)
             theirs["processor"] = summary(2000, 1000, 3000)
+        for scenario in (Scenario(CRASH_FILE, kind, threads) for kind in ("flat", "bursty") for threads in (1, 4)):
+            logs[scenario]["mean"] = summary(2031, 1031, 3031)
+            self.assertEqual(len(self.missed(results)), 1)
+            logs[scenario]["mean"] = summary(2030, 1030, 3030)
+            self.assertEqual(self.missed(results), [])
         logs[Scenario("glog", "bursty")]["p99.9"] = summary(1999, 999, 2999)
         self.assertEqual(len(self.missed(results)), 1)
 
