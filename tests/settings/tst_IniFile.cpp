@@ -1,5 +1,5 @@
-#include "CapturedLog.h"
 #include "IniFiles.h"
+#include "support/LogScenario.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
@@ -118,7 +118,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         const QStringList before = Entries(TestSupport::Scratch());
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         IniFile ini(path);
         QVERIFY(!SettingsOf(ini));
         QCOMPARE(ini.GetFileName(), QString());
@@ -126,7 +126,7 @@ private Q_SLOTS:
         ini.SetKeyValue(kGroup, kKey, 1);
         QCOMPARE(Get(ini), QStringLiteral("<none>"));
         QVERIFY(!SettingsOf(ini));
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(Entries(TestSupport::Scratch()), before);
     }
 
@@ -135,13 +135,13 @@ private Q_SLOTS:
     void constructionTouchesNothing()
     {
         const QString path = NewPath();
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         const IniFile ini(path);
         QCOMPARE(ini.GetFileName(), path);
         QVERIFY(!QFile::exists(path));
         QCOMPARE(SettingsOf(ini)->format(), QSettings::IniFormat);
         QVERIFY(!SettingsOf(ini)->parent());
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
     }
 
     void fileNameOfARelativePath()
@@ -154,9 +154,9 @@ private Q_SLOTS:
     {
         const QString path = NewPath();
         auto ini = std::make_unique<IniFile>(path);
-        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Trace);
         IniFile copy(*ini);
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QVERIFY(SettingsOf(copy) && SettingsOf(copy) != SettingsOf(*ini));
         QCOMPARE(SettingsOf(copy)->format(), QSettings::IniFormat);
         QVERIFY(!SettingsOf(copy)->parent());
@@ -198,9 +198,9 @@ private Q_SLOTS:
         IniFile ini(oldPath);
         ini.SetKeyValue(kGroup, kKey, 1);
         const IniFile other(newPath);
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QCOMPARE(&(ini = other), &ini);
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(ini.GetFileName(), newPath);
         QCOMPARE(other.GetFileName(), newPath);
         QVERIFY(!SettingsOf(ini) || SettingsOf(ini) != SettingsOf(other));
@@ -230,12 +230,12 @@ private Q_SLOTS:
         const QString first = NewPath();
         const QString second = NewPath();
         IniFile ini{QString()};
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         ini.SetFilePath(first);
-        QCOMPARE(log.Bodies(), Lines{PathLine("The file is " + first.toUtf8())});
+        QCOMPARE(log.Lines(), Lines{PathLine("The file is " + first.toUtf8())});
         ini.SetKeyValue(kGroup, kKey, 1);
         ini.SetFilePath(second);
-        QCOMPARE(log.Bodies(),
+        QCOMPARE(log.Lines(),
                  (Lines{PathLine("The file is " + second.toUtf8()), PathLine("Clear the old settings first.")}));
         QCOMPARE(ini.GetFileName(), second);
         QCOMPARE(SettingsOf(ini)->format(), QSettings::IniFormat);
@@ -259,31 +259,31 @@ private Q_SLOTS:
     void setFilePathToARelativePath()
     {
         IniFile ini{QString()};
-        CapturedLog log(LoggerDefs::Debug);
+        LogScenario::Captured log(LoggerDefs::Debug);
         ini.SetFilePath(QStringLiteral("other%1.ini"));
-        QCOMPARE(log.Bodies(), Lines{PathLine("The file is other%1.ini")});
+        QCOMPARE(log.Lines(), Lines{PathLine("The file is other%1.ini")});
         QCOMPARE(ini.GetFileName(), QDir::current().filePath(QStringLiteral("other%1.ini")));
     }
 
     void setFilePathLogsAtDebugOnly()
     {
-        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Debug);
+        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Debug);
         IniFile ini(NewPath());
         ini.SetFilePath(NewPath());
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
     }
 
     void setFilePathToAnEmptyPath()
     {
         const QStringList before = Entries(TestSupport::Scratch());
         IniFile ini{QString()};
-        CapturedLog log(LoggerDefs::Debug);
+        LogScenario::Captured log(LoggerDefs::Debug);
         ini.SetFilePath(QString());
         QVERIFY(SettingsOf(ini));
         QCOMPARE(ini.GetFileName(), QString());
         ini.SetFilePath(QString());
         QCOMPARE(
-            log.Bodies(),
+            log.Lines(),
             (Lines{PathLine("The file is "), PathLine("The file is "), PathLine("Clear the old settings first.")}));
         QVERIFY(SettingsOf(IniFile(ini)));
         ini.SetKeyValue(kGroup, kKey, 1);
@@ -330,14 +330,14 @@ private Q_SLOTS:
         QFETCH(QString, result);
         QFETCH(int, typeLine);
         const IniFile ini(NewFile("[A]\nk=" + text + "\n"));
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QString value;
         QVERIFY(ini.GetKeyValue(kGroup, kKey, value));
         QCOMPARE(value, result);
         Lines lines{ReturnLine(result.toUtf8()), KeyLine("k", result.toUtf8())};
         if (typeLine)
             lines.prepend(Trace("SettingValue", "type is " + QByteArray::number(typeLine)));
-        QCOMPARE(log.Bodies(), lines);
+        QCOMPARE(log.Lines(), lines);
     }
 
     void miss_data()
@@ -350,13 +350,13 @@ private Q_SLOTS:
         QFETCH(QString, group);
         QFETCH(QString, key);
         const IniFile ini(NewFile("top=0\n[A]\nk=v\nlong=w\n"));
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         for (const QString& before : {QStringLiteral("untouched"), QString(), QString(QLatin1String(""))}) {
             QString value = before;
             QVERIFY(!ini.GetKeyValue(group, key, value));
             QCOMPARE(value, before);
             QCOMPARE(value.isNull(), before.isNull());
-            QCOMPARE(log.Bodies(), Lines{ReturnLine("")});
+            QCOMPARE(log.Lines(), Lines{ReturnLine("")});
         }
     }
 
@@ -386,18 +386,18 @@ private Q_SLOTS:
         QFETCH(QString, result);
         const IniFile ini(NewFile("top=0\n[General]\ngeneral=1\n[%General]\nk=2\n[N]\nM\\k=3\n[S%20T]\na%20b=4\n[C]\n"
                                   "Key=5\nkey=6\n"));
-        CapturedLog log(LoggerDefs::Trace);
+        LogScenario::Captured log(LoggerDefs::Trace);
         QCOMPARE(Get(ini, group, key), result);
-        QCOMPARE(log.Bodies(), (Lines{ReturnLine(result.toUtf8()), KeyLine(key.toUtf8(), result.toUtf8())}));
+        QCOMPARE(log.Lines(), (Lines{ReturnLine(result.toUtf8()), KeyLine(key.toUtf8(), result.toUtf8())}));
     }
 
     void getLogsAtTraceOnly()
     {
         const IniFile ini(NewFile("[A]\nk=v\n"));
-        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Trace);
         QCOMPARE(Get(ini), QStringLiteral("v"));
         QCOMPARE(Get(ini, kGroup, QStringLiteral("x")), QStringLiteral("<none>"));
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
     }
 
     void everyOperationEndsItsGroup()
@@ -461,9 +461,9 @@ private Q_SLOTS:
         QFETCH(QString, reread);
         const QString path = NewPath();
         IniFile ini(path);
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         ini.SetKeyValue(kGroup, kKey, value);
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(Read(path), "[A]\nk=" + onDisk + "\n");
         QCOMPARE(Get(ini), now);
         QCOMPARE(Reread(path), reread);
@@ -543,9 +543,9 @@ private Q_SLOTS:
     {
         const QString path = NewFile("[A]\nk=1\nother=2\n[B]\nk=3\n");
         IniFile ini(path);
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         ini.RemoveKey(kGroup, kKey);
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(Read(path), QByteArray("[A]\nother=2\n\n[B]\nk=3\n"));
         QCOMPARE(Get(ini), QStringLiteral("<none>"));
         ini.RemoveKey(kGroup, QStringLiteral("other"));
@@ -561,9 +561,9 @@ private Q_SLOTS:
         QFETCH(QString, key);
         const QByteArray text = ";kept because nothing is written\ntop=0\n[A]\nk=v\nlong=w\n";
         const QString path = NewFile(text);
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         IniFile(path).RemoveKey(group, key);
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(Read(path), text);
     }
 

@@ -1,5 +1,5 @@
-#include "CapturedLog.h"
 #include "IniFiles.h"
+#include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
@@ -158,10 +158,10 @@ private Q_SLOTS:
 
     void missingFile()
     {
-        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Trace);
         QCOMPARE(Get(IniFile(NewPath())), QStringLiteral("<none>"));
         QCOMPARE(Get(IniFile(NewPath() + QStringLiteral("/no/folder.ini"))), QStringLiteral("<none>"));
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
     }
 
     void aFolder()
@@ -250,13 +250,13 @@ private Q_SLOTS:
         const OrdinaryUser user;
         QVERIFY(QFile::setPermissions(path, QFile::Permissions(fileMode)));
         QVERIFY(QFile::setPermissions(folder, QFile::Permissions(folderMode)));
-        CapturedLog log(CapturedLog::kAll & ~LoggerDefs::Trace);
+        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Trace);
         IniFile ini(path);
         QCOMPARE(Get(ini), before);
         ini.SetKeyValue(kGroup, QStringLiteral("x"), 1);
         QCOMPARE(Get(ini, kGroup, QStringLiteral("x")), QStringLiteral("1"));
         QCOMPARE(Entries(folder), QStringList{QStringLiteral("s.ini")});
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7000)));
         QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x6000)));
         QCOMPARE(Read(path), QByteArray("[A]\nk=v\n"));

@@ -1,5 +1,5 @@
-#include "CapturedLog.h"
 #include "IniFiles.h"
+#include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
@@ -29,7 +29,7 @@ namespace {
 using Lines = QList<QByteArray>;
 
 const QString kNoSection = QStringLiteral("no such section");
-constexpr int kAllButTrace = CapturedLog::kAll & ~LoggerDefs::Trace;
+constexpr int kAllButTrace = LogScenario::kAllLevels & ~LoggerDefs::Trace;
 
 QString Get(const IniFile& ini, const char* group, const char* key)
 {
@@ -186,9 +186,9 @@ private Q_SLOTS:
         const QDateTime sourceTime = QFileInfo(sourcePath).lastModified();
         {
             IniFile ini(targetPath);
-            CapturedLog log(kAllButTrace);
+            LogScenario::Captured log(kAllButTrace);
             QCOMPARE(ini.Merge(sourcePath, section), !lines.isEmpty());
-            QCOMPARE(log.Bodies(), Lines{FileLine(sourcePath)} + lines);
+            QCOMPARE(log.Lines(), Lines{FileLine(sourcePath)} + lines);
             QCOMPARE((ini.*IniFile_iSettings())->group(), QString());
             QCOMPARE(ini.GetFileName(), targetPath);
             QCOMPARE(Read(targetPath), target);
@@ -233,12 +233,12 @@ private Q_SLOTS:
         QFETCH(QString, source);
         const QByteArray text = ";a comment\n[A]\nx=9\n";
         const QString target = NewFile(text);
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         {
             IniFile ini(target);
             QVERIFY(!ini.Merge(source, QStringLiteral("A")));
         }
-        QCOMPARE(log.Bodies(), (Lines{FileLine(source), kEmptyWarning}));
+        QCOMPARE(log.Lines(), (Lines{FileLine(source), kEmptyWarning}));
         QCOMPARE(Read(target), text);
     }
 
@@ -247,10 +247,10 @@ private Q_SLOTS:
         const QString folder = NewPath();
         QVERIFY(QDir().mkpath(folder));
         IniFile ini(NewPath());
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QVERIFY(!ini.Merge(folder, QStringLiteral("A")));
         // The size of a folder depends on the file system.
-        QCOMPARE(log.Bodies(), Lines{FileLine(folder)} + (QFile(folder).size() < 1 ? Lines{kEmptyWarning} : Lines()));
+        QCOMPARE(log.Lines(), Lines{FileLine(folder)} + (QFile(folder).size() < 1 ? Lines{kEmptyWarning} : Lines()));
         QVERIFY(!QFile::exists(ini.GetFileName()));
     }
 
@@ -261,9 +261,9 @@ private Q_SLOTS:
         const OrdinaryUser user;
         QVERIFY(QFile::setPermissions(source, QFile::Permissions()));
         IniFile ini(NewPath());
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QVERIFY(!ini.Merge(source, QStringLiteral("A")));
-        QCOMPARE(log.Bodies(), Lines{FileLine(source)});
+        QCOMPARE(log.Lines(), Lines{FileLine(source)});
     }
 
     // --- Levels
@@ -281,10 +281,10 @@ private Q_SLOTS:
         QTest::newRow("nothing") << 0 << Lines() << Lines();
         QTest::newRow("debug") << int(LoggerDefs::Debug) << debug << Lines{debug[0]};
         QTest::newRow("warning") << int(LoggerDefs::Warning) << Lines() << Lines{kEmptyWarning};
-        QTest::newRow("all but warning") << (CapturedLog::kAll & ~LoggerDefs::Warning) << all << Lines{debug[0]};
+        QTest::newRow("all but warning") << (LogScenario::kAllLevels & ~LoggerDefs::Warning) << all << Lines{debug[0]};
         QTest::newRow("all but debug, trace included")
-            << (CapturedLog::kAll & ~LoggerDefs::Debug) << Lines() << Lines{kEmptyWarning};
-        QTest::newRow("all") << CapturedLog::kAll << all << Lines{debug[0], kEmptyWarning};
+            << (LogScenario::kAllLevels & ~LoggerDefs::Debug) << Lines() << Lines{kEmptyWarning};
+        QTest::newRow("all") << LogScenario::kAllLevels << all << Lines{debug[0], kEmptyWarning};
     }
     void levels()
     {
@@ -294,12 +294,12 @@ private Q_SLOTS:
         const QString source = QStringLiteral("s.ini");
         Write(source, "[A]\nd=@Variant(\\0\\0\\0\\x6@\\f\\0\\0\\0\\0\\0\\0)\nx=1\n[B]\ny=2\n");
         IniFile ini(NewPath());
-        CapturedLog log(mask);
+        LogScenario::Captured log(mask);
         QVERIFY(ini.Merge(source, QStringLiteral("B")));
-        QCOMPARE(log.Bodies(), lines);
+        QCOMPARE(log.Lines(), lines);
         Write(source, "");
         QVERIFY(!ini.Merge(source, QStringLiteral("B")));
-        QCOMPARE(log.Bodies(), emptyLines);
+        QCOMPARE(log.Lines(), emptyLines);
     }
 
     // --- The preference file
@@ -310,9 +310,9 @@ private Q_SLOTS:
         Write(prefs, "[A]\nx=9\n");
         const QString source = NewFile("[A]\nx=1\ny=2\n");
         IniFile ini{QString()};
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QVERIFY(ini.Merge(source, kNoSection));
-        QCOMPARE(log.Bodies(),
+        QCOMPARE(log.Lines(),
                  (Lines{FileLine(source),
                         "|25|Trace|SystemConfig::GetPath|The test path is " + SystemConfig::GetTestPath().toUtf8(),
                         "|25|Trace|IniFile::SettingValue|the return value is 2", Gap("2", "y")}));
@@ -326,9 +326,9 @@ private Q_SLOTS:
     {
         const QString prefs = NewPrefs();
         IniFile ini{QString()};
-        CapturedLog log(kAllButTrace);
+        LogScenario::Captured log(kAllButTrace);
         QVERIFY(!ini.Merge(NewFile(""), kNoSection));
-        QVERIFY(log.Bodies().contains(kEmptyWarning));
+        QVERIFY(log.Lines().contains(kEmptyWarning));
         QCOMPARE(ini.GetFileName(), prefs);
         QVERIFY(!QFile::exists(prefs));
         ini.SetKeyValue(QStringLiteral("A"), QStringLiteral("x"), 1);
@@ -361,9 +361,9 @@ private Q_SLOTS:
         const QString target = NewPath();
         IniFile ini{QString()};
         ini.SetFilePath(target);
-        CapturedLog log(LoggerDefs::Trace);
+        LogScenario::Captured log(LoggerDefs::Trace);
         QVERIFY(ini.Merge(NewFile("[A]\nx=1\n"), kNoSection));
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
         QCOMPARE(ini.GetFileName(), target);
         QVERIFY(!QFile::exists(prefs));
     }
@@ -405,12 +405,12 @@ private Q_SLOTS:
         const QString link = NewPath();
         QVERIFY(QFile::link(path, link));
         for (const QString& source : {path, link}) {
-            CapturedLog log(kAllButTrace);
+            LogScenario::Captured log(kAllButTrace);
             {
                 IniFile ini(path);
                 QCOMPARE(ini.Merge(source, section), !lines.isEmpty());
             }
-            QCOMPARE(log.Bodies(), Lines{FileLine(source)} + lines);
+            QCOMPARE(log.Lines(), Lines{FileLine(source)} + lines);
             QCOMPARE(Read(path), text);
         }
     }
@@ -508,11 +508,11 @@ private Q_SLOTS:
         OrdinaryUser::Own(folder);
         const OrdinaryUser user;
         QVERIFY(QFile::setPermissions(target, QFile::ReadOwner));
-        CapturedLog log(kAllButTrace);
+        LogScenario::Captured log(kAllButTrace);
         IniFile ini(target);
         QVERIFY(ini.Merge(source, kNoSection));
         QCOMPARE(Get(ini, "A", "y"), QStringLiteral("2"));
-        QCOMPARE(log.Bodies(), (Lines{FileLine(source), Gap("2", "y")}));
+        QCOMPARE(log.Lines(), (Lines{FileLine(source), Gap("2", "y")}));
         QCOMPARE(Read(target), QByteArray("[A]\nx=9\n"));
         ini.RemoveKey(QStringLiteral("A"), QStringLiteral("y"));
     }

@@ -1,4 +1,4 @@
-#include "CapturedLog.h"
+#include "support/LogScenario.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
@@ -209,9 +209,9 @@ private Q_SLOTS:
             lines += TypeLine(typeLine);
         lines += ReturnLine(text);
         for (const bool flag : {false, true}) {
-            CapturedLog log(LoggerDefs::Trace);
+            LogScenario::Captured log(LoggerDefs::Trace);
             QCOMPARE(IniFile::SettingValue(value, flag), text);
-            QCOMPARE(log.Bodies(), lines);
+            QCOMPARE(log.Lines(), lines);
         }
     }
 
@@ -234,10 +234,10 @@ private Q_SLOTS:
     {
         QFETCH(QVariant, value);
         QFETCH(QString, text);
-        for (const int mask : {0, CapturedLog::kAll & ~LoggerDefs::Trace}) {
-            CapturedLog log(mask);
+        for (const int mask : {0, LogScenario::kAllLevels & ~LoggerDefs::Trace}) {
+            LogScenario::Captured log(mask);
             QCOMPARE(IniFile::SettingValue(value, false), text);
-            QCOMPARE(log.Bodies(), QList<QByteArray>());
+            QCOMPARE(log.Lines(), QList<QByteArray>());
         }
     }
 
@@ -260,9 +260,9 @@ private Q_SLOTS:
     // A line break in a value does not break the log's line; nor does a template in it.
     void lineBreaksInTheLog()
     {
-        CapturedLog log(LoggerDefs::Trace);
+        LogScenario::Captured log(LoggerDefs::Trace);
         IniFile::SettingValue(QStringLiteral("a\r\nb%1"), false);
-        QCOMPARE(log.Bodies(), QList<QByteArray>{ReturnLine(QStringLiteral("ab%1"))});
+        QCOMPARE(log.Lines(), QList<QByteArray>{ReturnLine(QStringLiteral("ab%1"))});
     }
 
     void anyThread()
@@ -309,10 +309,10 @@ private Q_SLOTS:
 
     void theirHelpersLogNothing()
     {
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         IniFile::ToString(true);
         IniFile::ToBool(QStringLiteral("true"));
-        QCOMPARE(log.Bodies(), QList<QByteArray>());
+        QCOMPARE(log.Lines(), QList<QByteArray>());
     }
 };
 

@@ -1,5 +1,5 @@
-#include "settings/CapturedLog.h"
 #include "settings/StoreContents.h"
+#include "support/LogScenario.h"
 #include "support/LogText.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
@@ -309,12 +309,12 @@ private Q_SLOTS:
     {
         const QString path = NewFile("[Net-2]\nk=1\n[Net]\nProxy=a\nPort=1\n[A]\nk=1\n[N]\nx\\y=1\n");
         Reporter ini;
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QVERIFY(ini.ReadFile(path));
         const QByteArray group = "|25|Trace|SettingsIniFile::ReadFile|The group is ";
         const QByteArray key = "|10|Information|Reporter|";
         // Sorted by their names, not by the whole keys, in which a hyphen comes before the separator.
-        QCOMPARE(log.Bodies(),
+        QCOMPARE(log.Lines(),
                  (QList<QByteArray>{"|20|Debug|SettingsIniFile::ReadFile|The file is " + path.toUtf8(), group + "A",
                                     key + "A/k", group + "N", group + "Net", key + "Net/Port", key + "Net/Proxy",
                                     group + "Net-2", key + "Net-2/k"}));
@@ -325,10 +325,10 @@ private Q_SLOTS:
     {
         const QString path = NewFile("top=1\n[]\nk=1\n[A]\nk=1\n");
         SettingsIniFile ini;
-        CapturedLog log(LoggerDefs::Trace);
+        LogScenario::Captured log(LoggerDefs::Trace);
         QVERIFY(ini.ReadFile(path));
         const QByteArray group = "|25|Trace|SettingsIniFile::ReadFile|The group is ";
-        QCOMPARE(log.Bodies(), (QList<QByteArray>{group, group + "A"}));
+        QCOMPARE(log.Lines(), (QList<QByteArray>{group, group + "A"}));
         QCOMPARE(Sections(ini), QStringList(Line("A", "k", Text("1"))));
     }
 

@@ -1,4 +1,4 @@
-#include "CapturedLog.h"
+#include "support/LogScenario.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
@@ -209,10 +209,10 @@ private Q_SLOTS:
     void asksTheStoreOnce()
     {
         const ScriptedStore store(true, QStringLiteral("07:45"));
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         QCOMPARE(IniFile::GetTimeFromPrefs(store, kGroup, kStart), QTime(7, 45, 0, 0));
         QCOMPARE(store.iAsked, QStringList{QStringLiteral("Downloads|AutoDownloadsStart|")});
-        QCOMPARE(log.Bodies(), Lines());
+        QCOMPARE(log.Lines(), Lines());
     }
 
     void goesByTheTextAndNotByTheAnswer()
@@ -224,9 +224,9 @@ private Q_SLOTS:
     void logsWhatTheStoreLogs()
     {
         const std::unique_ptr<IIniFileBase> file = FileStore(QStringLiteral("07:45"));
-        CapturedLog log(CapturedLog::kAll);
+        LogScenario::Captured log(LogScenario::kAllLevels);
         IniFile::GetTimeFromPrefs(*file, kGroup, kEnd);
-        QCOMPARE(log.Bodies(),
+        QCOMPARE(log.Lines(),
                  (Lines{"|25|Trace|IniFile::SettingValue|the return value is 07:45",
                         "|25|Trace|IniFile::GetKeyValue|The key is AutoDownloadsEnd value is 07:45"}));
     }
