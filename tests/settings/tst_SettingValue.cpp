@@ -19,7 +19,6 @@
 #include <QtTest/QtTest>
 
 #include <limits>
-#include <thread>
 
 struct HostType
 {
@@ -213,27 +212,6 @@ private Q_SLOTS:
             QCOMPARE(IniFile::SettingValue(value, flag), text);
             QCOMPARE(log.Lines(), lines);
         }
-    }
-
-    void nullRows_data()
-    {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<int>("id");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("typeLine");
-        AddNulls();
-    }
-    void nullRows()
-    {
-        QFETCH(QVariant, value);
-        QVERIFY(value.isNull());
-    }
-
-    void theSameTextAtEveryLevel_data() { table_data(); }
-    void theSameTextAtEveryLevel()
-    {
-        QFETCH(QVariant, value);
-        QFETCH(QString, text);
         for (const int mask : {0, LogScenario::kAllLevels & ~LoggerDefs::Trace}) {
             LogScenario::Captured log(mask);
             QCOMPARE(IniFile::SettingValue(value, false), text);
@@ -243,39 +221,12 @@ private Q_SLOTS:
 
     void anEmptyTextStaysUnchanged() { QVERIFY(!IniFile::SettingValue(QString(QLatin1String("")), false).isNull()); }
 
-    void textsAreShared()
-    {
-        const QString text = QStringLiteral("a text of the host's") + QLatin1Char('!');
-        QCOMPARE(IniFile::SettingValue(text, false).constData(), text.constData());
-    }
-
-    void theArgumentIsLeftAlone()
-    {
-        const QVariant value(QStringList{QStringLiteral("a"), QStringLiteral("b")});
-        IniFile::SettingValue(value, false);
-        QCOMPARE(value.type(), QVariant::StringList);
-        QCOMPARE(value.toStringList(), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
-    }
-
     // A line break in a value does not break the log's line; nor does a template in it.
     void lineBreaksInTheLog()
     {
         LogScenario::Captured log(LoggerDefs::Trace);
         IniFile::SettingValue(QStringLiteral("a\r\nb%1"), false);
         QCOMPARE(log.Lines(), QList<QByteArray>{ReturnLine(QStringLiteral("ab%1"))});
-    }
-
-    void anyThread()
-    {
-        std::thread other([] {
-            for (int i = 0; i < 1000; ++i)
-                IniFile::SettingValue(qint64(i), false);
-        });
-        bool isRight = true;
-        for (int i = 0; i < 1000; ++i)
-            isRight = isRight && IniFile::SettingValue(i, false) == QString::number(i);
-        other.join();
-        QVERIFY(isRight);
     }
 
     void booleans()
@@ -305,14 +256,6 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(bool, result);
         QCOMPARE(IniFile::ToBool(text), result);
-    }
-
-    void theirHelpersLogNothing()
-    {
-        LogScenario::Captured log(LogScenario::kAllLevels);
-        IniFile::ToString(true);
-        IniFile::ToBool(QStringLiteral("true"));
-        QCOMPARE(log.Lines(), QList<QByteArray>());
     }
 };
 
