@@ -16,11 +16,15 @@ namespace IniFiles {
 /// What Read returns for a missing file. NewFile creates no file for it.
 inline const QByteArray kNoFile = "<no file>";
 
-/// A path that this process has not used before: the framework caches files by name.
+/// A path that this process has not used before: the framework caches files by name. A folder has few files, because
+/// each writer looks through it.
 inline QString NewPath()
 {
+    constexpr int kFiles = 10;
     static int count = 0;
-    return QDir(TestSupport::Scratch()).filePath(QStringLiteral("%1.ini").arg(++count));
+    const QString folder = QStringLiteral("ini-%1").arg(count / kFiles);
+    QDir(TestSupport::Scratch()).mkpath(folder);
+    return QDir(TestSupport::Scratch()).filePath(folder + QStringLiteral("/%1.ini").arg(++count));
 }
 
 inline QString NewFolder()

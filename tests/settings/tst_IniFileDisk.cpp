@@ -29,14 +29,6 @@ QString Get(const IIniFileBase& ini)
     return Get(ini, kGroup, kKey);
 }
 
-// What an object reads that has not cached the file.
-QString Reread(const QString& path, const QString& key = kKey)
-{
-    const QString copy = NewPath();
-    QFile::copy(path, copy);
-    return Get(IniFile(copy), kGroup, key);
-}
-
 // A disk that accepts only so many bytes for each file.
 void LimitFiles(rlim_t bytes)
 {
@@ -71,8 +63,6 @@ class tst_IniFileDisk : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // --- What others change
-
     void readsThrough()
     {
         const QString path = NewPath();
@@ -86,19 +76,12 @@ private Q_SLOTS:
         QCOMPARE(Get(ini), QStringLiteral("<none>"));
         Write(path, "[A]\nk=third\n");
         QCOMPARE(Get(ini), QStringLiteral("third"));
+        QVERIFY(QFile::remove(path) && QFile::rename(NewFile("[A]\nk=replaced\n"), path));
+        QCOMPARE(Get(ini), QStringLiteral("replaced"));
         QFile::remove(path);
         QCOMPARE(Get(ini), QStringLiteral("<none>"));
         Write(path, "");
         QCOMPARE(Get(ini), QStringLiteral("<none>"));
-    }
-
-    void readsThroughAReplacedFile()
-    {
-        const QString path = NewFile("[A]\nk=first\n");
-        const IniFile ini(path);
-        QCOMPARE(Get(ini), QStringLiteral("first"));
-        QVERIFY(QFile::remove(path) && QFile::rename(NewFile("[A]\nk=the second\n"), path));
-        QCOMPARE(Get(ini), QStringLiteral("the second"));
     }
 
     void readsThroughChangesOfTheSameSize()
@@ -154,16 +137,6 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[B]\nnewer=4\n"));
     }
 
-    // --- Damaged files
-
-    void missingFile()
-    {
-        LogScenario::Captured log(LogScenario::kAllLevels & ~LoggerDefs::Trace);
-        QCOMPARE(Get(IniFile(NewPath())), QStringLiteral("<none>"));
-        QCOMPARE(Get(IniFile(NewPath() + QStringLiteral("/no/folder.ini"))), QStringLiteral("<none>"));
-        QCOMPARE(log.Lines(), Lines());
-    }
-
     void aFolder()
     {
         const QString folder = NewFolder();
@@ -209,20 +182,6 @@ private Q_SLOTS:
         const QString path = NewFile("[]\nk=1\n[General]\nk=2\n");
         IniFile(path).SetKeyValue(kGroup, kKey, 3);
         QVERIFY2(Read(path).endsWith("\n\n[A]\nk=3\n"), Read(path));
-    }
-
-    void binary()
-    {
-        QByteArray bytes;
-        for (int i = 0; i < 100000; ++i)
-            bytes += char((i * 7919) >> 3);
-        const QString path = NewFile(bytes);
-        IniFile ini(path);
-        QCOMPARE(Get(ini), QStringLiteral("<none>"));
-        QCOMPARE(Read(path), bytes);
-        ini.SetKeyValue(kGroup, kKey, 1);
-        QCOMPARE(Get(ini), QStringLiteral("1"));
-        QCOMPARE(Reread(path), QStringLiteral("1"));
     }
 
     // A change that cannot be written stays in the object, and is written as soon as that is possible.
@@ -287,18 +246,6 @@ private Q_SLOTS:
         const auto user = asRoot ? nullptr : std::make_unique<OrdinaryUser>();
         IniFile(path).SetKeyValue(kGroup, kKey, 2);
         QCOMPARE(Read(path), after);
-    }
-
-    void aFolderThatMayNotBeWritten()
-    {
-        const QString folder = NewFolder();
-        OrdinaryUser::Own(folder);
-        const OrdinaryUser user;
-        QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x5000)));
-        IniFile ini(QDir(folder).filePath(QStringLiteral("s.ini")));
-        ini.SetKeyValue(kGroup, kKey, 1);
-        QCOMPARE(Entries(folder), QStringList());
-        QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7000)));
     }
 
     void aFileThatVanishes()

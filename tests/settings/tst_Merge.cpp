@@ -19,7 +19,6 @@ using Lines = QList<QByteArray>;
 const QString kNoSection = QStringLiteral("no such section");
 constexpr int kAllButTrace = LogScenario::kAllLevels & ~LoggerDefs::Trace;
 
-
 QByteArray Debug(const QByteArray& text)
 {
     return "|20|Debug|IniFile::Merge|" + text;
