@@ -14,19 +14,22 @@ constexpr uid_t kNobody = 65534;
 
 OrdinaryUser::OrdinaryUser()
 {
-    if (IsTestRoot() && (::setegid(kNobody) != 0 || ::seteuid(kNobody) != 0))
+    if (IsTestRoot() && (::setresgid(kNobody, kNobody, 0) != 0 || ::setresuid(kNobody, kNobody, 0) != 0))
         qFatal("cannot become an ordinary user");
 }
 
 OrdinaryUser::~OrdinaryUser()
 {
-    if (IsTestRoot() && (::seteuid(0) != 0 || ::setegid(0) != 0))
+    if (IsTestRoot() && (::setresuid(0, 0, 0) != 0 || ::setresgid(0, 0, 0) != 0))
         qFatal("cannot become root again");
 }
 
 bool OrdinaryUser::IsTestRoot()
 {
-    return ::getuid() == 0;
+    uid_t real = 0;
+    uid_t effective = 0;
+    uid_t saved = 0;
+    return ::getresuid(&real, &effective, &saved) == 0 && saved == 0;
 }
 
 void OrdinaryUser::Own(const QString& path)

@@ -7,7 +7,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <grp.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -138,18 +137,4 @@ bool Playground::MayFlag()
 {
     static const bool may = KeepsFlag(Playground(TestSupport::Scratch()));
     return may;
-}
-
-void Playground::StayOrdinary()
-{
-    if (!OrdinaryUser::IsTestRoot())
-        return;
-    OrdinaryUser::Own(QDir::currentPath());
-    uid_t id = 0;
-    {
-        const OrdinaryUser user;
-        id = ::geteuid();
-    }
-    if (::setgroups(0, nullptr) != 0 || ::setresgid(id, id, id) != 0 || ::setresuid(id, id, id) != 0)
-        qFatal("cannot stay an ordinary user");
 }

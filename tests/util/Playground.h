@@ -27,9 +27,6 @@ public:
     static void AddPlaces();
     /// Whether this process may set the inode's immutable flag in the scratch folder.
     static bool MayFlag();
-    /// Makes a root process that of the ordinary user until it ends, including the real user id. The user becomes the
-    /// owner of the current folder.
-    static void StayOrdinary();
 
 private:
     QTemporaryDir iFolder;

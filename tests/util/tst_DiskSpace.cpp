@@ -141,25 +141,17 @@ private Q_SLOTS:
         QTest::newRow("file") << Text("%/folder/file");
         QTest::newRow("folder") << Text("%/folder");
         QTest::newRow("folder with a separator") << Text("%/folder/");
-        QTest::newRow("folder with separators") << Text("%//folder///");
         QTest::newRow("folder above") << Text("%/folder/..");
         QTest::newRow("root") << Text("/");
-        QTest::newRow("relative file") << Text("folder/file");
         QTest::newRow("relative folder") << Text("folder");
         QTest::newRow("current folder") << Text(".");
-        QTest::newRow("folder above the current one") << Text("..");
-        QTest::newRow("blanks") << Text("%/two  blanks ");
         QTest::newRow("beyond ASCII") << Text("%/\xc3\xbc \xf0\x9f\x98\x80");
-        QTest::newRow("shell's words") << Text("%/$HOME;*");
-        QTest::newRow("template marks") << Text("%/%1%2");
         QTest::newRow("link to a file") << Text("%/link");
         QTest::newRow("link to a folder") << Text("%/folder link");
         QTest::newRow("in a linked folder") << Text("%/folder link/file");
         QTest::newRow("pipe") << Text("%/pipe");
         QTest::newRow("file that may not be read") << Text("%/closed file");
-        QTest::newRow("folder that may not be read") << Text("%/closed folder");
         QTest::newRow("device") << Text("/dev/null");
-        QTest::newRow("made by the kernel") << Text("/proc/self/status");
     }
     void existingPath()
     {
@@ -171,38 +163,18 @@ private Q_SLOTS:
         QVERIFY(AgreesWithSystem(path, QFile::encodeName(path)));
     }
 
-    void fileAndItsFolderAgree()
-    {
-        MakeEntries();
-        QVERIFY(AgreesWithSystem(Text("folder/file"), "folder"));
-        QVERIFY(AgreesWithSystem(Text("folder"), "folder/file"));
-    }
-
     void noPath_data()
     {
         QTest::addColumn<QString>("path");
         QTest::newRow("missing") << Text("missing");
-        QTest::newRow("missing, with a separator") << Text("missing/");
-        QTest::newRow("missing at the root") << Text("/no such file");
-        QTest::newRow("below what is missing") << Text("missing/file");
         QTest::newRow("below a file") << Text("folder/file/file");
         QTest::newRow("link to nothing") << Text("dangling");
-        QTest::newRow("link to itself") << Text("circle");
         QTest::newRow("below a closed folder") << Text("closed folder/file");
-        QTest::newRow("other case") << Text("Folder");
-        QTest::newRow("blank in front") << Text(" folder");
-        QTest::newRow("blank behind") << Text("folder ");
-        QTest::newRow("URL") << Text("file:///");
-        QTest::newRow("home as shells write it") << Text("~");
         QTest::newRow("name too long") << QString(256, QLatin1Char('x'));
-        QTest::newRow("path too long") << Text("./").repeated(3000);
         QTest::newRow("empty") << Text("");
-        QTest::newRow("null") << QString();
-        QTest::newRow("blank") << Text(" ");
         QTest::newRow("NUL") << QString(QChar(0));
         QTest::newRow("NUL behind") << Text("folder") + QChar(0);
         QTest::newRow("NUL within") << Text("folder") + QChar(0) + Text("/file");
-        QTest::newRow("NUL in front") << QChar(0) + Text("folder");
     }
     void noPath()
     {
@@ -226,21 +198,14 @@ private Q_SLOTS:
         QTest::addColumn<quint64>("blocks");
         QTest::addColumn<quint64>("fragment");
         QTest::addColumn<qint64>("bytes");
-        QTest::newRow("some") << quint64(1000) << quint64(4096) << qint64(4096000);
         QTest::newRow("full") << quint64(0) << quint64(4096) << qint64(0);
         QTest::newRow("last block") << quint64(1) << quint64(512) << qint64(512);
-        QTest::newRow("fragments of a byte") << quint64(7) << quint64(1) << qint64(7);
-        QTest::newRow("below 31 bits") << quint64(0x7FFFF) << quint64(4096) << qint64(0x7FFFF000);
         QTest::newRow("31 bits") << quint64(0x80000) << quint64(4096) << qint64(0x80000000);
-        QTest::newRow("32 bits") << quint64(0x100000) << quint64(4096) << qint64(0x100000000);
-        QTest::newRow("beyond 32 bits") << quint64(0x300001) << quint64(4096) << qint64(0x300001000);
-        QTest::newRow("large fragments") << quint64(0x10001) << quint64(0x100000) << qint64(0x1000100000);
         QTest::newRow("blocks beyond 32 bits") << quint64(0x100000003) << quint64(4096) << qint64(0x100000003000);
         QTest::newRow("nearly 63 bits") << quint64(0x7FFFFFFFFFFFF) << quint64(4096) << qint64(0x7FFFFFFFFFFFF000);
         const qint64 most = std::numeric_limits<qint64>::max();
         QTest::newRow("63 bits") << quint64(0x8000000000000) << quint64(4096) << most;
         QTest::newRow("no end in blocks") << quint64(-1) << quint64(4096) << most;
-        QTest::newRow("no end in bytes") << quint64(-1) << quint64(1) << most;
         QTest::newRow("no fragments") << quint64(1000) << quint64(0) << qint64(0);
     }
     void figures()
@@ -261,24 +226,15 @@ private Q_SLOTS:
         QCOMPARE(DiskSpace::GetFreeDiskSpace(Text(".")), bytes);
     }
 
-    void volumeDoesNotTell_data()
-    {
-        QTest::addColumn<int>("error");
-        QTest::newRow("broken") << EIO;
-        QTest::newRow("not supported") << ENOSYS;
-        QTest::newRow("refused") << EACCES;
-        QTest::newRow("gone") << ESTALE;
-        QTest::newRow("does not fit") << EOVERFLOW;
-        QTest::newRow("no memory") << ENOMEM;
-    }
     void volumeDoesNotTell()
     {
-        QFETCH(int, error);
         gForged = true;
         gAnswer.f_bfree = 5;
         gAnswer.f_frsize = 4096;
-        gError = error;
-        QCOMPARE(DiskSpace::GetFreeDiskSpace(Text(".")), qint64(-1));
+        for (const int error : {EIO, ENOSYS, EACCES, EOVERFLOW}) {
+            gError = error;
+            QCOMPARE(DiskSpace::GetFreeDiskSpace(Text(".")), qint64(-1));
+        }
     }
 
     void interruptionIsNoFailure()
@@ -320,13 +276,12 @@ private Q_SLOTS:
 private:
     static void MakeEntries()
     {
-        for (const char* const folder : {"folder", "two  blanks ", "closed folder"})
+        for (const char* const folder : {"folder", "closed folder"})
             QVERIFY(QDir().mkdir(Text(folder)));
-        for (const char* const file :
-             {"folder/file", "\xc3\xbc \xf0\x9f\x98\x80", "$HOME;*", "%1%2", "closed file", "closed folder/file"})
+        for (const char* const file : {"folder/file", "\xc3\xbc \xf0\x9f\x98\x80", "closed file", "closed folder/file"})
             QVERIFY(Write(Text(file), 3));
         const std::pair<const char*, const char*> links[]
-            = {{"folder/file", "link"}, {"folder", "folder link"}, {"nothing", "dangling"}, {"circle", "circle"}};
+            = {{"folder/file", "link"}, {"folder", "folder link"}, {"nothing", "dangling"}};
         for (const auto& [target, name] : links)
             QCOMPARE(::symlink(target, name), 0);
         QCOMPARE(::mkfifo("pipe", 0600), 0);

@@ -14,10 +14,6 @@
 
 namespace {
 
-// All permissions that a mode can deny or grant its owner, and the bits above.
-const int kModes[] = {0644, 0664, 0666, 0600, 0755, 0777, 0700, 0622, 0222, 0200,  0020,  0002,
-                      0464, 0246, 0444, 0400, 0555, 0111, 0000, 0066, 0266, 04755, 02775, 01777};
-
 bool Lock(const QString& path)
 {
     return FileLock::Lock(QFile::encodeName(path));
@@ -26,13 +22,6 @@ bool Lock(const QString& path)
 bool Unlock(const QString& path)
 {
     return FileLock::Unlock(QFile::encodeName(path));
-}
-
-void AddModes()
-{
-    QTest::addColumn<int>("mode");
-    for (const int mode : kModes)
-        QTest::addRow("%04o", unsigned(mode)) << mode;
 }
 
 // The two ways to lock: that of an ordinary user, and that of root if the file system has the flag.
@@ -44,9 +33,168 @@ void AddWays()
         QTest::newRow("flag") << true;
 }
 
-int OpenDescriptors()
+// An ordinary user, unless this process locks by the flag.
+class Locker
 {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+public:
+    explicit Locker(bool byFlag)
+    {
+        if (!byFlag)
+            iUser.emplace();
+    }
+
+private:
+    std::optional<OrdinaryUser> iUser;
+};
+
+// The names and texts of all attributes.
+QByteArray Notes(const QString& path)
+{
+    QByteArray notes;
+    for (const QByteArray& name : FileState::AttributeNames(path))
+        notes += name + '=' + FileState::Attribute(path, name.constData()) + ';';
+    return notes;
+}
+
+// Steps that an ordinary user takes, until "self" does: "lock 0444" and "unlock 0644" succeed and leave that mode,
+// "refused lock 0644" fails and changes nothing, "mode 0600" and "note 222" are done by hand. A star at the end means
+// that the failing call fails then. A locked file that has no write bit to lose, or the flag, keeps no notes.
+class Script
+{
+public:
+    Script(const QString& path, int call, int error)
+        : iPath(path)
+        , iCall(CallFailure::Call(call))
+        , iError(error)
+        , iUser(std::in_place)
+    {
+    }
+
+    // Returns what was different.
+    QString Do(const QString& step)
+    {
+        const QStringList words = step.split(QLatin1Char(' '));
+        const int mode = words.value(words.size() - 1).remove(QLatin1Char('*')).toInt(nullptr, 8);
+        const bool isRefused = words.first() == QLatin1String("refused");
+        const QString& verb = words.at(isRefused ? 1 : 0);
+        const QByteArray notes = Notes(iPath);
+        bool done = true;
+        if (verb == QLatin1String("self"))
+            iUser.reset();
+        else if (verb == QLatin1String("user"))
+            iUser.emplace();
+        else if (verb == QLatin1String("chown"))
+            done = ::chown(QFile::encodeName(iPath).constData(), 0, 0) == 0;
+        else if (verb == QLatin1String("mode"))
+            done = FileState::SetMode(iPath, mode);
+        else if (verb == QLatin1String("note"))
+            done = FileState::SetAttribute(iPath, FileState::AttributeNames(iPath).value(0).constData(),
+                                           words.at(1).toLatin1());
+        else
+            done = Call(verb, step.endsWith(QLatin1Char('*')));
+        if (done == isRefused)
+            return step + QLatin1String(done ? " succeeded" : " failed");
+        if (verb.endsWith(QLatin1String("lock")) && FileState::Mode(iPath) != mode)
+            return step + QLatin1String(", but ") + QString::number(FileState::Mode(iPath), 8);
+        if (isRefused ? Notes(iPath) != notes : verb == QLatin1String("unlock") && !Notes(iPath).isEmpty())
+            return step + QLatin1String(", but ") + QString::fromLatin1(Notes(iPath));
+        return QString();
+    }
+
+private:
+    bool Call(const QString& verb, bool fails) const
+    {
+        std::optional<CallFailure> failure;
+        if (fails)
+            failure.emplace(iCall, iError);
+        return verb == QLatin1String("lock") ? Lock(iPath) : Unlock(iPath);
+    }
+
+    const QString iPath;
+    const CallFailure::Call iCall;
+    const int iError;
+    std::optional<OrdinaryUser> iUser;
+};
+
+void AddSteps(const QString& steps, int call = CallFailure::CallCount, int error = 0)
+{
+    QTest::addRow("%s%s", qPrintable(steps), error ? qPrintable(QStringLiteral(", %1 %2").arg(call).arg(error)) : "")
+        << steps << call << error;
+}
+
+void AddModes()
+{
+    for (const int mode :
+         {0644, 0664, 0666, 0600, 0755, 0777, 0622, 0222, 0020, 0002, 0464, 0444, 0111, 0000, 04755, 02775, 01777}) {
+        AddSteps(QString::asprintf("mode %04o, lock %04o, lock %04o, unlock %04o, unlock %04o", unsigned(mode),
+                                   unsigned(mode & ~0222), unsigned(mode & ~0222), unsigned(mode), unsigned(mode)));
+        AddSteps(QString::asprintf("mode %04o, unlock %04o, self, unlock %04o", unsigned(mode), unsigned(mode),
+                                   unsigned(mode)));
+    }
+}
+
+// What is done to a locked file by hand.
+void AddChanges()
+{
+    for (const char* const steps :
+         {"mode 0664, lock 0444, mode 0464, unlock 0664", "mode 0644, lock 0444, mode 0755, unlock 0755",
+          "mode 0644, lock 0444, mode 0400, unlock 0600", "mode 0664, lock 0444, mode 0000, unlock 0220",
+          "mode 0600, lock 0400, mode 0422, unlock 0622", "mode 0446, lock 0444, mode 0400, unlock 0402",
+          "mode 0644, lock 0444, mode 05444, unlock 05644", "mode 04755, lock 04555, mode 0555, unlock 0755",
+          "mode 0444, lock 0444, mode 0646, unlock 0646", "mode 0644, lock 0444, self, unlock 0644",
+          "mode 0664, lock 0444, mode 0644, lock 0444, unlock 0664",
+          "mode 0464, lock 0444, mode 0646, lock 0444, unlock 0666",
+          "mode 0664, lock 0444, mode 0440, lock 0440, unlock 0660",
+          "mode 0644, lock 0444, mode 0046, lock 0044, unlock 0246"})
+        AddSteps(QString::fromLatin1(steps));
+}
+
+void AddSpoiltNotes()
+{
+    for (const char* const text : {"", "all", "298", "7555"})
+        AddSteps(QStringLiteral("mode 0666, lock 0444, mode 0666, note %1, mode 0444, unlock 0444")
+                     .arg(QLatin1String(text)));
+    AddSteps(QStringLiteral("mode 0666, lock 0444, mode 0666, note 7777, mode 0444, unlock 0666"));
+}
+
+void AddRefusals()
+{
+    for (const int error : {ENOSPC, EPERM, EIO})
+        AddSteps(QStringLiteral("mode 0664, refused lock 0664*, mode 0020, refused lock 0020*"),
+                 CallFailure::SetAttribute, error);
+    AddSteps(QStringLiteral("mode 0444, lock 0444*"), CallFailure::SetAttribute, ENOSPC);
+    AddSteps(QStringLiteral("mode 0666, refused lock 0666*, mode 0444, refused lock 0444*"), CallFailure::ChangeMode,
+             EPERM);
+    AddSteps(QStringLiteral("mode 0664, lock 0444, mode 0646, refused lock 0646*, unlock 0666"),
+             CallFailure::ChangeMode, EPERM);
+    AddSteps(QStringLiteral("mode 0664, lock 0444, refused unlock 0444*, unlock 0664"), CallFailure::ChangeMode, EPERM);
+    for (const int error : {EIO, EACCES})
+        AddSteps(
+            QStringLiteral("mode 0664, lock 0444, refused unlock 0444*, mode 0602, refused lock 0602*, unlock 0622"),
+            CallFailure::GetAttribute, error);
+    AddSteps(QStringLiteral("mode 0664, lock 0444, refused unlock 0664*, unlock 0664"), CallFailure::RemoveAttribute,
+             EIO);
+    for (const CallFailure::Call call : {CallFailure::GetFlags, CallFailure::SetFlags}) {
+        AddSteps(QStringLiteral("mode 0664, self, lock 0444*, unlock 0664"), call, EPERM);
+        AddSteps(QStringLiteral("mode 0664, lock 0444*, unlock 0664*"), call, ENOTTY);
+    }
+    if (!OrdinaryUser::IsTestRoot())
+        return;
+    AddSteps(QStringLiteral("mode 0664, self, chown, user, refused lock 0664"));
+    AddSteps(QStringLiteral("mode 0664, lock 0444, self, chown, user, refused unlock 0444, self, unlock 0664"));
+    AddSteps(
+        QStringLiteral("mode 0664, lock 0444, mode 0646, self, chown, user, refused lock 0646, self, unlock 0666"));
+    AddSteps(
+        QStringLiteral("mode 0664, lock 0444, mode 0602, self, chown, user, refused lock 0602, self, unlock 0622"));
+}
+
+void AddFlags()
+{
+    AddSteps(QStringLiteral("mode 0664, self, lock 0664, lock 0664, user, lock 0664, refused unlock 0664, self, "
+                            "unlock 0664"));
+    AddSteps(QStringLiteral("mode 0664, lock 0444, self, lock 0444, unlock 0664"));
+    for (const CallFailure::Call call : {CallFailure::GetFlags, CallFailure::SetFlags})
+        AddSteps(QStringLiteral("mode 0664, self, lock 0664, refused unlock 0664*, unlock 0664"), call, EIO);
 }
 
 } // namespace
@@ -58,63 +206,56 @@ class tst_FileLock : public QObject
 private Q_SLOTS:
     void initTestCase_data() { Playground::AddPlaces(); }
 
-    void writeBits_data() { AddModes(); }
-    void writeBits()
+    void steps_data()
+    {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<int>("call");
+        QTest::addColumn<int>("error");
+        AddModes();
+        AddChanges();
+        AddSpoiltNotes();
+        AddRefusals();
+        if (Playground::MayFlag())
+            AddFlags();
+    }
+    void steps()
     {
         QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
+        QFETCH(QString, steps);
+        QFETCH(int, call);
+        QFETCH(int, error);
         const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
-            const OrdinaryUser user;
-            QVERIFY(Lock(path));
-            QCOMPARE(FileState::Mode(path), mode & ~0222);
-            QVERIFY(!FileState::CanWrite(path));
-            QVERIFY(!FileState::IsImmutable(path));
-            QCOMPARE(FileState::AttributeNames(path).size(), (mode & 0222) != 0 ? 1 : 0);
-            QVERIFY(Unlock(path));
-            QCOMPARE(FileState::Mode(path), mode);
-            QVERIFY(FileState::AttributeNames(path).isEmpty());
+        const QDir open(QStringLiteral("/proc/self/fd"));
+        const int descriptors = open.entryList(QDir::System).size();
+        for (const QString& path : {ground.File("file"), ground.Folder("folder")}) {
+            Script script(path, call, error);
+            for (const QString& step : steps.split(QStringLiteral(", ")))
+                QCOMPARE(script.Do(step), QString());
         }
+        QCOMPARE(open.entryList(QDir::System).size(), descriptors);
     }
 
-    void flag_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("byFlag");
-        // A user who may not set the flag locks with the write bits, whatever other flags the inode has.
-        QTest::newRow("write bits beside other flags") << 0644 << false;
-        if (!Playground::MayFlag())
-            return;
-        for (const int mode : kModes)
-            QTest::addRow("flag on %04o", unsigned(mode)) << mode << true;
-    }
-    void flag()
+    void flags_data() { AddWays(); }
+    void flags()
     {
         QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
         QFETCH(bool, byFlag);
         const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
+        for (const QString& path : {ground.File("file", 0664), ground.Folder("folder", 0775)}) {
+            const int mode = FileState::Mode(path);
             const int before = FileState::Flags(path) | FS_NODUMP_FL;
+            const QString link = ground.Link(path, path.endsWith(QLatin1String("r")) ? "link" : "other link");
             QVERIFY(FileState::SetFlags(path, before));
-            std::optional<OrdinaryUser> user;
-            if (!byFlag)
-                user.emplace();
-            QVERIFY(Lock(path));
-            QCOMPARE(FileState::IsImmutable(path), byFlag);
-            QCOMPARE(FileState::Mode(path), byFlag ? mode : mode & ~0222);
+            QVERIFY(FileState::SetAttribute(path, "user.other", "x"));
+            const Locker locker(byFlag);
+            QVERIFY(Lock(link));
             QVERIFY(!FileState::CanWrite(path));
-            user.reset();
             QCOMPARE(FileState::Flags(path), byFlag ? before | FS_IMMUTABLE_FL : before);
-            QCOMPARE(FileState::AttributeNames(path).size(), byFlag ? 0 : 1);
-            if (!byFlag)
-                user.emplace();
-            QVERIFY(Unlock(path));
-            user.reset();
-            QVERIFY(!FileState::IsImmutable(path));
-            QCOMPARE(FileState::Mode(path), mode);
+            QCOMPARE(FileState::Mode(path), byFlag ? mode : mode & ~0222);
+            QVERIFY(Unlock(link));
             QCOMPARE(FileState::Flags(path), before);
-            QVERIFY(FileState::AttributeNames(path).isEmpty());
+            QCOMPARE(FileState::Mode(path), mode);
+            QCOMPARE(Notes(path), QByteArray("user.other=x;"));
         }
     }
 
@@ -127,274 +268,23 @@ private Q_SLOTS:
         const QString path = ground.File("file", 0666);
         const QString folder = ground.Folder("folder", 0777);
         const QString inner = ground.File("folder/inner", 0666);
-        std::optional<OrdinaryUser> user;
-        if (!byFlag)
-            user.emplace();
-        QVERIFY(Lock(path));
-        QVERIFY(Lock(folder));
-        QVERIFY(!QFile(path).open(QIODevice::WriteOnly));
+        const Locker locker(byFlag);
+        QVERIFY(Lock(path) && Lock(folder));
         QVERIFY(!QFile(path).open(QIODevice::Append));
-        QVERIFY(!QFile(path).open(QIODevice::ReadWrite));
         QVERIFY(!QFile::resize(path, 0));
         QVERIFY(QFile(path).open(QIODevice::ReadOnly));
         QVERIFY(!QFile::remove(inner));
-        QVERIFY(!QFile::rename(inner, ground.Path("elsewhere")));
-        QVERIFY(!QFile::link(path, ground.Path("folder/link")));
-        QVERIFY(FileState::CanWrite(inner));
-        QVERIFY(Unlock(path));
-        QVERIFY(Unlock(folder));
-        QVERIFY(QFile(path).open(QIODevice::Append));
-        QVERIFY(QFile::remove(inner));
+        QVERIFY(Unlock(path) && Unlock(folder));
+        QVERIFY(QFile(path).open(QIODevice::Append) && QFile::remove(inner));
     }
 
-    void lockedTwice_data() { AddWays(); }
-    void lockedTwice()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        const Playground ground(place);
-        for (const QString& path : {ground.File("file", 0664), ground.Folder("folder", 0775)}) {
-            const int mode = FileState::Mode(path);
-            std::optional<OrdinaryUser> user;
-            if (!byFlag)
-                user.emplace();
-            QVERIFY(Lock(path));
-            QVERIFY(Lock(path));
-            QCOMPARE(FileState::IsImmutable(path), byFlag);
-            QCOMPARE(FileState::Mode(path), byFlag ? mode : mode & ~0222);
-            QVERIFY(Unlock(path));
-            QVERIFY(!FileState::IsImmutable(path));
-            QCOMPARE(FileState::Mode(path), mode);
-            QVERIFY(Unlock(path));
-            QCOMPARE(FileState::Mode(path), mode);
-            QVERIFY(FileState::AttributeNames(path).isEmpty());
-        }
-    }
-
-    void modeChangedMeanwhile_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("changed");
-        QTest::addColumn<int>("unlocked");
-        QTest::newRow("nothing") << 0664 << 0444 << 0664;
-        QTest::newRow("write bits given back by hand") << 0644 << 0644 << 0644;
-        QTest::newRow("some given back by hand") << 0664 << 0464 << 0664;
-        QTest::newRow("more rights") << 0644 << 0755 << 0755;
-        QTest::newRow("fewer rights") << 0644 << 0400 << 0600;
-        QTest::newRow("no rights") << 0664 << 0000 << 0220;
-        QTest::newRow("bits that were not taken are given") << 0600 << 0422 << 0622;
-        QTest::newRow("only others wrote") << 0446 << 0400 << 0402;
-        QTest::newRow("bits above") << 0644 << 05444 << 05644;
-        QTest::newRow("bits above taken") << 04755 << 00555 << 00755;
-        QTest::newRow("nothing was taken") << 0444 << 0646 << 0646;
-    }
-    void modeChangedMeanwhile()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
-        QFETCH(int, changed);
-        QFETCH(int, unlocked);
-        const Playground ground(place);
-        const QString path = ground.File("file", mode);
-        const OrdinaryUser user;
-        QVERIFY(Lock(path));
-        QVERIFY(FileState::SetMode(path, changed));
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), unlocked);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), unlocked);
-    }
-
-    void lockedAgainAfterAChange_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("changed");
-        QTest::addColumn<int>("unlocked");
-        QTest::newRow("same bits") << 0644 << 0644 << 0644;
-        QTest::newRow("fewer bits") << 0664 << 0644 << 0664;
-        QTest::newRow("other bits") << 0464 << 0646 << 0666;
-        QTest::newRow("no bits") << 0664 << 0440 << 0660;
-        QTest::newRow("only bits of others") << 0644 << 0046 << 0246;
-    }
-    void lockedAgainAfterAChange()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
-        QFETCH(int, changed);
-        QFETCH(int, unlocked);
-        const Playground ground(place);
-        const QString path = ground.File("file", mode);
-        const OrdinaryUser user;
-        QVERIFY(Lock(path));
-        QVERIFY(FileState::SetMode(path, changed));
-        QVERIFY(Lock(path));
-        QCOMPARE(FileState::Mode(path), changed & ~0222);
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), unlocked);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-    }
-
-    void neverLocked_data() { AddModes(); }
-    void neverLocked()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
-        const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
-            {
-                const OrdinaryUser user;
-                QVERIFY(Unlock(path));
-                QCOMPARE(FileState::Mode(path), mode);
-            }
-            QVERIFY(Unlock(path));
-            QCOMPARE(FileState::Mode(path), mode);
-            QVERIFY(FileState::AttributeNames(path).isEmpty());
-        }
-    }
-
-    void neverLockedAndReadable_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::newRow("own") << false;
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("somebody else's") << true;
-    }
-    void neverLockedAndReadable()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        const Playground ground(place);
-        const QString path = ofRoot ? ground.FileOfRoot("file", 0444) : ground.File("file", 0444);
-        FileWatch watch(path, FileWatch::Changes);
-        const OrdinaryUser user;
-        QVERIFY(Unlock(path));
-        QVERIFY(!watch.Saw());
-        QCOMPARE(FileState::Mode(path), 0444);
-    }
-
-    void otherAttributesStay()
-    {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
-        const QString path = ground.File("file");
-        QVERIFY(FileState::SetAttribute(path, "user.other", "x"));
-        const OrdinaryUser user;
-        QVERIFY(Lock(path));
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::AttributeNames(path), QList<QByteArray>{"user.other"});
-        QCOMPARE(FileState::Attribute(path, "user.other"), QByteArray("x"));
-    }
-
-    void whoUndoesALockOfWriteBits_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("asItself");
-        QTest::addColumn<bool>("flagOnTop");
-        for (const int mode : {0644, 0664, 0200, 0020, 0755, 04777}) {
-            QTest::addRow("ordinary user, %04o", unsigned(mode)) << mode << false << false;
-            QTest::addRow("this process, %04o", unsigned(mode)) << mode << true << false;
-            if (Playground::MayFlag())
-                QTest::addRow("flag on top, %04o", unsigned(mode)) << mode << true << true;
-        }
-    }
-    void whoUndoesALockOfWriteBits()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
-        QFETCH(bool, asItself);
-        QFETCH(bool, flagOnTop);
-        const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
-            std::optional<OrdinaryUser> user(std::in_place);
-            QVERIFY(Lock(path));
-            QCOMPARE(FileState::Mode(path), mode & ~0222);
-            if (asItself)
-                user.reset();
-            if (flagOnTop)
-                QVERIFY(Lock(path));
-            QCOMPARE(FileState::IsImmutable(path), flagOnTop);
-            QVERIFY(Unlock(path));
-            QVERIFY(!FileState::IsImmutable(path));
-            QCOMPARE(FileState::Mode(path), mode);
-            QVERIFY(FileState::AttributeNames(path).isEmpty());
-        }
-    }
-
-    void alreadyLocked_data()
-    {
-        QTest::addColumn<bool>("byFlag");
-        QTest::addColumn<int>("mode");
-        for (const int mode : {0664, 0000}) {
-            QTest::addRow("write bits on %04o", unsigned(mode)) << false << mode;
-            if (Playground::MayFlag())
-                QTest::addRow("flag on %04o", unsigned(mode)) << true << mode;
-        }
-    }
-    void alreadyLocked()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        QFETCH(int, mode);
-        const Playground ground(place);
-        const QString path = ground.File("file", mode);
-        std::optional<OrdinaryUser> user;
-        if (!byFlag)
-            user.emplace();
-        QVERIFY(Lock(path));
-        user.reset();
-        const int locked = FileState::Mode(path);
-        const QList<QByteArray> names = FileState::AttributeNames(path);
-        user.emplace();
-        QVERIFY(Lock(path));
-        QCOMPARE(FileState::Mode(path), locked);
-        QCOMPARE(FileState::AttributeNames(path), names);
-        // The ordinary user may undo only what an ordinary user could have done.
-        QCOMPARE(Unlock(path), !byFlag);
-        QCOMPARE(FileState::IsImmutable(path), byFlag);
-        QCOMPARE(FileState::Mode(path), mode);
-    }
-
-    void flagRefused_data()
-    {
-        QTest::addColumn<int>("call");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<bool>("asItself");
-        for (const int error : {EPERM, EACCES, ENOTTY, ENOTSUP, EIO, EROFS}) {
-            QTest::addRow("not read, error %d", error) << int(CallFailure::GetFlags) << error << true;
-            QTest::addRow("not set, error %d", error) << int(CallFailure::SetFlags) << error << true;
-        }
-        QTest::newRow("ordinary user, not read") << int(CallFailure::GetFlags) << ENOTTY << false;
-        QTest::newRow("ordinary user, not set") << int(CallFailure::SetFlags) << EPERM << false;
-    }
-    void flagRefused()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, call);
-        QFETCH(int, error);
-        QFETCH(bool, asItself);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        std::optional<OrdinaryUser> user;
-        if (!asItself)
-            user.emplace();
-        const CallFailure failure(CallFailure::Call(call), error);
-        QVERIFY(Lock(path));
-        QVERIFY(!FileState::IsImmutable(path));
-        QCOMPARE(FileState::Mode(path), 0444);
-        QCOMPARE(FileState::AttributeNames(path).size(), 1);
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), 0664);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-    }
-
+    // Pipes and sockets have neither, and are not opened.
     void neitherFlagNorAttribute_data()
     {
         QTest::addColumn<int>("mode");
         QTest::addColumn<int>("unlocked");
         QTest::newRow("owner and readers") << 0644 << 0644;
         QTest::newRow("group's bit is lost") << 0664 << 0644;
-        QTest::newRow("all bits") << 0666 << 0644;
         QTest::newRow("only the group's") << 0420 << 0600;
         QTest::newRow("none") << 0444 << 0644;
         QTest::newRow("nothing at all") << 0000 << 0200;
@@ -406,406 +296,51 @@ private Q_SLOTS:
         QFETCH(int, mode);
         QFETCH(int, unlocked);
         const Playground ground(place);
-        const QString path = ground.File("file", mode);
-        for (const QString& other : {path, ground.Pipe("pipe", mode), ground.Socket("socket", mode)}) {
-            const CallFailure flags(CallFailure::GetFlags, ENOTTY);
-            const CallFailure reading(CallFailure::GetAttribute, ENOTSUP);
-            const CallFailure writing(CallFailure::SetAttribute, ENOTSUP);
-            const CallFailure removing(CallFailure::RemoveAttribute, ENOTSUP);
+        const CallFailure flags(CallFailure::GetFlags, ENOTTY);
+        const CallFailure reading(CallFailure::GetAttribute, ENOTSUP);
+        const CallFailure writing(CallFailure::SetAttribute, ENOTSUP);
+        const CallFailure removing(CallFailure::RemoveAttribute, ENOTSUP);
+        const QString file = ground.File("file", mode);
+        for (const QString& path : {file, ground.Pipe("pipe", mode), ground.Socket("socket", mode)}) {
             const OrdinaryUser user;
-            QVERIFY(Lock(other));
-            QCOMPARE(FileState::Mode(other), mode & ~0222);
-            QVERIFY(!FileState::IsImmutable(other));
-            QVERIFY(Lock(other));
-            QCOMPARE(FileState::Mode(other), mode & ~0222);
-            QVERIFY(Unlock(other));
-            QCOMPARE(FileState::Mode(other), unlocked);
-            QVERIFY(Unlock(other));
-            QCOMPARE(FileState::Mode(other), unlocked);
-        }
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-    }
-
-    void pipesAndSockets_data()
-    {
-        QTest::addColumn<bool>("asItself");
-        QTest::newRow("this process") << true;
-        QTest::newRow("ordinary user") << false;
-    }
-    void pipesAndSockets()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, asItself);
-        const Playground ground(place);
-        for (const QString& path : {ground.Pipe("pipe", 0664), ground.Socket("socket", 0664)}) {
-            std::optional<OrdinaryUser> user;
-            if (!asItself)
-                user.emplace();
-            FileWatch watch(path, FileWatch::Opens);
-            QVERIFY(Lock(path));
-            QCOMPARE(FileState::Mode(path), 0444);
-            QVERIFY(Unlock(path));
-            QCOMPARE(FileState::Mode(path), 0644);
-            QVERIFY(!watch.Saw());
-        }
-    }
-
-    void writableFileWithoutNotesIsLeftAlone_data()
-    {
-        QTest::addColumn<int>("mode");
-        for (const int mode : {0600, 0420, 0446, 0222})
-            QTest::addRow("%04o", unsigned(mode)) << mode;
-    }
-    void writableFileWithoutNotesIsLeftAlone()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, mode);
-        const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Pipe("pipe", mode)}) {
-            const CallFailure reading(CallFailure::GetAttribute, ENOTSUP);
-            const OrdinaryUser user;
-            QVERIFY(Unlock(path));
+            std::optional<FileWatch> watch;
+            if (path != file && (mode & 0400) != 0)
+                watch.emplace(path, FileWatch::Opens);
+            QVERIFY((mode & 0200) == 0 || Unlock(path));
             QCOMPARE(FileState::Mode(path), mode);
-        }
-    }
-
-    void failingNote_data()
-    {
-        QTest::addColumn<int>("error");
-        QTest::addColumn<int>("mode");
-        for (const int error : {ENOSPC, EDQUOT, EPERM, EROFS, EIO}) {
-            for (const int mode : {0644, 0666, 0020, 0220})
-                QTest::addRow("error %d, %04o", error, unsigned(mode)) << error << mode;
-        }
-    }
-    void failingNote()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(int, error);
-        QFETCH(int, mode);
-        const Playground ground(place);
-        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
-            const OrdinaryUser user;
-            for (const int succeeding : {0, 1}) {
-                // The second failure is that of the call after a denied one.
-                if (succeeding == 1 && (mode & 0200) != 0)
-                    continue;
-                const CallFailure failure(CallFailure::SetAttribute, error, succeeding);
-                QVERIFY(!Lock(path));
-                QCOMPARE(FileState::Mode(path), mode);
-                QVERIFY(FileState::AttributeNames(path).isEmpty());
+            for (int i = 0; i < 2; ++i) {
+                QVERIFY(Lock(path));
+                QCOMPARE(FileState::Mode(path), mode & ~0222);
             }
-        }
-    }
-
-    void noteIsNotNeededWhereNothingIsTaken()
-    {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0444);
-        const OrdinaryUser user;
-        const CallFailure failure(CallFailure::SetAttribute, ENOSPC);
-        QVERIFY(Lock(path));
-        QCOMPARE(FileState::Mode(path), 0444);
-    }
-
-    void refusedLock_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::addColumn<int>("mode");
-        for (const int mode : {0644, 0666, 0664, 0444, 0200, 0020, 0000}) {
-            QTest::addRow("mode cannot be changed, %04o", unsigned(mode)) << false << mode;
-            if (OrdinaryUser::IsTestRoot())
-                QTest::addRow("somebody else's, %04o", unsigned(mode)) << true << mode;
-        }
-    }
-    void refusedLock()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        QFETCH(int, mode);
-        const Playground ground(place);
-        const QString path = ofRoot ? ground.FileOfRoot("file", mode) : ground.File("file", mode);
-        const OrdinaryUser user;
-        std::optional<CallFailure> failure;
-        if (!ofRoot)
-            failure.emplace(CallFailure::ChangeMode, EPERM);
-        QVERIFY(!Lock(path));
-        QCOMPARE(FileState::Mode(path), mode);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-        QVERIFY(!FileState::IsImmutable(path));
-    }
-
-    void refusedPipe_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::newRow("mode cannot be changed") << false;
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("somebody else's") << true;
-    }
-    void refusedPipe()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        const Playground ground(place);
-        const QString path = ground.Pipe("pipe", 0666);
-        QVERIFY(!ofRoot || ::chown(QFile::encodeName(path).constData(), 0, 0) == 0);
-        const OrdinaryUser user;
-        std::optional<CallFailure> failure;
-        if (!ofRoot)
-            failure.emplace(CallFailure::ChangeMode, EPERM);
-        QVERIFY(!Lock(path));
-        QCOMPARE(FileState::Mode(path), 0666);
-    }
-
-    void refusedSecondLockKeepsTheNote_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::newRow("mode cannot be changed") << false;
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("somebody else's") << true;
-    }
-    void refusedSecondLockKeepsTheNote()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        {
-            const OrdinaryUser user;
-            QVERIFY(Lock(path));
-        }
-        const QByteArray name = FileState::AttributeNames(path).value(0);
-        const QByteArray note = FileState::Attribute(path, name.constData());
-        QVERIFY(FileState::SetMode(path, 0646));
-        QVERIFY(!ofRoot || ::chown(QFile::encodeName(path).constData(), 0, 0) == 0);
-        {
-            const OrdinaryUser user;
-            std::optional<CallFailure> failure;
-            if (!ofRoot)
-                failure.emplace(CallFailure::ChangeMode, EPERM);
+            QVERIFY(Unlock(path));
+            QCOMPARE(FileState::Mode(path), unlocked);
+            QVERIFY(!watch || !watch->Saw());
+            const CallFailure failure(CallFailure::ChangeMode, EPERM);
             QVERIFY(!Lock(path));
+            QCOMPARE(FileState::Mode(path), unlocked);
         }
-        QCOMPARE(FileState::Attribute(path, name.constData()), note);
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), 0666);
     }
 
-    void noteThatCannotBeReadIsKept_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::addColumn<int>("error");
-        QTest::newRow("broken") << false << EIO;
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("somebody else's, writable but not readable") << true << 0;
-    }
-    void noteThatCannotBeReadIsKept()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        QFETCH(int, error);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        {
-            const OrdinaryUser user;
-            QVERIFY(Lock(path));
-        }
-        const QByteArray name = FileState::AttributeNames(path).value(0);
-        const QByteArray note = FileState::Attribute(path, name.constData());
-        QVERIFY(FileState::SetMode(path, 0602));
-        QVERIFY(!ofRoot || ::chown(QFile::encodeName(path).constData(), 0, 0) == 0);
-        {
-            const OrdinaryUser user;
-            std::optional<CallFailure> failure;
-            if (!ofRoot)
-                failure.emplace(CallFailure::GetAttribute, error);
-            QVERIFY(!Lock(path));
-        }
-        QCOMPARE(FileState::Mode(path), 0602);
-        QCOMPARE(FileState::Attribute(path, name.constData()), note);
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), 0622);
-    }
-
-    void refusedUnlock_data()
-    {
-        QTest::addColumn<bool>("ofRoot");
-        QTest::addColumn<int>("call");
-        QTest::addColumn<int>("error");
-        QTest::newRow("mode cannot be changed") << false << int(CallFailure::ChangeMode) << EPERM;
-        QTest::newRow("note cannot be read") << false << int(CallFailure::GetAttribute) << EIO;
-        QTest::newRow("note may not be read") << false << int(CallFailure::GetAttribute) << EACCES;
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("somebody else's") << true << 0 << 0;
-    }
-    void refusedUnlock()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, ofRoot);
-        QFETCH(int, call);
-        QFETCH(int, error);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        {
-            const OrdinaryUser user;
-            QVERIFY(Lock(path));
-        }
-        QVERIFY(!ofRoot || ::chown(QFile::encodeName(path).constData(), 0, 0) == 0);
-        {
-            const OrdinaryUser user;
-            std::optional<CallFailure> failure;
-            if (!ofRoot)
-                failure.emplace(CallFailure::Call(call), error);
-            QVERIFY(!Unlock(path));
-            QCOMPARE(FileState::Mode(path), 0444);
-            QCOMPARE(FileState::AttributeNames(path).size(), 1);
-        }
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), 0664);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-    }
-
-    void noteThatCannotBeRemoved()
+    void neverLockedIsLeftAlone()
     {
         QFETCH_GLOBAL(QString, place);
         const Playground ground(place);
-        const QString path = ground.File("file", 0664);
+        const QString path = OrdinaryUser::IsTestRoot() ? ground.FileOfRoot("file", 0444) : ground.File("file", 0444);
+        FileWatch watch(path, FileWatch::Changes);
         const OrdinaryUser user;
-        QVERIFY(Lock(path));
-        {
-            const CallFailure failure(CallFailure::RemoveAttribute, EIO);
-            QVERIFY(!Unlock(path));
-        }
         QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), 0664);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
+        QVERIFY(!watch.Saw());
     }
 
-    void refusedUnlockOfAFlag_data()
-    {
-        QTest::addColumn<bool>("byFlag");
-        QTest::addColumn<int>("call");
-        // A user who never had the flag does not depend on it.
-        QTest::newRow("write bits, flags cannot be read") << false << int(CallFailure::GetFlags);
-        QTest::newRow("write bits, flags cannot be set") << false << int(CallFailure::SetFlags);
-        if (!Playground::MayFlag())
-            return;
-        QTest::newRow("flags cannot be read") << true << int(CallFailure::GetFlags);
-        QTest::newRow("flags cannot be set") << true << int(CallFailure::SetFlags);
-    }
-    void refusedUnlockOfAFlag()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        QFETCH(int, call);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        std::optional<OrdinaryUser> user;
-        if (!byFlag)
-            user.emplace();
-        QVERIFY(Lock(path));
-        {
-            const CallFailure failure(CallFailure::Call(call), EIO);
-            QCOMPARE(Unlock(path), !byFlag);
-        }
-        QCOMPARE(FileState::IsImmutable(path), byFlag);
-        QVERIFY(Unlock(path));
-        QVERIFY(!FileState::IsImmutable(path));
-        QCOMPARE(FileState::Mode(path), 0664);
-    }
-
-    void spoiltNote_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<int>("unlocked");
-        QTest::newRow("empty") << QByteArray("") << 0444;
-        QTest::newRow("word") << QByteArray("all") << 0444;
-        QTest::newRow("no octal digit") << QByteArray("298") << 0444;
-        QTest::newRow("more than write bits") << QByteArray("7777") << 0666;
-        QTest::newRow("no write bits at all") << QByteArray("7555") << 0444;
-    }
-    void spoiltNote()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(QByteArray, text);
-        QFETCH(int, unlocked);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0666);
-        const OrdinaryUser user;
-        QVERIFY(Lock(path));
-        QVERIFY(FileState::SetMode(path, 0666)); // to make the record invalid
-        QVERIFY(FileState::SetAttribute(path, FileState::AttributeNames(path).value(0).constData(), text));
-        QVERIFY(FileState::SetMode(path, 0444));
-        QVERIFY(Unlock(path));
-        QCOMPARE(FileState::Mode(path), unlocked);
-        QVERIFY(FileState::AttributeNames(path).isEmpty());
-    }
-
-    void linksAreFollowed_data() { AddWays(); }
-    void linksAreFollowed()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0664);
-        const QString link = ground.Link(path, "link");
-        std::optional<OrdinaryUser> user;
-        if (!byFlag)
-            user.emplace();
-        QVERIFY(Lock(link));
-        QCOMPARE(FileState::IsImmutable(path), byFlag);
-        QCOMPARE(FileState::Mode(path), byFlag ? 0664 : 0444);
-        QVERIFY(Unlock(link));
-        QVERIFY(!FileState::IsImmutable(path));
-        QCOMPARE(FileState::Mode(path), 0664);
-    }
-
-    void noSuchFile_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("missing") << QStringLiteral("missing");
-        QTest::newRow("dangling link") << QStringLiteral("dangling");
-        QTest::newRow("below a file") << QStringLiteral("file/inner");
-    }
     void noSuchFile()
     {
         QFETCH_GLOBAL(QString, place);
-        QFETCH(QString, name);
         const Playground ground(place);
         ground.File("file");
         ground.Link(ground.Path("nowhere"), "dangling");
-        QVERIFY(!Lock(ground.Path(name)));
-        QVERIFY(!Unlock(ground.Path(name)));
-        QVERIFY(!QFile::exists(ground.Path(name)));
-    }
-
-    void emptyPath()
-    {
-        QVERIFY(!FileLock::Lock(QByteArray()));
-        QVERIFY(!FileLock::Unlock(QByteArray()));
-        QVERIFY(!FileLock::Lock(""));
-        QVERIFY(!FileLock::Unlock(""));
-    }
-
-    void descriptorsAreClosed_data() { AddWays(); }
-    void descriptorsAreClosed()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        const Playground ground(place);
-        const QString path = ground.File("file");
-        std::optional<OrdinaryUser> user;
-        if (!byFlag)
-            user.emplace();
-        const int before = OpenDescriptors();
-        for (int i = 0; i < 5; ++i) {
-            QVERIFY(Lock(path));
-            QVERIFY(Unlock(path));
-        }
-        const CallFailure failure(CallFailure::SetFlags, EPERM);
-        QVERIFY(Lock(path));
-        QVERIFY(Unlock(path));
-        QCOMPARE(OpenDescriptors(), before);
+        for (const QString& path :
+             {ground.Path("missing"), ground.Path("dangling"), ground.Path("file/inner"), QString()})
+            QVERIFY(!Lock(path) && !Unlock(path) && !QFile::exists(path));
     }
 };
 

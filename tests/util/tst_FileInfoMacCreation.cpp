@@ -1,0 +1,332 @@
+#include "CallFailure.h"
+#include "FileState.h"
+#include "Playground.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestMain.h"
+
+#include <NeroltOrvaneBase/FileInfoMac.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 kNsPerMs = 1000000;
+constexpr qint64 kSomeTime = 1700000000123; // 2023-11-14T22:13:20.123Z
+
+QDateTime Utc(qint64 msecs)
+{
+    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
+}
+
+qint64 FloorMs(qint64 ns)
+{
+    return (ns - (ns % kNsPerMs + kNsPerMs) % kNsPerMs) / kNsPerMs;
+}
+
+QDateTime Get(const QString& path, FileTimeType type)
+{
+    return FileInfoMac(path).GetTime(type);
+}
+
+bool Set(const QString& path, FileTimeType type, const QDateTime& time = Utc(kSomeTime))
+{
+    return FileInfoMac(path).SetTime(time, type);
+}
+
+// The only attribute that setting the creation time added, whatever its name.
+QByteArray CreationAttribute(const QString& place)
+{
+    const Playground ground(place);
+    const QString path = ground.File("file");
+    Set(path, FileTimeCreation);
+    const QList<QByteArray> names = FileState::AttributeNames(path);
+    return names.size() == 1 ? names.first() : QByteArray();
+}
+
+} // namespace
+
+/// The creation time that was set and its place, files that deny something, and what is left alone.
+class tst_FileInfoMacCreation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data() { Playground::AddPlaces(); }
+
+    void creationTimeStaysWithTheFile()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString path = ground.File("file");
+        QVERIFY(Set(path, FileTimeCreation));
+
+        const QString renamed = ground.Path("renamed");
+        QVERIFY(QFile::rename(path, renamed));
+        QCOMPARE(Get(renamed, FileTimeCreation), Utc(kSomeTime));
+        QFile file(renamed);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QCOMPARE(file.write("new"), qint64(3));
+        file.close();
+        QCOMPARE(Get(renamed, FileTimeCreation), Utc(kSomeTime));
+        QVERIFY(Set(renamed, FileTimeModification, Utc(5)));
+        QVERIFY(FileState::SetMode(renamed, 0600));
+        QCOMPARE(Get(renamed, FileTimeCreation), Utc(kSomeTime));
+        QVERIFY(!Get(path, FileTimeCreation).isValid());
+    }
+
+    void spoiltCreationTime_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("empty") << QByteArray("");
+        QTest::newRow("word") << QByteArray("yesterday");
+        QTest::newRow("letter behind") << QByteArray("1700000000123x");
+        QTest::newRow("blanks around") << QByteArray(" 12\n");
+        QTest::newRow("beyond 64 bits") << QByteArray("9223372036854775808");
+        QTest::newRow("too long a number") << QByteArray(64, '0');
+    }
+    void spoiltCreationTime()
+    {
+        QFETCH_GLOBAL(QString, place);
+        QFETCH(QByteArray, text);
+        const QByteArray name = CreationAttribute(place);
+        const Playground ground(place);
+        const QString path = ground.File("file");
+        QVERIFY(FileState::SetAttribute(path, name.constData(), text));
+        QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
+        QVERIFY(Set(path, FileTimeCreation));
+        QCOMPARE(Get(path, FileTimeCreation), Utc(kSomeTime));
+    }
+
+    void creationTimeThatTheModeDenies_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (const int mode : {0444, 0200, 0000, 0755, 04444})
+            QTest::addRow("%04o", unsigned(mode)) << mode;
+    }
+    void creationTimeThatTheModeDenies()
+    {
+        QFETCH_GLOBAL(QString, place);
+        QFETCH(int, mode);
+        const Playground ground(place);
+        for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
+            const OrdinaryUser user;
+            QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
+            QCOMPARE(FileState::Mode(path), mode);
+            QVERIFY(Set(path, FileTimeCreation));
+            QCOMPARE(FileState::Mode(path), mode);
+            QCOMPARE(Get(path, FileTimeCreation), Utc(kSomeTime));
+            QCOMPARE(FileState::Mode(path), mode);
+            QVERIFY(Set(path, FileTimeModification, Utc(9)));
+            QCOMPARE(Get(path, FileTimeModification), Utc(9));
+            QCOMPARE(FileState::Mode(path), mode);
+        }
+    }
+
+    void whatKeepsNoCreationTime()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        for (const QString& path : {ground.Pipe("pipe", 0666), ground.Socket("socket", 0600)}) {
+            QVERIFY(!Set(path, FileTimeCreation));
+            QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
+            QVERIFY(Set(path, FileTimeModification));
+            QCOMPARE(Get(path, FileTimeModification), Utc(kSomeTime));
+        }
+    }
+
+    void refusedTimes_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::newRow("keeps no attributes") << ENOTSUP;
+        QTest::newRow("full") << ENOSPC;
+        QTest::newRow("denied") << EACCES;
+    }
+    void refusedTimes()
+    {
+        QFETCH_GLOBAL(QString, place);
+        QFETCH(int, error);
+        const Playground ground(place);
+        const QString path = ground.File("file");
+        const QDateTime born = Get(path, FileTimeCreation);
+        {
+            const CallFailure writing(CallFailure::SetAttribute, error);
+            QVERIFY(!Set(path, FileTimeCreation));
+            QCOMPARE(Get(path, FileTimeCreation), born);
+        }
+        QVERIFY(Set(path, FileTimeCreation));
+        {
+            const CallFailure writing(CallFailure::SetAttribute, error);
+            QVERIFY(!Set(path, FileTimeCreation, Utc(1)));
+            QCOMPARE(Get(path, FileTimeCreation), Utc(kSomeTime));
+        }
+        const CallFailure reading(CallFailure::GetAttribute, error);
+        QCOMPARE(Get(path, FileTimeCreation), born);
+        QCOMPARE(FileState::Mode(path), 0644);
+        const CallFailure times(CallFailure::SetTimes, error);
+        QVERIFY(!Set(path, FileTimeModification) && !Set(path, FileTimeWrite));
+    }
+
+    void timesOfLockedFiles_data()
+    {
+        QTest::addColumn<bool>("byFlag");
+        QTest::newRow("write bits") << false;
+        if (Playground::MayFlag())
+            QTest::newRow("flag") << true;
+    }
+    void timesOfLockedFiles()
+    {
+        QFETCH_GLOBAL(QString, place);
+        QFETCH(bool, byFlag);
+        const Playground ground(place);
+        for (const QString& path : {ground.File("file"), ground.Folder("folder", 0750)}) {
+            std::optional<OrdinaryUser> user;
+            if (!byFlag)
+                user.emplace();
+            QVERIFY(FileState::SetTimes(path, 0, 0));
+            const QDateTime born = Get(path, FileTimeCreation);
+            QVERIFY(FileInfoMac(path).SetReadOnlyFlag(true));
+            const int mode = FileState::Mode(path);
+
+            QCOMPARE(Set(path, FileTimeCreation), !byFlag);
+            QCOMPARE(Set(path, FileTimeModification), !byFlag);
+            QCOMPARE(Set(path, FileTimeWrite), !byFlag);
+            QCOMPARE(Get(path, FileTimeCreation), byFlag ? born : Utc(kSomeTime));
+            QCOMPARE(Get(path, FileTimeModification), byFlag ? Utc(0) : Utc(kSomeTime));
+            QCOMPARE(FileState::Mode(path), mode);
+            QVERIFY(!FileState::CanWrite(path));
+            QVERIFY(FileInfoMac(path).SetReadOnlyFlag(false));
+        }
+    }
+
+    void filesOfOthers_data()
+    {
+        QTest::addColumn<bool>("ofRoot");
+        QTest::addColumn<int>("mode");
+        QTest::newRow("own") << false << 0600;
+        if (!OrdinaryUser::IsTestRoot())
+            return;
+        QTest::newRow("readable") << true << 0644;
+        QTest::newRow("not readable") << true << 0600;
+    }
+    void filesOfOthers()
+    {
+        QFETCH_GLOBAL(QString, place);
+        QFETCH(bool, ofRoot);
+        QFETCH(int, mode);
+        const Playground ground(place);
+        const QString path = ofRoot ? ground.FileOfRoot("file", mode) : ground.File("file", mode);
+        QVERIFY(FileState::SetTimes(path, 0, 0));
+        const QDateTime born = Get(path, FileTimeCreation);
+        const OrdinaryUser user;
+        QCOMPARE(Get(path, FileTimeCreation), born);
+        QCOMPARE(Get(path, FileTimeModification), Utc(0));
+        for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite})
+            QCOMPARE(Set(path, type), !ofRoot);
+        QCOMPARE(FileState::ModificationTime(path), ofRoot ? 0 : kSomeTime * kNsPerMs);
+        QCOMPARE(FileState::AttributeNames(path).size(), ofRoot ? 0 : 1);
+        QCOMPARE(FileState::Mode(path), mode);
+    }
+
+    // Only the path leads to the attribute of a file that its owner may not read.
+    void byDescriptorOfAFileThatMayNotBeRead()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString path = ground.File("file");
+        QVERIFY(Set(path, FileTimeCreation));
+        OrdinaryUser::Own(path);
+        const OrdinaryUser user;
+        QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0200), 0);
+        const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC);
+        QVERIFY(descriptor >= 0);
+        QCOMPARE(FileInfoMac(path).GetMSecs(FileTimeCreation, descriptor), std::optional<qint64>(kSomeTime));
+        ::close(descriptor);
+    }
+
+    void folderThatMayNotBeSearched()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString folder = ground.Folder("folder");
+        const QString path = ground.File("folder/file");
+        QVERIFY(FileState::SetTimes(path, 0, 0));
+        QVERIFY(FileState::SetMode(folder, 0600));
+        {
+            const OrdinaryUser user;
+            for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite}) {
+                QVERIFY(!Get(path, type).isValid());
+                QVERIFY(!Set(path, type));
+            }
+            QVERIFY(!FileInfoMac(path).SetReadOnlyFlag(true));
+            QVERIFY(!FileInfoMac(path).SetReadOnlyFlag(false));
+            QCOMPARE(FileState::Mode(folder), 0600);
+        }
+        QVERIFY(FileState::SetMode(folder, 0700));
+        QCOMPARE(FileState::ModificationTime(path), qint64(0));
+        QCOMPARE(FileState::Mode(path), 0644);
+        QVERIFY(FileState::AttributeNames(path).isEmpty());
+    }
+
+    void nothingIsOpened()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        for (const QString& path : {ground.File("file"), ground.Folder("folder"), ground.Pipe("pipe")}) {
+            FileWatch watch(path, FileWatch::Opens);
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadWrite) || FileState::Flags(path) >= 0);
+            file.close();
+            QVERIFY(watch.Saw());
+            for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite}) {
+                Get(path, type);
+                Set(path, type);
+            }
+            QVERIFY(!watch.Saw());
+        }
+    }
+
+    void readingChangesNothing()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        for (const QString& path : {ground.File("file", 0400), ground.Folder("folder"), ground.Pipe("pipe")}) {
+            const OrdinaryUser user;
+            FileWatch watch(path, FileWatch::Changes);
+            QVERIFY(FileState::SetMode(path, FileState::Mode(path)));
+            QVERIFY(watch.Saw());
+            for (const int type : {0, 1, 2, 7}) {
+                Get(path, FileTimeType(type));
+                FileInfoMac(path).GetMSecs(FileTimeType(type));
+            }
+            QVERIFY(!watch.Saw());
+        }
+    }
+
+    void lock()
+    {
+        QFETCH_GLOBAL(QString, place);
+        const Playground ground(place);
+        const QString path = ground.File("file", 0664);
+        const OrdinaryUser user;
+        FileInfoMac info(path);
+        QVERIFY(info.SetReadOnlyFlag(true));
+        QVERIFY(!FileState::CanWrite(path));
+        {
+            const CallFailure failure(CallFailure::ChangeMode, EPERM);
+            QVERIFY(!info.SetReadOnlyFlag(false));
+        }
+        QVERIFY(info.SetReadOnlyFlag(false));
+        QCOMPARE(FileState::Mode(path), 0664);
+    }
+};
+
+NEROLT_TEST_MAIN(tst_FileInfoMacCreation)
+
+#include "tst_FileInfoMacCreation.moc"
