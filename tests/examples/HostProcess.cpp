@@ -1,8 +1,9 @@
 #include "HostProcess.h"
 
+#include "support/LogText.h"
 #include "support/OrdinaryUser.h"
-#include "support/TestMain.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -37,6 +39,34 @@ QString Reachable(const QString& path)
 
 } // namespace
 
+QByteArray DataFolder::Log() const
+{
+    return LogText::Read(LogPath());
+}
+
+QByteArray DataFolder::RotatedLog(int index) const
+{
+    return LogText::Read(Logs().filePath(Rotated().value(index)));
+}
+
+void DataFolder::Write(const QString& name, const QByteArray& text) const
+{
+    const QString path = iFolder.filePath(name);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+QByteArray Row(const QByteArray& summary, const QByteArray& label)
+{
+    for (const QByteArray& line : LogText::Lines(summary)) {
+        if (line.startsWith("  " + label + ' '))
+            return line.mid(2 + label.size()).trimmed();
+    }
+    return "<no row>";
+}
+
 HostProcess::HostProcess()
 {
     for (const char* const name : {"NO_COLOR", "TERM"})
@@ -46,7 +76,7 @@ HostProcess::HostProcess()
 HostProcess::~HostProcess()
 {
     if (state() != NotRunning) {
-        kill();
+        kill(); // a stopped one, too
         waitForFinished();
     }
     for (const int descriptor : {iMaster, iSlave}) {
@@ -123,4 +153,29 @@ int HostProcess::Run(const QStringList& arguments)
 {
     Start(arguments);
     return Finish();
+}
+
+// Waits until it stands still.
+bool HostProcess::Hold(const QDeadlineTimer& deadline)
+{
+    siginfo_t info = {};
+    if (!Signal(SIGSTOP))
+        return false;
+    while (info.si_pid == 0 && !deadline.hasExpired())
+        ::waitid(P_PID, id_t(processId()), &info, WSTOPPED | WNOHANG);
+    return info.si_pid != 0;
+}
+
+bool HostProcess::StartAndHold(const DataFolder& data)
+{
+    const QDeadlineTimer deadline(2 * kTimeoutMs);
+    Start({data.Option(), QStringLiteral("--lines=10000000"), QStringLiteral("--threads=1")});
+    while (Hold(deadline)) {
+        QFile log(data.LogPath());
+        if (log.open(QIODevice::ReadOnly) && log.read(10000).contains("|LoadThread::run|"))
+            return true;
+        if (!Signal(SIGCONT) || waitForFinished(1))
+            break;
+    }
+    return false;
 }
