@@ -52,13 +52,16 @@ add_library(NeroltOrvaneBase ${library_type}
   logging/LogLine.cpp
   logging/LogProgress.cpp
   logging/Logger.cpp
+  logging/LoggerFork.cpp
+  logging/LoggerLife.cpp
   logging/LoggerAgent.cpp
+  logging/LoggerAgentThread.cpp
   logging/LoggerWorker.cpp
   logging/LoggingThread.cpp
   logging/RotatedFiles_posix.cpp
   logging/Rotation.cpp
   logging/StackFrame.cpp
-  logging/StackTrace.cpp
+  logging/StackTrace_posix.cpp
   logging/WriteSignals.cpp
   logging/Stamp.cpp
   logging/WriterDispatcher.cpp

@@ -37,10 +37,11 @@ size_t Piece(const char* from, const char* end)
 // Not blocking, so that a pipe without a reader in the log's place fails to open instead of holding up the log, and
 // with it whoever stops it. Files know no difference, but for those that another process has a lease on: it is asked to
 // give it back.
-Descriptor::Descriptor(const QByteArray& name, int flags)
+Descriptor::Descriptor(const QByteArray& name, Links links)
 {
+    const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | (links == Refused ? O_NOFOLLOW : 0);
     for (int i = 0; i < kLeaseTimes; ++i) {
-        iDescriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | flags, 0666);
+        iDescriptor = ::open(name.constData(), flags, 0666);
         if (IsOpen() || (errno != EINTR && errno != EWOULDBLOCK))
             return;
         if (errno == EWOULDBLOCK)

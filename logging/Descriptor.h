@@ -19,9 +19,11 @@ public:
         bool operator==(const Identity& other) const { return iDevice == other.iDevice && iNumber == other.iNumber; }
     };
 
+    enum Links { Followed, Refused }; ///< in place of the file itself
+
     /// Creates the file when missing. Does not wait for the reader of a pipe, but for whoever has a lease on a file, as
-    /// long as the system lets him. Further flags are open's.
-    explicit Descriptor(const QByteArray& name, int flags = 0);
+    /// long as the system lets him.
+    explicit Descriptor(const QByteArray& name, Links links = Followed);
     ~Descriptor();
 
     bool IsOpen() const { return iDescriptor >= 0; }

@@ -2,6 +2,8 @@
 
 #include "CrashFile.h"
 
+constexpr int kBatchBytes = 5000; ///< a buffer with more than that is handed over
+
 /// Batches of lines that stand one behind the other in memory. Each ends with a whole line.
 struct LogBatches
 {

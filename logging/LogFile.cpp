@@ -14,7 +14,6 @@
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
-#include <fcntl.h>
 
 namespace {
 
@@ -119,7 +118,7 @@ void LogFile::Rotate(const Descriptor& file, qint64 nowMSecs)
     // A moved file may have been followed already by another process's lines, and a link of somebody else's is not to
     // be trusted. One that cannot be moved is emptied all the same, or the log would grow without bounds; but not
     // another that has come into its place.
-    const Descriptor next(iName, O_NOFOLLOW);
+    const Descriptor next(iName, Descriptor::Refused);
     if (next.IsOpen() && (isMoved || (next.Which() == file.Which() && next.Empty())))
         Begin(next, header, nowMSecs);
     if (iIsLoggers)

@@ -212,8 +212,8 @@ public:
 private:
     static constexpr qint64 kLargestBuffer = 0x7fff0000;
 
-    // Laundered, because the bytes stand behind the object that the framework finds them by, where compilers see
-    // nothing.
+    // The bytes follow the framework's private header in one block of memory. Without std::launder the compiler assumes
+    // that a pointer to the header never reaches them, and warns.
     char* Begin() { return std::launder(iBuffer.data()); }
 
     int Used() const { return int(iOut - iBuffer.constData()); }

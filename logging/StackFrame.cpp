@@ -13,30 +13,33 @@ namespace {
 /// Reads the words of a line in turn. The bundle's name has blanks in it, and so has an Objective-C method's.
 class Walk
 {
+    /// Where the next word stands in a line "index module address function + offset".
+    enum Place { Index = -1, Module, Address, Function, PlusSign, Offset };
+
 public:
     void Take(const QStringRef& word)
     {
-        const int next = iPosition + 1;
+        const int next = iPlace + 1;
         if (word.startsWith(QLatin1String("Ner"))) {
             iFrame.iModule = word.toString();
-            iPosition = next;
+            iPlace = next;
         } else if (word.startsWith(QLatin1String("Ka"))) {
             iFrame.iModule += QLatin1Char(' ') % word;
-            iPosition = next;
+            iPlace = next;
         } else if (word.startsWith(QLatin1String("Vesp"))) {
             iFrame.iModule += QLatin1Char(' ') % word;
-            iPosition = 1;
+            iPlace = Address; // the name is complete
         } else if (word.startsWith(QLatin1String("-["))) {
             iFrame.iFunctionName = word.toString();
             iIsInMethodName = true;
-            iPosition = next;
+            iPlace = next;
         } else if (iIsInMethodName) {
             iFrame.iFunctionName += QLatin1Char(' ') % word;
             iIsInMethodName = false;
-            iPosition = 3;
+            iPlace = PlusSign;
         } else {
             TakeField(word);
-            iPosition = next;
+            iPlace = next;
         }
     }
 
@@ -45,17 +48,17 @@ public:
 private:
     void TakeField(const QStringRef& word)
     {
-        switch (iPosition) {
-        case 0:
+        switch (iPlace) {
+        case Module:
             iFrame.iModule += word;
             break;
-        case 1:
+        case Address:
             iFrame.iMemory = word.toString();
             break;
-        case 2:
+        case Function:
             iFrame.iFunctionName += word;
             break;
-        case 4:
+        case Offset:
             iFrame.iOffset = word.toString();
             break;
         default: // the index and the plus sign
@@ -64,7 +67,7 @@ private:
     }
 
     TraceInfo iFrame;
-    int iPosition = -1;
+    int iPlace = Index;
     bool iIsInMethodName = false;
 };
 

@@ -1,0 +1,74 @@
+#include "CrashFile.h"
+#include "LoggerState.h"
+
+#include <QtCore/QThread>
+
+using LoggerState::CreationMutex;
+using LoggerState::gStarted;
+using LoggerState::gUnlockedCallers;
+using LoggerState::kLockTimeout;
+using LoggerState::ReporterMutex;
+
+namespace {
+
+// Whether this thread holds the log's locks to make a copy of the process.
+thread_local bool tHoldsLocks = false;
+thread_local bool tHoldsCreation = false;
+
+} // namespace
+
+// Until the log starts a copy of the process (fork) gets a log like any other. The threads that it has not would never
+// give back the locks they hold, so for the moment of the copy they are held by the one that it has.
+void Logger::BeforeCopy()
+{
+    const NotCancelled moment;
+    tHoldsLocks = false;
+    tHoldsCreation = !iInstance.load();
+    if (tHoldsCreation)
+        CreationMutex().lock();
+    Logger* const logger = iInstance.load();
+    LoggerAgent* const agent = logger && !gStarted ? logger->iAgent.load() : nullptr;
+    if (!agent)
+        return;
+    std::unique_lock<QMutex> reporter(ReporterMutex(), std::defer_lock);
+    std::unique_lock<QMutex> lock;
+    std::unique_lock<QMutex> agentLock;
+    if (!reporter.try_lock_for(kLockTimeout) || !(lock = std::unique_lock<QMutex>(logger->iMutex, kLockTimeout))
+        || gStarted || logger->iAgent.load() != agent
+        || !(agentLock = std::unique_lock<QMutex>(agent->iMutex, kLockTimeout)))
+        return;
+    for (std::unique_lock<QMutex>* const held : {&reporter, &lock, &agentLock})
+        held->release();
+    tHoldsLocks = true;
+}
+
+void Logger::AfterCopy()
+{
+    if (tHoldsLocks) {
+        Logger* const logger = iInstance.load();
+        logger->iAgent.load()->iMutex.unlock();
+        logger->iMutex.unlock();
+        ReporterMutex().unlock();
+    }
+    if (tHoldsCreation)
+        CreationMutex().unlock();
+}
+
+// A copy made later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock. Not even
+// the agent's timer, if its thread is the one that goes on here.
+void Logger::BeginInCopy()
+{
+    AfterCopy();
+    CrashFile::ForgetInCopy();
+    gUnlockedCallers = 0;
+    Logger* const logger = iInstance.load();
+    LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;
+    if (!agent || tHoldsLocks)
+        return;
+    logger->iAgent = nullptr;
+    iActiveLevel = 0;
+    Swallow([agent] {
+        if (agent->iTimerId != 0 && QThread::currentThread() == agent->thread())
+            agent->killTimer(agent->iTimerId);
+    });
+}
