@@ -1,6 +1,6 @@
 #include "Fuzz.h"
-#include "settings/IniSettings.h"
 #include "settings/IniText.h"
+#include "settings/ReadableIni.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
