@@ -89,8 +89,14 @@ bool CrashFile::HasRoom(quint64 bytes) const
 
 void CrashFile::AwaitRoom(std::unique_lock<QMutex>& agent, quint64 bytes)
 {
+    const auto mustWait = [&agent, bytes] {
+        const CrashFile* const used = agent ? Current() : nullptr;
+        return used && !used->HasRoom(bytes) && bytes <= CrashFormat::kCapacity;
+    };
+    if (!mustWait()) // nearly always: the clock is not asked
+        return;
     const QDeadlineTimer deadline(kPatienceMs);
-    while (agent && Current() && !Current()->HasRoom(bytes) && bytes <= CrashFormat::kCapacity) {
+    while (mustWait()) {
         ::Use& use = TheUse();
         {
             std::unique_lock<QMutex> lock(use.iMutex);
