@@ -37,7 +37,7 @@ quint64 CheckOfHead(const Section& section)
 bool IsIntact(const Section& section, quint64 size)
 {
     return section.iMagic == kMagic && section.iVersion == kVersion && section.iByteOrder == kByteOrder
-        && section.iCheck == CheckOfHead(section) && section.iCapacity <= size - sizeof(Section)
+        && section.iCheck == CheckOfHead(section) && SizeOf(reinterpret_cast<const char*>(&section), size) != 0
         && section.iHead - section.iTail <= section.iCapacity && section.iLog < section.iLogs.size();
 }
 
@@ -144,7 +144,8 @@ quint64 SizeOf(const char* bytes, quint64 size)
     if (size < sizeof(Section))
         return 0;
     const quint64 capacity = reinterpret_cast<const Section*>(bytes)->iCapacity;
-    return capacity <= size - sizeof(Section) ? sizeof(Section) + capacity : 0;
+    // Where the next one begins it is read in place.
+    return capacity <= size - sizeof(Section) && capacity % kAlignment == 0 ? sizeof(Section) + capacity : 0;
 }
 
 std::optional<Remains> Read(const char* bytes, quint64 size)

@@ -20,7 +20,7 @@ namespace {
 constexpr int kPatienceMs = 1000;
 constexpr size_t kPieceBytes = 64 << 10;
 constexpr std::string_view kStamp = "0000-00-00 00:00:00.";
-constexpr std::string_view kRecovered = "0000-00-00 00:00:00.000|10|Information|Logger::SetCrashFile|";
+constexpr std::string_view kRecovered = "0000-00-00 00:00:00.000|10|Information|Logger::SetCrashFile|recovered ";
 
 // As far as both go. A zero stands for any digit.
 bool HasForm(const char* text, int size, std::string_view form)

@@ -156,6 +156,12 @@ private Q_SLOTS:
             << kFirst.left(30) + kOther << kFirst.left(30) + kOther + kFirst + kSecond;
         QTest::newRow("within another one's line") << kFirst + "half" << kFirst + "half\n" + kSecond;
         QTest::newRow("all, and within another one's line") << kFirst + kSecond + "half" << kFirst + kSecond + "half";
+        const QByteArray recovered = "2026-01-02 03:04:05.681|10|Information|Logger::SetCrashFile|recovered 1 l";
+        for (const int size : {1, 23, 30, int(recovered.size())})
+            QTest::addRow("%d bytes of the line that tells of a recovery", size)
+                << kOther + recovered.left(size) << kOther + kFirst + kSecond;
+        QTest::newRow("a line like it, of another function")
+            << kFirst + recovered.left(60) + 's' << kFirst + recovered.left(60) + "s\n" + kSecond;
         QTest::newRow("a line without protection") << kFirst + "2026\n" << kFirst + "2026\n" + kSecond;
     }
 
@@ -367,6 +373,28 @@ private Q_SLOTS:
         left.That().Put(0, head, sizeof head);
         left.That().Put(sizeof head, two.constData(), quint64(two.size()));
         QVERIFY(!left.Read());
+    }
+
+    // The next one is read in place, too.
+    void aSectionHasNoOddSize()
+    {
+        QByteArray bytes(int(sizeof(Section) + 208), '\0');
+        for (const quint64 capacity : {200, 201, 204, 207}) {
+            new (bytes.data()) Section(capacity);
+            const bool isRead = CrashFormat::Read(bytes.constData(), quint64(bytes.size())).has_value();
+            QCOMPARE(isRead, capacity == 200);
+            QCOMPARE(CrashFormat::SizeOf(bytes.constData(), quint64(bytes.size())) != 0, isRead);
+        }
+    }
+
+    void nothingIsLeftOfAHalfLineThatTellsOfARecovery()
+    {
+        Write(LogName(), kOther);
+        Left left{QByteArray()};
+        left.BeginWrite();
+        Write(LogName(), "2026-01-02 03:04:05.681|10|Information|Logger::SetCrashFile|recovered 1 l");
+        QCOMPARE(left.Complete(), std::optional<qint64>(0));
+        QCOMPARE(Text(LogName()), kOther);
     }
 
     void everyLengthIsChecked()
