@@ -6,6 +6,7 @@
 #include <NeroltOrvaneBase/Logger.h>
 
 #include <QtCore/QDirIterator>
+#include <QtCore/QStandardPaths>
 
 namespace {
 
@@ -37,6 +38,24 @@ QStringList PathText::Tree(const QString& folder)
     }
     names.sort();
     return names;
+}
+
+bool PathText::Write(const QString& path, const QByteArray& bytes, QFile::Permissions more)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size()
+        && file.setPermissions(file.permissions() | more);
+}
+
+bool PathText::WriteProgram(const QString& path, const QByteArray& body)
+{
+    const QByteArray shell = QStandardPaths::findExecutable(Text("sh")).toUtf8();
+    return Write(path, "#!" + shell + "\n" + body + "\n", QFile::Permissions(0x1111));
+}
+
+QString PathText::PathWith(const QString& folder)
+{
+    return folder + Text(":") + QString::fromLocal8Bit(qgetenv("PATH"));
 }
 
 int PathText::Logged(int level, const std::function<void()>& calls)

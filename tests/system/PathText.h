@@ -3,6 +3,7 @@
 #include "support/TestMain.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QFile>
 #include <QtCore/QList>
 #include <QtCore/QStringList>
 
@@ -18,6 +19,13 @@ QStringList Texts(std::initializer_list<const char*> list);
 
 /// The contents of a folder and its subfolders, sorted, as relative paths. Folders end with a separator.
 QStringList Tree(const QString& folder);
+
+/// Writes a file, and makes its folder.
+bool Write(const QString& path, const QByteArray& bytes, QFile::Permissions more = {});
+/// The same for a script of the shell that everybody may run.
+bool WriteProgram(const QString& path, const QByteArray& body);
+/// A value for PATH with a folder before the others.
+QString PathWith(const QString& folder);
 
 /// For a scenario: runs the calls with a hook installed and only their own lines in the log. Returns the exit code.
 int Logged(int level, const std::function<void()>& calls);

@@ -21,12 +21,6 @@ namespace {
 
 constexpr int kAll = 63;
 
-bool Write(const QString& path, const QByteArray& text)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
 void PutWhetherLoggedIn()
 {
     std::puts(SystemConfig::IsUserLoggedIn() ? "1" : "0");

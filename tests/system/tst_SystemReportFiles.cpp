@@ -52,12 +52,6 @@ const Scenario withoutHook("withoutHook", [](const QStringList&) {
     return SystemConfig::GetLastCrashLog().isEmpty() && SystemConfig::GetDxDialogData().isEmpty() ? 0 : 1;
 });
 
-bool Write(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 // "x" is a file, "x/" a folder, "x -> y" a link.
 bool Make(const QString& thing)
 {

@@ -3,6 +3,7 @@
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QSemaphore>
 #include <QtTest/QtTest>
@@ -106,7 +107,8 @@ const Scenario kListWhileTheLogEnds("listWhileTheLogEnds", [](const QStringList&
         if (lister)
             return;
         lister = Started([] { RegisteredThread::LogThreads(); });
-        while (!lister->isFinished() && !IsListHeld())
+        const QDeadlineTimer deadline(10000);
+        while (!lister->isFinished() && !IsListHeld() && !deadline.hasExpired())
             QThread::yieldCurrentThread();
     };
     if (isChange)
