@@ -1,4 +1,5 @@
 #include "FrameLines.h"
+#include "LogIf.h"
 #include "StackFrame.h"
 
 #include <NeroltOrvaneBase/Logger.h>
@@ -13,21 +14,14 @@ namespace {
 
 constexpr const char* kFunc = "StackTrace::TraceCode";
 
-bool IsDebug()
-{
-    return Logger::GetInstance()->LoggingEnabled(LoggerDefs::Debug);
-}
-
 QString Describe(const QString& line)
 {
     TraceInfo frame = StackFrame::Parse(line);
-    if (!frame.iFunctionName.startsWith(QLatin1String("-[")) && !StackFrame::Demangle(frame.iFunctionName) && IsDebug())
-        Logger::LogDebug(kFunc, QLatin1String("demangle failed for FunctionName ") + frame.iFunctionName);
-    QString text = StackFrame::Text(frame);
-    if (IsDebug()) {
-        Logger::LogDebug(kFunc, text);
-        Logger::LogDebug(kFunc, QLatin1String("function name ") + line);
-    }
+    if (!frame.iFunctionName.startsWith(QLatin1String("-[")) && !StackFrame::Demangle(frame.iFunctionName))
+        LogIf::Debug(kFunc, [&] { return QLatin1String("demangle failed for FunctionName ") + frame.iFunctionName; });
+    const QString text = StackFrame::Text(frame);
+    Logger::LogDebug(kFunc, text);
+    LogIf::Debug(kFunc, [&] { return QLatin1String("function name ") + line; });
     return text;
 }
 
@@ -56,7 +50,6 @@ QString StackTrace::TraceCode()
         Describe(addresses.data(), count, result);
     else
         result = QStringLiteral("Unable to obtain the stack trace");
-    if (Logger::GetInstance()->LoggingEnabled(LoggerDefs::Trace))
-        Logger::LogTrace(kFunc, result);
+    Logger::LogTrace(kFunc, result);
     return result;
 }
