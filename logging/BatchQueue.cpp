@@ -117,6 +117,7 @@ bool BatchQueue::Append(const QByteArray& batch, const CrashFile::Mark& mark)
     if (iDropped > 0 || !((iLast && iLast->HasRoom(batch.size())) || AddChunk(batch.size())))
         return false;
     iLast->Put(batch, mark);
+    iLastMark = mark;
     ++iPut;
     return true;
 }
@@ -145,6 +146,12 @@ quint64 BatchQueue::Count() const
 {
     const std::lock_guard<QMutex> lock(iMutex);
     return iPut;
+}
+
+CrashFile::Mark BatchQueue::LastMark() const
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    return iLastMark;
 }
 
 quint64 BatchQueue::Until(const Arrival& arrival)

@@ -59,6 +59,8 @@ public:
 
     /// How many batches have been put. Any thread may call.
     quint64 Count() const;
+    /// How far the lines go that have been put.
+    CrashFile::Mark LastMark() const;
 
     /// @name Only for the reader
     /// @{
@@ -102,6 +104,7 @@ private:
     bool iReaderLooks = false;
     quint64 iPut = 0;
     quint64 iTaken = 0;
+    CrashFile::Mark iLastMark;
     qint64 iDropped = 0; ///< lines
     qint64 iInUse = 0; ///< bytes of chunks
     Chunk* iFirst = nullptr;

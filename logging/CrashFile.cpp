@@ -175,13 +175,16 @@ void CrashFile::Done(const Mark& mark)
     CrashFile* const used = gFile;
     if (!used || mark.iEnd < used->iSection.iTail)
         return;
-    if (mark.iEnd == used->iSection.iTail)
-        used->iSection.iIsAttemptSet = 0; // it was not of the lines that still wait
     used->iSection.iTail = mark.iEnd;
     used->iSection.iUnprotectedDone = mark.iUnprotected;
     use.iIsPatient = true;
     if (use.iWaiting > 0)
         use.iRoom.wakeAll();
+}
+
+void CrashFile::ForgetWrite()
+{
+    iSection.iIsAttemptSet = 0;
 }
 
 // The marks of batches that wait stay right: positions are the same in both.

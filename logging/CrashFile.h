@@ -56,6 +56,8 @@ public:
     bool IsAt(const QByteArray& name) const;
     /// Completes the logs of dead processes; `newLog` is the one of lines that had none yet.
     Recovered Recover(const QByteArray& newLog);
+    /// The last write was not of lines that are here, and is done.
+    void ForgetWrite();
     /// @}
 
     /// @name For whoever logs, with the agent's mutex held

@@ -31,6 +31,11 @@ CrashFile::Mark EndOfLines(bool isLoggers)
     return isLoggers ? CrashFile::End() : CrashFile::Mark();
 }
 
+CrashFile::Mark EndOfRest(const LoggingThread& thread, bool isLoggers)
+{
+    return thread.IsRestKept() ? thread.Queue().LastMark() : EndOfLines(isLoggers);
+}
+
 // The system would not start it. One that was ended by others has run.
 bool NeverRan(const QThread& thread)
 {
@@ -62,6 +67,8 @@ void LoggerAgent::ChangeFile(const QString& path, std::unique_ptr<LoggingThread>
 {
     const std::lock_guard<QMutex> lock(iMutex);
     DebugLine("LoggerAgent::SetLoggerFileName", "Enter");
+    if (iThread)
+        static_cast<LoggingThread&>(*iThread).KeepRest();
     StopLogging();
     iFileName = path;
     try {
@@ -184,13 +191,13 @@ void LoggerAgent::WriteRest(LoggingThread& thread)
     });
     // Without memory for that it still takes what was put when it ends.
     if (!stopped)
-        thread.Queue().Put(iBuffer, EndOfLines(iHasLoggersLevel), true);
+        thread.Queue().Put(iBuffer, EndOfRest(thread, iHasLoggersLevel), true);
 }
 
 void LoggerAgent::DeliverBeforeRest(LoggingThread& thread)
 {
     thread.Deliver();
-    thread.File().SetMark(EndOfLines(iHasLoggersLevel));
+    thread.File().SetMark(EndOfRest(thread, iHasLoggersLevel));
 }
 
 // The system would not start the thread.

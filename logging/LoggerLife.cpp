@@ -202,9 +202,12 @@ void Logger::CompleteInterrupted(const QString& newPath)
                     msg);
     const WriteSignals::Blocker blocker;
     LogFile log(newLog);
-    if (GetLoggerFileName().isEmpty()) // the crash file knows of one write at a time, and nobody else writes yet
+    const bool isAlone = GetLoggerFileName().isEmpty(); // the crash file knows of one write at a time
+    if (isAlone)
         log.ServeLogger();
     log.Append(line);
+    if (isAlone)
+        file->ForgetWrite();
 }
 
 bool Logger::SetCrashFile(const QString& path)

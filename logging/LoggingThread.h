@@ -26,6 +26,10 @@ public:
     LogFile& File() { return *iFile; }
     /// The worker's batches. Whatever is left in the end is written before the worker goes.
     BatchQueue& Queue() { return iQueue; }
+    const BatchQueue& Queue() const { return iQueue; }
+    /// The rest that comes with the stop goes to the next file, too: it needs protection until it is there.
+    void KeepRest() { iIsRestKept = true; }
+    bool IsRestKept() const { return iIsRestKept; }
     /// Writes what there is. For another thread when this one does not run.
     void Deliver();
 
@@ -41,4 +45,5 @@ private:
     LogFile* iFile; ///< the worker's child
     LogDelivery* iDelivery; ///< as well
     BatchQueue iQueue;
+    bool iIsRestKept = false;
 };
