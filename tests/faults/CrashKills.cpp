@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <new>
 #include <stdexcept>
 #include <sys/mman.h>
@@ -131,6 +132,7 @@ struct Load
     std::chrono::microseconds iLife;
     Death iDeath;
     bool iChanges;
+    std::function<void(Death)> iArm;
 };
 
 // The main thread is the first speaker.
@@ -143,7 +145,7 @@ struct Load
                 SayOn(said, speaker, number, load.iPauseUsecs);
         }).detach();
     }
-    const auto begin = std::chrono::steady_clock::now();
+    auto begin = std::chrono::steady_clock::now();
     bool isToChange = load.iChanges;
     for (int number = 0;; ++number) {
         SayOn(said, first, number, load.iPauseUsecs);
@@ -151,32 +153,38 @@ struct Load
         const auto lived = std::chrono::steady_clock::now() - begin;
         if (isToChange && lived > load.iLife / 2) {
             Logger::SetLoggerFileName(kOtherLog, true);
+            load.iArm(load.iDeath);
             isToChange = false;
-        }
-        if (load.iDeath != Death::Kill && lived > load.iLife)
+            begin = std::chrono::steady_clock::now(); // it may have taken long
+        } else if (load.iDeath != Death::Kill && lived > load.iLife) {
             Die(load.iDeath);
+        }
     }
 }
 
-// Arguments: run, threads, pause, life, death, change, half calls, whether they count from a rename, write, percent of
-// it.
+// Arguments: run, threads, pause, life, death, change, half calls, whether they count from a rename, write, its
+// percent.
 const Scenario crashKilled("crashKilled", [](const QStringList& arguments) {
     Said& said = *Share(kSaid);
-    const Load load{Argument(arguments, 0),        Argument(arguments, 1),
-                    Argument(arguments, 2),        std::chrono::microseconds(Argument(arguments, 3)),
-                    Death(Argument(arguments, 4)), Argument(arguments, 5) != 0};
-    const auto arm = [&] {
-        if (load.iDeath == Death::AtCall)
+    const auto arm = [&arguments](Death death) {
+        if (death == Death::AtCall)
             CallDeath::AfterCalls(Argument(arguments, 6), Argument(arguments, 7) != 0);
-        else if (load.iDeath == Death::InWrite)
+        else if (death == Death::InWrite)
             CallDeath::InWrite(Argument(arguments, 8), Argument(arguments, 9));
     };
+    const Load load{Argument(arguments, 0),
+                    Argument(arguments, 1),
+                    Argument(arguments, 2),
+                    std::chrono::microseconds(Argument(arguments, 3)),
+                    Death(Argument(arguments, 4)),
+                    Argument(arguments, 5) != 0,
+                    arm};
     said.iStarted.store(load.iRun + 1);
     if (load.iRun > 0)
-        arm();
+        arm(load.iDeath);
     Start();
-    if (load.iRun == 0)
-        arm();
+    if (load.iRun == 0 && !load.iChanges)
+        arm(load.iDeath);
     LogUntilDeath(said, load);
     return kRefused;
 });
@@ -348,7 +356,7 @@ void Life::KillOne(int run, Death death)
     Child child(iFolder.path(), "crashKilled",
                 {run, isRecovery ? 1 : iPlan.iThreads, isRecovery ? 0 : iPlan.iPauseUsecs, life, int(death),
                  int(isChanging), Below(2 * (isAtRename ? kMostRotationCalls : kMostCalls)), int(isAtRename),
-                 Below(isRecovery ? 1 : kMostWrites), Below(100)});
+                 Below(isRecovery || isChanging ? 1 : kMostWrites), Below(100)});
     if (death == Death::Kill) {
         const std::atomic<int>& begun = isRecovery ? iSaid->iStarted : iSaid->iLogging;
         while (begun.load() != run + 1 && child.IsRunning())
