@@ -171,6 +171,19 @@ private Q_SLOTS:
         QCOMPARE(log.Lines().last(), LineOf("late"));
     }
 
+    // This tests the wait.
+    void constructionWaitsForTheList()
+    {
+        std::unique_ptr<RegisteredThread> thread;
+        RegisteredThread_iMutex().lock();
+        const auto builder = Started([&thread] { thread = std::make_unique<RegisteredThread>(nullptr, QString()); });
+        const bool ended = builder->wait(100);
+        RegisteredThread_iMutex().unlock();
+        QVERIFY(builder->wait());
+        QVERIFY(!ended);
+        QCOMPARE(RegisteredThread_iThreads(), ThreadList{thread.get()});
+    }
+
     void manyThreadsAtOnce()
     {
         std::vector<std::unique_ptr<QThread>> builders;
