@@ -1,101 +1,27 @@
 #include "InstalledHook.h"
 #include "PathText.h"
-#include "support/LogText.h"
+#include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
-#include "support/TestMain.h"
 
-#include <NeroltOrvaneBase/LoggerDefs.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
 
-#include <QtCore/QFile>
 #include <QtTest/QtTest>
 
-#include <cstdio>
+#include <memory>
 #include <sys/stat.h>
 
-using TestSupport::Scenario;
-using TestSupport::ScenarioResult;
 using namespace PathText;
 
 namespace {
 
-constexpr int kAll = 63;
-
-void PutWhetherLoggedIn()
-{
-    std::puts(SystemConfig::IsUserLoggedIn() ? "1" : "0");
-}
-
-const Scenario loggedIn("loggedIn", [](const QStringList& arguments) {
-    return Logged(arguments[0].toInt(), [&] {
-        SystemConfig::SetTestPath(arguments[1]);
-        PutWhetherLoggedIn();
-    });
-});
-
-const Scenario loggedInAsOrdinaryUser("loggedInAsOrdinaryUser", [](const QStringList& arguments) {
-    return Logged(kAll, [&] {
-        SystemConfig::SetTestPath(arguments[0]);
-        const OrdinaryUser user;
-        PutWhetherLoggedIn();
-    });
-});
-
-const Scenario loggedInByUserData("loggedInByUserData", [](const QStringList& arguments) {
-    const InstalledHook hook;
-    SystemConfig::SetDesktopFolders(arguments[0], arguments[1], arguments[1], arguments[1]);
-    PutWhetherLoggedIn();
-    return 0;
-});
-
-const Scenario loggedInMeanwhile("loggedInMeanwhile", [](const QStringList&) {
-    const InstalledHook hook;
-    SystemConfig::SetTestPath(QDir::currentPath());
-    PutWhetherLoggedIn();
-    // Of different sizes: within a millisecond the framework recognises a changed file by nothing else.
-    for (const char* const value : {"true", "false ", "TRUE   ", ""}) {
-        Write(Text("prefs.ini"), QByteArray("[User]\nLoggedIn=") + value + '\n');
-        PutWhetherLoggedIn();
-    }
-    Write(Text("prefs.ini"), "[User]\nLoggedIn=true\n");
-    PutWhetherLoggedIn();
-    QFile::remove(Text("prefs.ini"));
-    PutWhetherLoggedIn();
-    return 0;
-});
-
-const Scenario emptySetters("emptySetters", [](const QStringList&) {
-    const QStringList before = Tree(QDir::homePath());
-    return Logged(kAll, [&] {
-        SystemConfig::SetTestPath(QDir::currentPath());
-        for (const bool flag : {false, true}) {
-            SystemConfig::SetStringInCurrentUser(Text("User"), Text("LoggedIn"), flag);
-            SystemConfig::SetStringInCurrentUser(QString(), QString(), flag);
-        }
-        SystemConfig::SetDWORDInCurrentUser(Text("User"), Text("LoggedIn"), 1);
-        SystemConfig::SetDWORDInCurrentUser(QString(), QString(), -1);
-        std::puts(Tree(QDir::homePath()) == before ? "as before" : "changed");
-    });
-});
-
-// The attributes of a file or folder. Any change alters one of them.
+// Any change of the file alters one of these.
 QByteArray State(const QString& path)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
         return "missing";
-    const auto nsecs = [](const struct timespec& time) {
-        return QByteArray::number(qint64(time.tv_sec)) + '.' + QByteArray::number(qint64(time.tv_nsec));
-    };
-    return QByteArray::number(quint64(status.st_ino)) + ' ' + QByteArray::number(status.st_mode, 8) + ' '
-        + QByteArray::number(qint64(status.st_size)) + ' ' + nsecs(status.st_mtim) + ' ' + nsecs(status.st_ctim);
-}
-
-const QByteArray kEnter = "|25|Trace|IsUserLoggedIn|Enter.";
-
-QByteArray PathLine(const QString& testPath)
-{
-    return "|25|Trace|SystemConfig::GetPath|The test path is " + testPath.toUtf8();
+    return QByteArray::number(quint64(status.st_ino)) + ' ' + QByteArray::number(qint64(status.st_ctim.tv_sec)) + ' '
+        + QByteArray::number(qint64(status.st_ctim.tv_nsec));
 }
 
 } // namespace
@@ -105,8 +31,15 @@ class tst_LoggedIn : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // A fresh folder as the current one.
-    void init() { iFolder = TestSupport::EnterFreshFolder(); }
+    // A fresh instance, and a fresh folder as the current one, the user's.
+    void init()
+    {
+        iHook = std::make_unique<InstalledHook>();
+        iFolder = TestSupport::EnterFreshFolder();
+        SystemConfig::SetTestPath(iFolder);
+    }
+
+    void cleanup() { iHook.reset(); }
 
     void isUserLoggedIn_data()
     {
@@ -150,31 +83,23 @@ private Q_SLOTS:
         QFETCH(QByteArray, prefs);
         QFETCH(bool, answer);
         QFETCH(QByteArray, value);
-        const QString path = iFolder + Text("/prefs.ini");
-        QVERIFY(Write(path, prefs));
+        QVERIFY(Write(Text("prefs.ini"), prefs));
         CheckLoggedIn(answer, value);
-        QCOMPARE(LogText::Read(path), prefs);
+        QCOMPARE(LogText::Read(Text("prefs.ini")), prefs);
     }
 
     void notLoggedInWithoutAFile()
     {
         CheckLoggedIn(false, QByteArray());
         QCOMPARE(Tree(iFolder), QStringList());
-    }
-
-    void notLoggedInWithoutAFolder()
-    {
+        QVERIFY(QDir().mkdir(Text("prefs.ini"))); // a folder is none
+        CheckLoggedIn(false, QByteArray());
+        QCOMPARE(Tree(iFolder), Texts({"prefs.ini/"}));
         const QString parent = iFolder;
         iFolder += Text("/missing/folder");
+        SystemConfig::SetTestPath(iFolder);
         CheckLoggedIn(false, QByteArray());
-        QCOMPARE(Tree(parent), QStringList());
-    }
-
-    void notLoggedInWithAFolderForAFile()
-    {
-        QVERIFY(QDir().mkdir(Text("prefs.ini")));
-        CheckLoggedIn(false, QByteArray());
-        QCOMPARE(Tree(iFolder), QStringList(Text("prefs.ini/")));
+        QCOMPARE(Tree(parent), Texts({"prefs.ini/"}));
     }
 
     void notLoggedInWithAFileThatCannotBeRead()
@@ -183,111 +108,69 @@ private Q_SLOTS:
         QVERIFY(Write(path, "[User]\nLoggedIn=true\n"));
         OrdinaryUser::Own(path);
         OrdinaryUser::Own(iFolder);
-        const QByteArray name = QFile::encodeName(path);
-        QCOMPARE(::chmod(name.constData(), 0), 0);
-        const QByteArray before = State(path) + State(iFolder);
-        const auto result = Run("loggedInAsOrdinaryUser", {iFolder});
-        QCOMPARE(result.iStdout, QByteArray("0\n"));
-        QCOMPARE(BodiesOf(result), Lines(false, QByteArray()));
-        QCOMPARE(State(path) + State(iFolder), before);
-        QCOMPARE(::chmod(name.constData(), 0600), 0);
+        QCOMPARE(::chmod("prefs.ini", 0), 0);
+        {
+            const OrdinaryUser user;
+            CheckLoggedIn(false, QByteArray());
+        }
+        QCOMPARE(::chmod("prefs.ini", 0600), 0);
         QCOMPARE(LogText::Read(path), QByteArray("[User]\nLoggedIn=true\n"));
     }
 
-    void loggedInIsLoggedByLevel_data()
-    {
-        QTest::addColumn<int>("level");
-        QTest::addColumn<bool>("hasTrace");
-        QTest::addColumn<bool>("hasDebug");
-        QTest::newRow("all") << kAll << true << true;
-        QTest::newRow("trace") << int(LoggerDefs::Trace) << true << false;
-        QTest::newRow("debug") << int(LoggerDefs::Debug) << false << true;
-        QTest::newRow("no trace") << (kAll & ~LoggerDefs::Trace) << false << true;
-        QTest::newRow("no debug") << (kAll & ~LoggerDefs::Debug) << true << false;
-        QTest::newRow("neither") << (kAll & ~(LoggerDefs::Debug | LoggerDefs::Trace)) << false << false;
-        QTest::newRow("nothing") << 0 << false << false;
-    }
+    void loggedInIsLoggedByLevel_data() { LogScenario::AddMasks({LoggerDefs::Trace, LoggerDefs::Debug}); }
     void loggedInIsLoggedByLevel()
     {
-        QFETCH(int, level);
-        QFETCH(bool, hasTrace);
-        QFETCH(bool, hasDebug);
-        QVERIFY(Write(iFolder + Text("/prefs.ini"), "[User]\nLoggedIn=True\n"));
-        const auto result = Run("loggedIn", {QString::number(level), iFolder});
-        QList<QByteArray> lines;
-        for (const QByteArray& line : Lines(true, "True")) {
-            if (line.startsWith("|25|") ? hasTrace : hasDebug)
-                lines += line;
+        QFETCH(int, mask);
+        QVERIFY(Write(Text("prefs.ini"), "[User]\nLoggedIn=True\n"));
+        CheckLoggedIn(true, "True", mask);
+    }
+
+    void everyCallReadsTheFileOfTheUsersData()
+    {
+        SystemConfig::SetTestPath(QString());
+        SystemConfig::SetDesktopFolders(iFolder, Text("d"), Text("c"), Text("b"));
+        QVERIFY(!SystemConfig::IsUserLoggedIn());
+        // Of different sizes: within a millisecond the framework recognises a changed file by nothing else.
+        for (const char* const value : {"true", "false ", "TRUE   ", ""}) {
+            Write(Text("prefs.ini"), QByteArray("[User]\nLoggedIn=") + value + '\n');
+            QCOMPARE(SystemConfig::IsUserLoggedIn(), QByteArray(value).toLower().startsWith("true"));
         }
-        QCOMPARE(result.iStdout, QByteArray("1\n"));
-        QCOMPARE(BodiesOf(result), lines);
-    }
-
-    void preferencesOfTheUsersData()
-    {
-        QVERIFY(QDir().mkdir(Text("user data")) && QDir().mkdir(Text("other")));
-        QVERIFY(Write(Text("user data/prefs.ini"), "[User]\nLoggedIn=true\n"));
-        const QStringList folders = {iFolder + Text("/user data"), iFolder + Text("/other")};
-        QCOMPARE(Run("loggedInByUserData", folders).iStdout, QByteArray("1\n"));
-        QCOMPARE(Run("loggedInByUserData", {folders[1], folders[0]}).iStdout, QByteArray("0\n"));
-    }
-
-    void everyCallReadsTheFile()
-    {
-        QCOMPARE(Run("loggedInMeanwhile", {}).iStdout, QByteArray("0\n1\n0\n1\n0\n1\n0\n"));
+        QFile::remove(Text("prefs.ini"));
+        QVERIFY(!SystemConfig::IsUserLoggedIn());
     }
 
     void emptySettersDoNothing()
     {
-        const auto result = Run("emptySetters", {});
-        QCOMPARE(result.iStdout, QByteArray("as before\n"));
-        QCOMPARE(BodiesOf(result), QList<QByteArray>());
-        QCOMPARE(Tree(result.iFolder.path()), QStringList(Text("app.log")));
-    }
-
-    void emptySettersLeavePreferencesAlone()
-    {
-        const InstalledHook hook;
-        const QByteArray prefs = "[User]\nLoggedIn=true\n";
-        QVERIFY(Write(Text("prefs.ini"), prefs));
-        SystemConfig::SetTestPath(iFolder);
-        const QByteArray before = State(Text("prefs.ini")) + State(iFolder);
-        SystemConfig::SetStringInCurrentUser(Text("User"), Text("LoggedIn"), true);
-        SystemConfig::SetStringInCurrentUser(Text("LoggedIn"), Text("false"), false);
-        SystemConfig::SetDWORDInCurrentUser(Text("User"), Text("LoggedIn"), 0);
-        QCOMPARE(State(Text("prefs.ini")) + State(iFolder), before);
-        QCOMPARE(LogText::Read(Text("prefs.ini")), prefs);
+        QVERIFY(Write(Text("prefs.ini"), "[User]\nLoggedIn=true\n"));
+        const QByteArray state = State(Text("prefs.ini")) + State(iFolder);
+        const QStringList tree = Tree(QDir::homePath());
+        const auto calls = [] {
+            SystemConfig::SetStringInCurrentUser(Text("User"), Text("LoggedIn"), true);
+            SystemConfig::SetStringInCurrentUser(Text("LoggedIn"), Text("false"), false);
+            SystemConfig::SetDWORDInCurrentUser(Text("User"), Text("LoggedIn"), 0);
+        };
+        QCOMPARE(LogScenario::LoggedBy(calls), QList<QByteArray>());
+        QCOMPARE(State(Text("prefs.ini")) + State(iFolder), state);
+        QCOMPARE(Tree(QDir::homePath()), tree);
     }
 
 private:
-    static ScenarioResult Run(const char* scenario, const QStringList& arguments)
+    void CheckLoggedIn(bool answer, const QByteArray& value, int mask = LogScenario::kAllLevels) const
     {
-        const ScenarioResult result = TestSupport::RunScenario(scenario, arguments);
-        if (!result.IsOk() || !result.iStderr.isEmpty())
-            QTest::qFail(result.Describe().constData(), __FILE__, __LINE__);
-        return result;
-    }
-
-    QList<QByteArray> Lines(bool answer, const QByteArray& value) const
-    {
-        QList<QByteArray> lines
-            = {kEnter, PathLine(iFolder), "|25|Trace|IniFile::SettingValue|the return value is " + value};
+        const QString path = iFolder + Text("/prefs.ini");
+        QList<QByteArray> lines{"|25|Trace|IsUserLoggedIn|Enter.",
+                                "|25|Trace|SystemConfig::GetPath|The test path is " + iFolder.toUtf8(),
+                                "|25|Trace|IniFile::SettingValue|the return value is " + value};
         if (!value.isNull())
             lines += "|25|Trace|IniFile::GetKeyValue|The key is LoggedIn value is " + value;
         lines += QByteArray("|20|Debug|IsUserLoggedIn|User is logged in ") + (answer ? '1' : '0');
-        return lines;
-    }
-
-    void CheckLoggedIn(bool answer, const QByteArray& value) const
-    {
-        const QString path = iFolder + Text("/prefs.ini");
         const QByteArray before = State(path) + State(iFolder);
-        const auto result = Run("loggedIn", {QString::number(kAll), iFolder});
-        QCOMPARE(result.iStdout, QByteArray(answer ? "1\n" : "0\n"));
-        QCOMPARE(BodiesOf(result), Lines(answer, value));
+        const auto call = [answer] { QCOMPARE(SystemConfig::IsUserLoggedIn(), answer); };
+        QCOMPARE(LogScenario::LoggedBy(call, mask), LogScenario::Passing(lines, mask));
         QCOMPARE(State(path) + State(iFolder), before);
     }
 
+    std::unique_ptr<InstalledHook> iHook;
     QString iFolder;
 };
 
