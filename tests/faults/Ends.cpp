@@ -11,10 +11,13 @@
 #include <QtCore/QThread>
 
 #include <atomic>
-#include <filesystem>
+#include <dirent.h>
 #include <fstream>
+#include <iterator>
+#include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using TestSupport::Scenario;
 
@@ -57,14 +60,20 @@ using Files = QMap<QByteArray, QByteArray>;
 // The contents of a folder. Removes the folder.
 Files Take(const QString& path)
 {
-    const std::filesystem::path folder(QFile::encodeName(path).toStdString());
+    const QByteArray folder = QFile::encodeName(path);
     Files files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        QByteArray text(int(entry.file_size()), '\0');
-        std::ifstream(entry.path(), std::ios::binary).read(text.data(), text.size());
-        files.insert(QByteArray::fromStdString(entry.path().filename().string()), text);
+    DIR* const entries = ::opendir(folder.constData());
+    while (const dirent* const entry = entries ? ::readdir(entries) : nullptr) {
+        const QByteArray name(entry->d_name);
+        if (name == "." || name == "..")
+            continue;
+        std::ifstream file(folder + '/' + name, std::ios::binary);
+        files.insert(name, QByteArray::fromStdString(std::string(std::istreambuf_iterator<char>(file), {})));
+        ::unlink((folder + '/' + name).constData());
     }
-    std::filesystem::remove_all(folder);
+    if (entries)
+        ::closedir(entries);
+    ::rmdir(folder.constData());
     return files;
 }
 

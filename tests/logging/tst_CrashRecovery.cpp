@@ -379,7 +379,7 @@ private Q_SLOTS:
     void aSectionHasNoOddSize()
     {
         QByteArray bytes(int(sizeof(Section) + 208), '\0');
-        for (const quint64 capacity : {200, 201, 204, 207}) {
+        for (const quint64 capacity : {200ULL, 201ULL, 204ULL, 207ULL}) {
             new (bytes.data()) Section(capacity);
             const bool isRead = CrashFormat::Read(bytes.constData(), quint64(bytes.size())).has_value();
             QCOMPARE(isRead, capacity == 200);

@@ -16,5 +16,7 @@ public:
     static void Own(const QString& path);
 
 private:
+    static constexpr unsigned int kId = 65534;
+
     Q_DISABLE_COPY(OrdinaryUser)
 };

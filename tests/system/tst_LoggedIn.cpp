@@ -5,6 +5,9 @@
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtTest/QtTest>
 
 #include <memory>
@@ -20,8 +23,9 @@ QByteArray State(const QString& path)
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
         return "missing";
-    return QByteArray::number(quint64(status.st_ino)) + ' ' + QByteArray::number(qint64(status.st_ctim.tv_sec)) + ' '
-        + QByteArray::number(qint64(status.st_ctim.tv_nsec));
+    const QFileInfo info(path);
+    return QByteArray::number(quint64(status.st_ino)) + ' '
+        + QByteArray::number(info.metadataChangeTime().toMSecsSinceEpoch());
 }
 
 } // namespace

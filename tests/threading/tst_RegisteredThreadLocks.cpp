@@ -9,7 +9,7 @@
 #include <QtTest/QtTest>
 
 #include <cstdio>
-#include <cxxabi.h>
+#include <cstdlib>
 #include <memory>
 #include <unistd.h>
 #include <vector>
@@ -138,7 +138,7 @@ const Scenario kExitWithTheListLocked("exitWithTheListLocked", [](const QStringL
     RegisteredThread_iMutex().lock();
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& msg) {
         ReportTheList(msg.toLatin1().constData());
-        abi::__cxa_atexit([](void*) { ReportTheList("at last"); }, nullptr, nullptr);
+        std::atexit([] { ReportTheList("at last"); });
     });
     return gCopy->first() == left ? 0 : 1;
 });
