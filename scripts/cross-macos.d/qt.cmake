@@ -1,5 +1,35 @@
-# CMake runs this after the project command. Qt's headers and moc are those of the host, the library is the stub.
-find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
-get_target_property(configuration Qt5::Core IMPORTED_CONFIGURATIONS)
-set_target_properties(Qt5::Core PROPERTIES
-  IMPORTED_LOCATION_${configuration} ${CMAKE_OSX_SYSROOT}/System/Library/Frameworks/QtCore.framework/QtCore.tbd)
+# CMake runs this after the project command. Qt's headers and moc are those of the host, the libraries are the stubs.
+find_package(Qt5 5.15 REQUIRED COMPONENTS Core Test)
+foreach(module IN ITEMS Core Test)
+  get_target_property(configuration Qt5::${module} IMPORTED_CONFIGURATIONS)
+  set_target_properties(Qt5::${module} PROPERTIES
+    IMPORTED_LOCATION_${configuration} ${CMAKE_OSX_SYSROOT}/System/Library/Frameworks/Qt${module}.framework/Qt${module}.tbd)
+endforeach()
+
+# The tests take more time than the library. They are neither optimised nor given the framework's headers anew each time.
+function(hasten_tests folder)
+  get_property(folders DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
+  foreach(below IN LISTS folders)
+    hasten_tests(${below})
+  endforeach()
+  get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    if(NOT type STREQUAL UTILITY)
+      target_compile_options(${target} PRIVATE -O0)
+      get_target_property(libraries ${target} LINK_LIBRARIES)
+      if("test_support" IN_LIST libraries)
+        target_precompile_headers(${target} REUSE_FROM test_support)
+      endif()
+    endif()
+  endforeach()
+endfunction()
+
+function(hasten)
+  if(NOT TARGET test_support)
+    return()
+  endif()
+  target_precompile_headers(test_support PRIVATE <QtTest/QtTest>)
+  hasten_tests(${PROJECT_SOURCE_DIR}/tests)
+endfunction()
+cmake_language(DEFER CALL hasten)

@@ -18,18 +18,34 @@ std::vector<NSObject*>* gPool = nullptr;
 NSFileManager* gManager = nil;
 NSProcessInfo* gProcess = nil;
 
+// What any object holds. It lies behind the object, since the declarations, which the build without a Mac shares, have
+// no members.
+struct Contents
+{
+    long iOwners;
+    const QString* iText; // of a string that is none of the constants
+    const char* iConstant; // the name of one
+    double iSeconds;
+    BOOL iValue;
+    id iKey;
+    id iObject;
+};
+
 // The library sees these as constants, so they are static. They get their class when that is loaded.
 struct Constant
 {
     Class iClass;
-    long iOwners;
-    const void* iText;
-    const char* iName;
+    Contents iContents;
 };
 
-Constant gCreationDate = {Nil, 1, nullptr, "NSFileCreationDate"};
-Constant gModificationDate = {Nil, 1, nullptr, "NSFileModificationDate"};
-Constant gImmutable = {Nil, 1, nullptr, "NSFileImmutable"};
+Constant gCreationDate = {Nil, {1, nullptr, "NSFileCreationDate", 0, NO, nil, nil}};
+Constant gModificationDate = {Nil, {1, nullptr, "NSFileModificationDate", 0, NO, nil, nil}};
+Constant gImmutable = {Nil, {1, nullptr, "NSFileImmutable", 0, NO, nil, nil}};
+
+Contents& In(id object)
+{
+    return *static_cast<Contents*>(object_getIndexedIvars(object));
+}
 
 bool IsA(id object, const char* className)
 {
@@ -39,7 +55,7 @@ bool IsA(id object, const char* className)
 template <typename Object>
 Object* Create(const char* className)
 {
-    Object* const object = class_createInstance(objc_getClass(className), 0);
+    Object* const object = class_createInstance(objc_getClass(className), sizeof(Contents));
     [object retain];
     gObjects.push_back(object);
     return object;
@@ -50,41 +66,41 @@ NSDate* Date(const std::optional<double>& seconds)
     if (!seconds)
         return nil;
     NSDate* const date = Create<NSDate>("NSDate");
-    date->iSeconds = *seconds;
+    In(date).iSeconds = *seconds;
     return [date autorelease];
 }
 
 NSString* String(const QString& text)
 {
     NSString* const string = Create<NSString>("NSString");
-    string->iText = new QString(text);
+    In(string).iText = new QString(text);
     return [string autorelease];
 }
 
 QString DateText(NSDate* date)
 {
-    return QStringLiteral("date %1").arg(std::llround(date->iSeconds * 1000));
+    return QStringLiteral("date %1").arg(std::llround(In(date).iSeconds * 1000));
 }
 
 QString StringText(NSString* string)
 {
-    if (string->iConstant)
-        return QString::fromLatin1(string->iConstant);
-    return QLatin1Char('"') + *static_cast<const QString*>(string->iText) + QLatin1Char('"');
+    if (In(string).iConstant)
+        return QString::fromLatin1(In(string).iConstant);
+    return QLatin1Char('"') + *In(string).iText + QLatin1Char('"');
 }
 
 QString Text(id object)
 {
     if (!object)
         return QStringLiteral("nil");
-    if ([object owners] < 1)
+    if ([object retainCount] < 1)
         return QStringLiteral("a dead object");
     if (IsA(object, "NSString"))
         return StringText(object);
     if (IsA(object, "NSDate"))
         return DateText(object);
     if (IsA(object, "NSNumber"))
-        return QStringLiteral("number %1").arg(static_cast<NSNumber*>(object)->iValue);
+        return QStringLiteral("number %1").arg(In(object).iValue);
     return QString::fromLatin1(object_getClassName(object));
 }
 
@@ -112,8 +128,7 @@ void Record(const char* pattern, QStringList arguments = {})
 
 void Forget(NSObject* object)
 {
-    if (IsA(object, "NSString"))
-        delete static_cast<const QString*>(static_cast<NSString*>(object)->iText);
+    delete In(object).iText;
     object_dispose(object);
 }
 
@@ -125,25 +140,24 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 
 @implementation NSObject
 
-- (id)retain
+- (instancetype)retain
 {
-    ++iOwners;
+    ++In(self).iOwners;
     return self;
 }
 
-- (void)release
+- (oneway void)release
 {
-    if (--iOwners < 0)
+    const long owners = --In(self).iOwners;
+    if (owners < 0)
         Record("% released once too often", {QString::fromLatin1(object_getClassName(self))});
-    if (iOwners == 0)
-        [self releaseContents];
+    if (owners == 0) {
+        [In(self).iKey release];
+        [In(self).iObject release];
+    }
 }
 
-- (void)releaseContents
-{
-}
-
-- (id)autorelease
+- (instancetype)autorelease
 {
     if (gPool)
         gPool->push_back(self);
@@ -152,9 +166,9 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
     return self;
 }
 
-- (long)owners
+- (NSUInteger)retainCount
 {
-    return iOwners;
+    return NSUInteger(std::max(In(self).iOwners, 0L));
 }
 
 @end
@@ -178,7 +192,7 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 {
     Record("+[NSNumber numberWithBool:%]", {QString::number(value)});
     NSNumber* const number = Create<NSNumber>("NSNumber");
-    number->iValue = value;
+    In(number).iValue = value;
     return [number autorelease];
 }
 
@@ -187,20 +201,14 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 // Holds one pair at most, or represents the attributes of a file.
 @implementation NSDictionary
 
-+ (instancetype)dictionaryWithObjects:(const id[])objects forKeys:(const id<NSCopying>[])keys count:(NSUInteger)count
++ (instancetype)dictionaryWithObjects:(const id*)objects forKeys:(const id<NSCopying>*)keys count:(NSUInteger)count
 {
     Record("+[NSDictionary dictionaryWithObjects:{%} forKeys:{%} count:%]",
            {ListText(objects, count), ListText(keys, count), QString::number(count)});
     NSDictionary* const dictionary = Create<NSDictionary>("NSDictionary");
-    dictionary->iKey = [keys[0] retain];
-    dictionary->iObject = [objects[0] retain];
+    In(dictionary).iKey = [static_cast<id>(keys[0]) retain];
+    In(dictionary).iObject = [objects[0] retain];
     return [dictionary autorelease];
-}
-
-- (void)releaseContents
-{
-    [iKey release];
-    [iObject release];
 }
 
 - (id)objectForKeyedSubscript:(id)key
@@ -218,7 +226,7 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 + (NSFileManager*)defaultManager
 {
     Record("+[NSFileManager defaultManager]");
-    return gAnswers.iHasManager ? gManager : nil;
+    return gAnswers.iHasManager ? [[gManager retain] autorelease] : nil;
 }
 
 - (BOOL)fileExistsAtPath:(NSString*)path
@@ -236,7 +244,7 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 - (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error
 {
     Record("-[NSFileManager setAttributes:{% = %} ofItemAtPath:% error:%]",
-           {Text(attributes->iKey), Text(attributes->iObject), Text(path), ErrorText(error)});
+           {Text(In(attributes).iKey), Text(In(attributes).iObject), Text(path), ErrorText(error)});
     return gAnswers.iSetAttributes;
 }
 
@@ -247,7 +255,7 @@ NSFileAttributeKey const NSFileImmutable = reinterpret_cast<NSString*>(&gImmutab
 + (NSProcessInfo*)processInfo
 {
     Record("+[NSProcessInfo processInfo]");
-    return gAnswers.iHasProcessInfo ? gProcess : nil;
+    return gAnswers.iHasProcessInfo ? [[gProcess retain] autorelease] : nil;
 }
 
 - (NSOperatingSystemVersion)operatingSystemVersion
@@ -272,9 +280,9 @@ QDateTime QDateTime::fromNSDate(const NSDate* date)
 {
     if (!date)
         return QDateTime();
-    if ([const_cast<NSDate*>(date) owners] < 1)
+    if ([const_cast<NSDate*>(date) retainCount] < 1)
         Record("QDateTime::fromNSDate(a dead object)");
-    return fromMSecsSinceEpoch(std::llround(date->iSeconds * 1000));
+    return fromMSecsSinceEpoch(std::llround(In(const_cast<NSDate*>(date)).iSeconds * 1000));
 }
 
 QMacAutoReleasePool::QMacAutoReleasePool()
@@ -296,8 +304,8 @@ void FakeFoundation::Start(const Answers& answers)
     gMessages.clear();
     gAnswers = answers;
     if (!gManager) {
-        gManager = [class_createInstance(objc_getClass("NSFileManager"), 0) retain];
-        gProcess = [class_createInstance(objc_getClass("NSProcessInfo"), 0) retain];
+        gManager = [class_createInstance(objc_getClass("NSFileManager"), sizeof(Contents)) retain];
+        gProcess = [class_createInstance(objc_getClass("NSProcessInfo"), sizeof(Contents)) retain];
     }
 }
 
@@ -313,11 +321,12 @@ int FakeFoundation::CreatedObjects()
 
 int FakeFoundation::LiveObjects()
 {
-    return int(std::count_if(gObjects.begin(), gObjects.end(), [](NSObject* object) { return [object owners] > 0; }));
+    return int(
+        std::count_if(gObjects.begin(), gObjects.end(), [](NSObject* object) { return [object retainCount] > 0; }));
 }
 
 bool FakeFoundation::AreSystemObjectsKept()
 {
-    return [gManager owners] == 1 && [gProcess owners] == 1 && [NSFileCreationDate owners] == 1 &&
-        [NSFileModificationDate owners] == 1 && [NSFileImmutable owners] == 1;
+    return [gManager retainCount] == 1 && [gProcess retainCount] == 1 && [NSFileCreationDate retainCount] == 1 &&
+        [NSFileModificationDate retainCount] == 1 && [NSFileImmutable retainCount] == 1;
 }

@@ -114,6 +114,30 @@ private slots:
         QCOMPARE(Utf8(lines), texts);
     }
 
+    void skippedFrames_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("skipped");
+        QTest::newRow("the only one") << 1 << 1;
+        QTest::newRow("one of two") << 2 << 1;
+        QTest::newRow("one of 21") << 21 << 1;
+        QTest::newRow("two of 21") << 21 << 2;
+        QTest::newRow("more than there are") << 1 << 2;
+    }
+    void skippedFrames()
+    {
+        QFETCH(int, count);
+        QFETCH(int, skipped);
+        QList<QByteArray> texts;
+        for (int i = 0; i < count; ++i)
+            texts.append(QByteArray::number(i) + "  image  0x1 function + 1");
+        Start(texts);
+        void* addresses[21] = {};
+        QCOMPARE(Utf8(FrameLines::Of(addresses, count, skipped)), texts.mid(skipped));
+        QCOMPARE(gCalls.size(), 1);
+        QCOMPARE(gCalls.first().iCount, count);
+    }
+
     void noMemory()
     {
         Start({"0   a   0x1 main + 1", "1   a   0x2 start + 1"});

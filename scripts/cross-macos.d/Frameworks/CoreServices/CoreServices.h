@@ -1,20 +1,13 @@
 #pragma once
 
+// The part of the File Manager that the library uses, with the system's own types. The build without a Mac and the
+// fakes in tests/macos share it.
+
 #include <CoreFoundation/CoreFoundation.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-typedef uint8_t UInt8;
-typedef uint16_t UInt16;
-typedef int16_t SInt16;
-typedef uint32_t UInt32;
-typedef uint64_t UInt64;
-typedef SInt16 OSErr;
-typedef unsigned long ItemCount;
-
-enum { noErr = 0 };
 
 typedef SInt16 FSVolumeRefNum;
 typedef UInt32 FSCatalogInfoBitmap;
@@ -38,13 +31,6 @@ typedef struct HFSUniStr255
     UInt16 unicode[255];
 } HFSUniStr255;
 
-typedef struct UTCDateTime
-{
-    UInt16 highSeconds;
-    UInt32 lowSeconds;
-    UInt16 fraction;
-} UTCDateTime;
-
 typedef struct FSCatalogInfo
 {
     UInt16 nodeFlags;
@@ -55,7 +41,6 @@ typedef struct FSCatalogInfo
 
 typedef struct FSVolumeInfo
 {
-    UTCDateTime createDate;
     UInt64 totalBytes;
     UInt64 freeBytes;
     UInt32 blockSize;
@@ -64,9 +49,9 @@ typedef struct FSVolumeInfo
 #pragma pack(pop)
 
 OSErr FSGetCatalogInfo(const FSRef* reference, FSCatalogInfoBitmap which, FSCatalogInfo* info, HFSUniStr255* name,
-                       FSSpecPtr place, FSRef* parent) STUB_DEPRECATED(10.0, 10.8);
+                       FSSpecPtr place, FSRef* parent) DEPRECATED_SINCE(10.8);
 OSErr FSGetVolumeInfo(FSVolumeRefNum volume, ItemCount index, FSVolumeRefNum* actual, FSVolumeInfoBitmap which,
-                      FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) STUB_DEPRECATED(10.0, 10.8);
+                      FSVolumeInfo* info, HFSUniStr255* name, FSRef* root) DEPRECATED_SINCE(10.8);
 
 #ifdef __cplusplus
 }

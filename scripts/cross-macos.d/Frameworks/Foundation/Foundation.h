@@ -1,48 +1,25 @@
 #pragma once
 
-#include <CoreFoundation/CoreFoundation.h>
+// The part of Foundation that the library uses, with the system's own signatures. The build without a Mac and the fakes
+// in tests/macos share it.
+
+#include <objc/NSObject.h>
 
 #pragma clang assume_nonnull begin
 
-#ifdef __OBJC_BOOL_IS_BOOL
-typedef bool BOOL;
-#else
-typedef signed char BOOL;
-#endif
-#define YES __objc_yes
-#define NO __objc_no
-#define nil nullptr
-
-typedef unsigned long NSUInteger;
-typedef long NSInteger;
 typedef double NSTimeInterval;
 
 @class NSError;
 @class NSString;
 typedef NSString* NSFileAttributeKey;
 
-@protocol NSObject
-- (instancetype)retain;
-- (oneway void)release;
-- (instancetype)autorelease;
-@end
-
 @protocol NSCopying
-@end
-
-__attribute__((objc_root_class))
-@interface NSObject<NSObject>
-+ (instancetype)alloc;
-+ (instancetype)new;
-- (instancetype)init;
-- (id)copy;
 @end
 
 @interface NSString : NSObject <NSCopying>
 @end
 
 @interface NSDate : NSObject <NSCopying>
-- (instancetype)initWithTimeIntervalSince1970:(NSTimeInterval)seconds;
 @end
 
 @interface NSNumber : NSObject <NSCopying>

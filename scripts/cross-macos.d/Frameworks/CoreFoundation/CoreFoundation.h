@@ -1,16 +1,23 @@
 #pragma once
 
-#include <Availability.h>
+// The part of Core Foundation that the library uses, with the system's own types. The build without a Mac and the fakes
+// in tests/macos share it.
 
-#include <stdbool.h>
-#include <stddef.h>
+#include <MacTypes.h>
+
 #include <stdint.h>
+
+#ifdef __APPLE__
+#include <Availability.h>
+#define DEPRECATED_SINCE(version) __API_DEPRECATED("", macos(10.0, version))
+#else
+#define DEPRECATED_SINCE(version)
+#endif
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-typedef unsigned char Boolean;
 typedef const void* CFTypeRef;
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
@@ -27,7 +34,6 @@ typedef enum CFURLPathStyle : long {
 
 extern const CFAllocatorRef kCFAllocatorDefault;
 
-CFTypeRef CFRetain(CFTypeRef reference);
 void CFRelease(CFTypeRef reference);
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding);
@@ -35,7 +41,7 @@ CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef pat
                                        Boolean isFolder);
 
 struct FSRef;
-Boolean CFURLGetFSRef(CFURLRef url, struct FSRef* reference) STUB_DEPRECATED(10.0, 10.9);
+Boolean CFURLGetFSRef(CFURLRef url, struct FSRef* reference) DEPRECATED_SINCE(10.9);
 
 #ifdef __cplusplus
 }
