@@ -19,8 +19,9 @@ struct Bound
     qint64 iBytes = 0;
 };
 
-// Two numbers that belong together. std::mutex can be used until the very end of the process.
-std::mutex gMutex;
+// Two numbers that belong together. This mutex has no destructor, as std::mutex has on a Mac: it can be used until the
+// very end of the process, and takes no static initialiser.
+QBasicMutex gMutex;
 Bound gBound;
 
 struct CloseFolder
@@ -53,7 +54,7 @@ std::vector<QByteArray> RotatedFiles::Of(const QByteArray& log)
 
 void RotatedFiles::SetBound(int count, qint64 bytes)
 {
-    const std::lock_guard<std::mutex> lock(gMutex);
+    const std::lock_guard<QBasicMutex> lock(gMutex);
     gBound = {std::max(count, 0), std::max<qint64>(bytes, 0)};
 }
 
@@ -61,7 +62,7 @@ void RotatedFiles::Prune(const QByteArray& log)
 {
     Bound left;
     {
-        const std::lock_guard<std::mutex> lock(gMutex);
+        const std::lock_guard<QBasicMutex> lock(gMutex);
         left = gBound;
     }
     if (left.iCount == 0 && left.iBytes == 0)
