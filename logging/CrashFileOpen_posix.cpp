@@ -164,11 +164,12 @@ std::unique_ptr<CrashFile> CrashFile::Make(const QByteArray& name, const QByteAr
 {
     const QByteArray unfinished = name + kUnfinished;
     File file(unfinished, O_CREAT | O_EXCL);
-    if (!file.IsOpen())
+    // Before it was locked somebody may have taken it for a dead process's and removed it; another one may be there.
+    if (!file.IsOpen() || !file.Lock() || !IsAtName(file.Number(), unfinished))
         return nullptr;
     const qint64 size = kFileBytes + kept.size();
     std::unique_ptr<CrashFile> made;
-    if (file.Lock() && size <= CrashFormat::kMostBytes && Fill(file, kept))
+    if (size <= CrashFormat::kMostBytes && Fill(file, kept))
         Swallow([&] { made.reset(new CrashFile(name, file.Number(), size)); });
     if (made)
         file.Take();
