@@ -170,7 +170,14 @@ bool IsLog(const ReadableFile& file, const Remains& remains)
         && HasForm(start.data(), int(start.size()), kStamp);
 }
 
-Found Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
+bool EndsLine(const ReadableFile& file, qint64 size)
+{
+    char last = '\0';
+    return file.Read(&last, 1, size - 1) == 1 && last == '\n';
+}
+
+// No value when it cannot be read: what stands there would be written again.
+std::optional<Found> Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
 {
     Search search(lines);
     std::array<char, kPieceBytes> piece; // NOLINT(cppcoreguidelines-pro-type-member-init): it is read into
@@ -179,6 +186,8 @@ Found Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
         search.Read(piece.data(), size_t(read));
         offset += quint64(read);
     }
+    if (read < 0)
+        return std::nullopt;
     Found found = search.End();
     found.iEnd = offset;
     return found;
@@ -216,10 +225,15 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
         const ReadableFile readable(name);
         if (!(readable.Which() == file.Which()) || !IsLog(readable, remains))
             return std::nullopt;
-        if (!attempted.isEmpty())
-            found = Find(readable, lines, remains.iAttempt->iOffset);
-        else
-            section.SetAttempt(file.Which(), file.Size());
+        if (attempted.isEmpty()) {
+            const qint64 size = file.Size();
+            found.iEndsWithin = size > 0 && !EndsLine(readable, size);
+            section.SetAttempt(file.Which(), size);
+        } else if (const std::optional<Found> there = Find(readable, lines, remains.iAttempt->iOffset)) {
+            found = *there;
+        } else {
+            return std::nullopt;
+        }
     }
     if (found.iHalf > 0 && quint64(file.Size()) == found.iEnd)
         file.TakeBack(found.iHalf); // the next process says it anew

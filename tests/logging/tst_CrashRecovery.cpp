@@ -246,6 +246,28 @@ private Q_SLOTS:
         QCOMPARE(Text(LogName()), kFirst + kSecond);
     }
 
+    // Of whoever wrote it before, or of a rotation.
+    void noLineStandsBehindHalfOfAnother()
+    {
+        Write(LogName(), kOther + kOther.left(30));
+        Left left(kFirst + kSecond);
+        QCOMPARE(left.Complete(), std::optional<qint64>(2));
+        QCOMPARE(Text(LogName()), kOther + kOther.left(30) + '\n' + kFirst + kSecond);
+        QCOMPARE(left.Complete(), std::optional<qint64>(0)); // as if it had died before it could tell
+        QCOMPARE(Text(LogName()), kOther + kOther.left(30) + '\n' + kFirst + kSecond);
+    }
+
+    // A disk that gives an error does so, too.
+    void whatCannotBeReadIsNotWrittenAgain()
+    {
+        Left left(kFirst);
+        left.BeginWrite();
+        Write(LogName(), kFirst);
+        left.That().SetAttempt(Descriptor(LogName()).Which(), -1);
+        QVERIFY(!left.Complete());
+        QCOMPARE(Text(LogName()), kFirst);
+    }
+
     void aFullDisk_data()
     {
         QTest::addColumn<QString>("how");
