@@ -24,6 +24,7 @@ struct Use
     bool iIsPatient = true; ///< the writer has gone on since somebody waited in vain
     int iWaiting = 0;
     std::shared_ptr<CrashFile> iFile;
+    CrashFile::Mark iLast; ///< of the file before
 };
 
 std::atomic<Use*> gUse{nullptr};
@@ -57,8 +58,9 @@ void CrashFile::Use(std::shared_ptr<CrashFile> file)
         return;
     ::Use& use = TheUse();
     const std::lock_guard<QMutex> lock(use.iMutex);
-    if (file && use.iFile)
-        file->TakeOver(*use.iFile);
+    use.iLast = use.iFile ? End() : use.iLast;
+    if (file)
+        file->Continue(use.iFile.get(), use.iLast);
     gFile = file.get();
     use.iFile.swap(file);
     use.iRoom.wakeAll();
@@ -187,12 +189,20 @@ void CrashFile::ForgetWrite()
     iSection.iIsAttemptSet = 0;
 }
 
-// The marks of batches that wait stay right: positions are the same in both.
-void CrashFile::TakeOver(CrashFile& other)
+// The marks of batches that wait stay right: positions go on where those of the file before ended.
+void CrashFile::Continue(CrashFile* before, const Mark& end)
 {
-    std::memcpy(iMapping.iBytes, other.iMapping.iBytes, size_t(CrashFormat::kFileBytes));
-    iAt = other.iAt;
-    other.iSection.iTail = other.iSection.iHead.load();
+    iAt = end.iEnd % CrashFormat::kCapacity;
+    iSection.iIsOver = 1; // so that nobody reads half of it
+    if (before) {
+        iSection.TakeOver(before->iSection);
+    } else {
+        iSection.iHead = iSection.iTail = end.iEnd;
+        iSection.iUnprotected = iSection.iUnprotectedDone = end.iUnprotected;
+    }
+    iSection.iIsOver = 0;
+    if (before)
+        before->GiveUp();
 }
 
 CrashFile::Recovered CrashFile::Recover(const QByteArray& newLog)
@@ -204,10 +214,12 @@ CrashFile::Recovered CrashFile::Recover(const QByteArray& newLog)
     quint64 next = 0;
     for (quint64 at = CrashFormat::kFileBytes; at < size; at = next) {
         char* const bytes = iMapping.iBytes + at;
-        next = at + CrashFormat::SizeOf(bytes, size - at);
         auto& section = *reinterpret_cast<CrashFormat::Section*>(bytes);
         const std::optional<CrashFormat::Remains> remains = CrashFormat::Read(bytes, size - at);
-        if (!remains || remains->iIsOver)
+        if (!remains) // somebody has changed it since Open
+            return recovered;
+        next = at + CrashFormat::SizeOf(bytes, size - at);
+        if (remains->iIsOver)
             continue;
         const std::optional<qint64> lines = CrashRecovery::Complete(section, *remains, newLog);
         isAllDone &= lines.has_value();

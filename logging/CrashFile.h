@@ -101,7 +101,7 @@ private:
     static std::unique_ptr<CrashFile> Make(const QByteArray& name, const QByteArray& kept, bool isReplaced);
     bool HasRoom(quint64 bytes) const;
     void Add(const char* line, int size);
-    void TakeOver(CrashFile& other);
+    void Continue(CrashFile* before, const Mark& end);
     void Abandon() const;
 
     const QByteArray iName;

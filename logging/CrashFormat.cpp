@@ -37,8 +37,7 @@ quint64 CheckOfHead(const Section& section)
 bool IsIntact(const Section& section, quint64 size)
 {
     return section.iMagic == kMagic && section.iVersion == kVersion && section.iByteOrder == kByteOrder
-        && section.iCheck == CheckOfHead(section) && SizeOf(reinterpret_cast<const char*>(&section), size) != 0
-        && section.iHead - section.iTail <= section.iCapacity && section.iLog < section.iLogs.size();
+        && section.iCheck == CheckOfHead(section) && SizeOf(reinterpret_cast<const char*>(&section), size) != 0;
 }
 
 std::optional<QByteArray> LogOf(const Section& section)
@@ -101,6 +100,15 @@ void Section::Get(quint64 position, void* bytes, quint64 size) const
     std::memcpy(static_cast<char*>(bytes) + first, Bytes(), size - first);
 }
 
+void Section::TakeOver(const Section& other)
+{
+    const auto copy = [this, &other](size_t from, size_t to) {
+        std::memcpy(reinterpret_cast<char*>(this) + from, reinterpret_cast<const char*>(&other) + from, to - from);
+    };
+    copy(offsetof(Section, iHead), offsetof(Section, iIsOver));
+    copy(offsetof(Section, iLog), sizeof(Section) + iCapacity);
+}
+
 // Into the place that does not count.
 void Section::SetLog(const QByteArray& name)
 {
@@ -153,12 +161,15 @@ std::optional<Remains> Read(const char* bytes, quint64 size)
     const auto& section = *reinterpret_cast<const Section*>(bytes);
     if (size < sizeof(Section) || !IsIntact(section, size))
         return std::nullopt;
+    if (section.iIsOver != 0)
+        return Remains{QByteArray(), QByteArray(), std::nullopt, false, 0, true};
+    if (section.iHead - section.iTail > section.iCapacity || section.iLog >= section.iLogs.size())
+        return std::nullopt;
     const std::optional<QByteArray> log = LogOf(section);
     const std::optional<QByteArray> lines = LinesOf(section);
     if (!log || !lines)
         return std::nullopt;
-    Remains remains{
-        *log, *lines, std::nullopt, false, section.iUnprotected - section.iUnprotectedDone, section.iIsOver != 0};
+    Remains remains{*log, *lines, std::nullopt, false, section.iUnprotected - section.iUnprotectedDone, false};
     if (section.iIsAttemptSet != 0) {
         if (section.iAttemptCheck != CheckOf(section.iAttempt))
             return std::nullopt;

@@ -77,6 +77,8 @@ struct Section
     void Put(quint64 position, const void* bytes, quint64 size);
     void Get(quint64 position, void* bytes, quint64 size) const;
 
+    /// All that `other` holds, which is as large. iIsOver stays.
+    void TakeOver(const Section& other);
     void SetLog(const QByteArray& name);
     void SetAttempt(const Descriptor::Identity& file, qint64 offset);
 };
@@ -95,7 +97,7 @@ struct Remains
     std::optional<Attempt> iAttempt; ///< the last one
     bool iIsAttemptOpen; ///< it is not known how much of the lines it wrote
     quint64 iUnprotected; ///< lines that are not here and may not be in the log
-    bool iIsOver;
+    bool iIsOver; ///< there is nothing more to know
 };
 
 /// Reads the section at `bytes`, of which there are `size`. No value for one that is damaged.

@@ -362,6 +362,27 @@ private Q_SLOTS:
                  QList<QByteArray>({Said("in the first"), Said("in the second"), Recovered(2)}));
     }
 
+    // Batches of before, which the writer finishes later, do not count for lines of the file that came in between.
+    void theProtectionCanEndAndBeginAgain()
+    {
+        const Folder folder;
+        const ScenarioResult died = folder.Run("setsItAgain", {});
+        QCOMPARE(died.iExitCode, 9);
+        QVERIFY(folder.NextRun());
+        const QList<QByteArray> lines = BodiesOf(folder.Path());
+        QCOMPARE(lines.mid(2, 2), QList<QByteArray>({Said("two"), Recovered(1)}));
+    }
+
+    void aFileThatSomebodyDamagesIsKept()
+    {
+        const Folder folder;
+        folder.LetDie();
+        const ScenarioResult result = folder.Run("isDamagedLater", {});
+        QVERIFY2(result.IsOk(), result.Describe());
+        QCOMPARE(BodiesOf(folder.Path()), QList<QByteArray>({Said("late"), Stopped("log")}));
+        QCOMPARE(folder.Files(), (QStringList{kCrashFile, QStringLiteral("log")}));
+    }
+
     // What was in the buffer goes to both.
     void linesInTheLogAreNotRecovered()
     {
@@ -474,6 +495,37 @@ const Scenario changesTheCrashFile("changesTheCrashFile", [](const QStringList& 
         return 1;
     Say(QStringLiteral("in the second"));
     ::raise(SIGKILL);
+    return 0;
+});
+
+const Scenario setsItAgain("setsItAgain", [](const QStringList& arguments) {
+    if (!Begin(arguments))
+        return 1;
+    Logger::SetLoggerFileName(QStringLiteral("log"), false);
+    RunningLog::WhileTheWriterStandsStill([] {
+        Say(QString(10000, QLatin1Char('.')));
+        if (!Logger::SetCrashFile(QString()))
+            ::_exit(2);
+        Say(QString(10000, QLatin1Char('.')));
+        if (!Logger::SetCrashFile(kCrashFile))
+            ::_exit(2);
+    });
+    Say(QStringLiteral("two"));
+    ::_exit(9);
+    return 1;
+});
+
+const Scenario isDamagedLater("isDamagedLater", [](const QStringList& arguments) {
+    if (!Begin(arguments))
+        return 1;
+    QFile file(kCrashFile);
+    if (!file.open(QIODevice::ReadWrite) || !file.seek((4 << 20) + qint64(offsetof(CrashFormat::Section, iCapacity)))
+        || file.write(QByteArray(8, '\xff')) != 8)
+        return 1;
+    file.close();
+    Logger::SetLoggerFileName(QStringLiteral("log"), false);
+    Say(QStringLiteral("late"));
+    Logger::StopLogging();
     return 0;
 });
 

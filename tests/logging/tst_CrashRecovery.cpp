@@ -409,6 +409,29 @@ private Q_SLOTS:
         }
     }
 
+    void aSectionTakesAllOfAnother()
+    {
+        Left left(kFirst + kSecond);
+        left.BeginWrite();
+        left.That().iUnprotected = 5;
+        left.That().iUnprotectedDone = 2;
+        QByteArray bytes(left.Bytes().size(), '\0');
+        auto& section = *new (bytes.data()) Section(left.That().iCapacity);
+        section.TakeOver(left.That());
+        QCOMPARE(bytes, left.Bytes());
+    }
+
+    // It is being filled, or its lines are in the log: nothing else in it counts.
+    void aSectionThatIsOverIsNotLookedInto()
+    {
+        Left left(kFirst);
+        left.That().iIsOver = 1;
+        left.That().iHead += left.That().iCapacity;
+        QVERIFY(left.Read() && left.Read()->iIsOver && left.Read()->iLines.isEmpty());
+        left.That().iIsOver = 0;
+        QVERIFY(!left.Read());
+    }
+
     void nothingIsLeftOfAHalfLineThatTellsOfARecovery()
     {
         Write(LogName(), kOther);
