@@ -12,7 +12,11 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
+#include <cstdarg>
+#include <cstddef>
 #include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -28,6 +32,8 @@ namespace {
 
 constexpr int kAlwaysOn = 63 & ~(LoggerDefs::Debug | LoggerDefs::Trace);
 const QString kCrashFile = QStringLiteral("crash");
+
+void (*gBeforeLock)() = nullptr;
 
 void Say(const QString& what)
 {
@@ -143,6 +149,18 @@ private:
 };
 
 } // namespace
+
+extern "C" Q_DECL_EXPORT int fcntl(int file, int command, ...)
+{
+    static auto* const original = reinterpret_cast<int (*)(int, int, ...)>(::dlsym(RTLD_NEXT, "fcntl"));
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (command == F_SETLK && gBeforeLock)
+        gBeforeLock();
+    return original(file, command, argument);
+}
 
 class tst_CrashFile : public QObject
 {
@@ -279,6 +297,21 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner));
         QVERIFY(folder.NextRun());
         QCOMPARE(folder.Files(), QStringList{QStringLiteral("log")});
+    }
+
+    // Another process that starts as well has taken the unfinished file for a dead process's, and made its own.
+    void theUnfinishedFileCanBeLost()
+    {
+        const Folder folder;
+        gBeforeLock = [] {
+            gBeforeLock = nullptr;
+            QFile::remove(QStringLiteral("crash.new"));
+            QFile other(QStringLiteral("crash.new"));
+            QVERIFY(other.open(QIODevice::WriteOnly) && ::fchmod(other.handle(), 0620) == 0);
+        };
+        QVERIFY(!Logger::SetCrashFile(kCrashFile));
+        QVERIFY(!gBeforeLock);
+        QCOMPARE(folder.Files(), QStringList{kCrashFile + QStringLiteral(".new")});
     }
 
     void itCannotBeMade_data()
