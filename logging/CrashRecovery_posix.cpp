@@ -225,8 +225,8 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
         const ReadableFile readable(name);
         if (!(readable.Which() == file.Which()) || !IsLog(readable, remains))
             return std::nullopt;
-        if (attempted.isEmpty()) {
-            const qint64 size = file.Size();
+        const qint64 size = file.Size();
+        if (attempted.isEmpty() || remains.iAttempt->iOffset > quint64(size)) { // or somebody has emptied it
             found.iEndsWithin = size > 0 && !EndsLine(readable, size);
             section.SetAttempt(file.Which(), size);
         } else if (const std::optional<Found> there = Find(readable, lines, remains.iAttempt->iOffset)) {
