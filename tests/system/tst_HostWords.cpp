@@ -2,7 +2,6 @@
 #include "system/Host.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
-#include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <limits>
 
@@ -218,112 +217,6 @@ private Q_SLOTS:
         QFETCH(QString, onLinux);
         QCOMPARE(HostWords::MacBuildArch(output), onMac);
         QCOMPARE(HostWords::LinuxBuildArch(output), onLinux);
-    }
-
-    void cacheFile_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("isOne");
-        const auto row
-            = [](const char* edge, const char* name, bool isOne) { QTest::newRow(edge) << Text(name) << isOne; };
-        row("content with two digits", "content12", true);
-        row("response with a suffix", "response3.md5", true);
-        row("content with the other suffix", "content0.md5x", true);
-        row("response with the other suffix", "response0.md5x", true);
-        row("content with a suffix", "content9.md5", true);
-        row("response with a digit", "response9", true);
-        row("content alone", "content", false);
-        row("response alone", "response", false);
-        row("content without a digit", "content.md5", false);
-        row("response without a digit", "response.md5", false);
-        row("letter before the digit", "contentA1", false);
-        row("letter of hexadecimal numbers", "contenta", false);
-        row("letter before the digit of response", "responseA1", false);
-        row("other suffix", "response7.tmp", false);
-        row("capital", "Content1", false);
-        row("capital in the middle", "conTent1", false);
-        row("capitals", "RESPONSE1", false);
-        row("prefix cut short", "conten1", false);
-        row("prefix of response cut short", "respons1", false);
-        row("plural", "contents1", false);
-        row("one prefix after the other", "contentresponse1", false);
-        row("the other prefix first", "responsecontent1", false);
-        row("prefix not at the beginning", "xcontent1", false);
-        row("blank in front", " content1", false);
-        row("blank before the digit", "content 1", false);
-        row("minus", "content-1", false);
-        row("plus", "content+1", false);
-        row("dot before the digit", "content.1", false);
-        row("underscore", "content_1", false);
-        row("character before the digits", "content/", false);
-        row("character behind the digits", "content:", false);
-        row("lowest digit", "content0", true);
-        row("highest digit", "content9", true);
-        row("letters behind the digit", "content1abc", true);
-        row("blanks behind the digit", "response1 2 ", true);
-        row("many digits", "content123456789012345678901234567890", true);
-        row("two suffixes, the last is one", "content1.tar.md5", true);
-        row("two suffixes, the first is one", "content1.md5.tmp", false);
-        row("suffix twice", "content1.md5.md5x", true);
-        row("dot at the end", "content1.", true);
-        row("two dots at the end", "content1..", true);
-        row("suffix and a dot", "content1.md5.", true);
-        row("other suffix and a dot", "content1.tmp.", true);
-        row("two dots before the suffix", "content1..md5", true);
-        row("suffix in capitals", "content1.MD5", false);
-        row("suffix with a capital", "content1.md5X", false);
-        row("suffix cut short", "content1.md", false);
-        row("suffix with more behind", "content1.md5xx", false);
-        row("suffix with a digit behind", "content1.md55", false);
-        row("suffix with more before", "content1.xmd5", false);
-        row("blank behind the suffix", "content1.md5 ", false);
-        row("blank before the suffix", "content1. md5", false);
-        row("blank as suffix", "content1. ", false);
-        row("only the suffix", ".md5", false);
-        row("only the suffix's word", "md5", false);
-        row("a digit", "1", false);
-        row("empty", "", false);
-        row("Arabic digit", "content\xd9\xa1", false);
-        row("Arabic digit behind one", "content1\xd9\xa1", true);
-        row("full-width digit", "content\xef\xbc\x91", false);
-        row("superscript digit", "content\xc2\xb2", false);
-        row("Roman number", "content\xe2\x85\xa3", false);
-        row("digit of a surrogate pair", "content\xf0\x9d\x9f\x8f", false);
-        row("surrogate pair before the digit",
-            "content\xf0\x9f\x98\x80"
-            "1",
-            false);
-        row("surrogate pair behind the digit", "content1\xf0\x9f\x98\x80", true);
-        row("surrogate pair in the suffix", "content1.md5\xf0\x9f\x98\x80", false);
-        row("combining mark behind the digit", "content1\xcc\x81", true);
-        row("prefix beyond ASCII", "c\xc3\xb6ntent1", false);
-        row("full-width dot", "content1\xef\xbc\x8emd5", true);
-        QTest::newRow("null") << QString() << false;
-        QTest::newRow("NUL for the digit") << Text("content") + QChar(0) << false;
-        QTest::newRow("NUL behind the suffix") << Text("content1.md5") + QChar(0) << false;
-    }
-    void cacheFile()
-    {
-        QFETCH(QString, name);
-        QFETCH(bool, isOne);
-        QCOMPARE(SystemConfig::FileIsCacheFile(name), isOne);
-    }
-
-    // The framework's own conversion says what a digit is.
-    void everyCharacterForTheDigit()
-    {
-        int digits = 0;
-        for (uint unit = 0; unit <= 0xFFFF; ++unit) {
-            const QChar character = QChar(ushort(unit));
-            bool isDigit = false;
-            QString(character).toInt(&isDigit, 10);
-            for (const char* const prefix : {"content", "response"}) {
-                if (SystemConfig::FileIsCacheFile(Text(prefix) + character) != isDigit)
-                    QFAIL(qPrintable(Text(prefix) + QString::number(unit, 16)));
-            }
-            digits += isDigit ? 1 : 0;
-        }
-        QCOMPARE(digits, 10);
     }
 };
 

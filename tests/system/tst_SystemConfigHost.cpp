@@ -236,25 +236,47 @@ private Q_SLOTS:
         };
         QCOMPARE(LogScenario::LoggedBy(facts), QList<QByteArray>());
     }
-    void cacheFile_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("isOne");
-        QTest::newRow("content") << Text("content12") << true;
-        QTest::newRow("response with a suffix") << Text("response3.md5") << true;
-        QTest::newRow("other suffix") << Text("content0.md5x") << true;
-        QTest::newRow("no digit") << Text("content.md5") << false;
-        QTest::newRow("letter") << Text("contentA1") << false;
-        QTest::newRow("wrong suffix") << Text("response7.tmp") << false;
-        QTest::newRow("capital") << Text("Content1") << false;
-        QTest::newRow("prefix alone") << Text("response") << false;
-        QTest::newRow("empty") << Text("") << false;
-    }
     void cacheFile()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, isOne);
-        QCOMPARE(SystemConfig::FileIsCacheFile(name), isOne);
+        for (const char* const name :
+             {"content12", "response3.md5", "content0.md5x", "response9", "content1abc", "response1 2 ",
+              "content123456789012345678901234567890", "content1.tar.md5", "content1.", "content1.md5.",
+              "content1..md5", "content1\xd9\xa1", "content1\xf0\x9f\x98\x80"})
+            QVERIFY2(SystemConfig::FileIsCacheFile(Text(name)), name);
+        for (const char* const name : {"",
+                                       "content",
+                                       "response.md5",
+                                       "contentA1",
+                                       "response7.tmp",
+                                       "Content1",
+                                       "RESPONSE1",
+                                       "conten1",
+                                       "contents1",
+                                       "contentresponse1",
+                                       "xcontent1",
+                                       " content1",
+                                       "content 1",
+                                       "content-1",
+                                       "content.1",
+                                       "content1.md5.tmp",
+                                       "content1.MD5",
+                                       "content1.md",
+                                       "content1.md55",
+                                       "content1.md5 ",
+                                       "content1. ",
+                                       ".md5",
+                                       "1",
+                                       "content\xf0\x9d\x9f\x8f",
+                                       "c\xc3\xb6ntent1"})
+            QVERIFY2(!SystemConfig::FileIsCacheFile(Text(name)), name);
+        // The framework's own conversion says what a digit is.
+        for (uint unit = 0; unit <= 0xFFFF; ++unit) {
+            bool isDigit = false;
+            QString(QChar(ushort(unit))).toInt(&isDigit, 10);
+            for (const char* const prefix : {"content", "response"})
+                QVERIFY2(SystemConfig::FileIsCacheFile(Text(prefix) + QChar(ushort(unit))) == isDigit,
+                         QByteArray::number(unit, 16));
+        }
     }
 
 private:
