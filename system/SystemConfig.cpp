@@ -26,7 +26,7 @@ QString OutputOfFile(const QString& path)
     if (!file->waitForFinished(kPatienceMSecs)) {
         file->kill();
         // Leaves no zombie. A process that is blocked in the kernel does not end, and the destructor would wait for it.
-        if (!file->waitForFinished(kEndMSecs))
+        if (file->state() != QProcess::NotRunning && !file->waitForFinished(kEndMSecs))
             Q_UNUSED(file.release())
         return QString();
     }
