@@ -1,10 +1,7 @@
+#include "EntryPoints.h"
 #include "faults/RunningLog.h"
-#include "support/LogText.h"
-#include "support/PrivateAccess.h"
-#include "support/TestMain.h"
+#include "support/LogScenario.h"
 
-#include <NeroltOrvaneBase/IErrorReporter.h>
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QElapsedTimer>
@@ -13,14 +10,16 @@
 
 #include <atomic>
 #include <cstdio>
-#include <functional>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
 NEROLT_PRIVATE(Logger, iMutex, QMutex)
 
+using LogScenario::Captured;
+using TestSupport::RunScenario;
 using TestSupport::Scenario;
+using Lines = QList<QByteArray>;
 
 namespace {
 
@@ -28,57 +27,18 @@ const QString kLog = QStringLiteral("app.log");
 const QString kMsg = QStringLiteral("m");
 constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
-class NullReporter final : public IErrorReporter
+void LogError(unsigned int code = 1, const QString& msg = kMsg)
 {
-public:
-    void ReportError(const QString&, const QString&) override { }
-};
-
-struct EntryPoint
-{
-    const char* iName;
-    std::function<void()> iCall;
-};
-
-QList<EntryPoint> EntryPoints()
-{
-    Logger* const logger = Logger::GetInstance();
-    static NullReporter reporter;
-    return {
-        {"LogInformation", [] { Logger::LogInformation("F", kMsg); }},
-        {"Information", [=] { logger->Information("F", kMsg); }},
-        {"GetLevel", [=] { logger->GetLevel(); }},
-        {"LoggingEnabled", [=] { logger->LoggingEnabled(LoggerDefs::Error); }},
-        {"TraceLoggingEnabled", [=] { logger->TraceLoggingEnabled(); }},
-        {"GetLoggerFileName", [] { Logger::GetLoggerFileName(); }},
-        {"StackLoggingEnabled", [] { Logger::StackLoggingEnabled(); }},
-        {"LogDebug", [] { Logger::LogDebug("F", kMsg); }},
-        {"Debug", [=] { logger->Debug("F", kMsg); }},
-        {"LogTrace", [] { Logger::LogTrace("F", kMsg); }},
-        {"Trace", [=] { logger->Trace("F", kMsg); }},
-        {"LogWarning", [] { Logger::LogWarning("F", kMsg); }},
-        {"Warning", [=] { logger->Warning("F", kMsg); }},
-        {"LogError ints", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 1, 2); }},
-        {"Error ints", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, "F", kMsg, 1, 2); }},
-        {"LogError text", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, kMsg); }},
-        {"Error text", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, "F", kMsg, kMsg); }},
-        {"LogError unsigned", [] { Logger::LogError(1, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }},
-        {"Error unsigned", [=] { logger->Error(1, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }},
-        {"LogException", [] { Logger::LogException(1, "F", kMsg, 2); }},
-        {"Exception", [=] { logger->Exception(1, "F", kMsg, 2); }},
-        {"LogUnknownException", [] { Logger::LogUnknownException(1, "F"); }},
-        {"UnknownException", [=] { logger->UnknownException(1, "F"); }},
-        {"SetErrorReporter", [] { Logger::SetErrorReporter(&reporter); }},
-        {"SetStackTrace", [] { Logger::SetStackTrace(true); }},
-        {"SetLevel", [=] { logger->SetLevel(63); }},
-        {"LoggingEnabledTrace", [] { Logger::LoggingEnabledTrace(); }},
-        {"ResetLoggingLevel", [] { Logger::ResetLoggingLevel(63); }},
-        {"SetLoggerFileName", [] { Logger::SetLoggerFileName(kLog, false); }},
-        {"StopLogging", [] { Logger::StopLogging(); }},
-    };
+    Logger::LogError(code, LoggerDefs::NoExtraInfo, "F", msg, 0, 0);
 }
 
-// Holds the logger's mutex for a while on a thread of its own, with an entry point called meanwhile on another.
+void Start()
+{
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
+}
+
+// Holds the logger's mutex on a thread of its own.
 class Contention
 {
 public:
@@ -90,14 +50,8 @@ public:
     Q_DISABLE_COPY(Contention)
     ~Contention()
     {
-        Release();
+        iRelease.release();
         iHolder.join();
-    }
-
-    void Release()
-    {
-        if (!iReleased.exchange(true))
-            iRelease.release();
     }
 
 private:
@@ -110,246 +64,168 @@ private:
 
     QSemaphore iHeld;
     QSemaphore iRelease;
-    std::atomic<bool> iReleased{false};
     std::thread iHolder;
 };
 
+// Call `call` again and again on so many threads while it lives.
+class Others
+{
+public:
+    Others(int count, const std::function<void(int)>& call)
+    {
+        for (int i = 0; i < count; ++i) {
+            iThreads.emplace_back([this, i, call] {
+                while (!iEnd)
+                    call(i);
+            });
+        }
+    }
+    Q_DISABLE_COPY(Others)
+    ~Others()
+    {
+        iEnd = true;
+        for (std::thread& thread : iThreads)
+            thread.join();
+    }
+
+private:
+    std::atomic<bool> iEnd{false};
+    std::vector<std::thread> iThreads;
+};
+
+const Lines kAtOnce{"LogInformation",      "Information",       "GetLevel",           "LoggingEnabled",
+                    "TraceLoggingEnabled", "GetLoggerFileName", "StackLoggingEnabled"};
+const Lines kAfterASecond{"LogDebug", "Debug", "LogTrace", "Trace"};
+
+QList<EntryPoint> AllEntryPoints()
+{
+    Logger* const logger = Logger::GetInstance();
+    return EntryPoints()
+        + QList<EntryPoint>{
+            {"GetLevel", [=] { logger->GetLevel(); }, {}},
+            {"LoggingEnabled", [=] { logger->LoggingEnabled(LoggerDefs::Error); }, {}},
+            {"TraceLoggingEnabled", [=] { logger->TraceLoggingEnabled(); }, {}},
+            {"GetLoggerFileName", [] { Logger::GetLoggerFileName(); }, {}},
+            {"StackLoggingEnabled", [] { Logger::StackLoggingEnabled(); }, {}},
+            {"SetErrorReporter", [] { Logger::SetErrorReporter(nullptr); }, {}},
+            {"SetStackTrace", [] { Logger::SetStackTrace(true); }, {}},
+            {"SetLevel", [=] { logger->SetLevel(63); }, {}},
+            {"LoggingEnabledTrace", [] { Logger::LoggingEnabledTrace(); }, {}},
+            {"ResetLoggingLevel", [] { Logger::ResetLoggingLevel(63); }, {}},
+            {"SetLoggerFileName", [] { Logger::SetLoggerFileName(kLog, false); }, {}},
+            {"StopLogging", [] { Logger::StopLogging(); }, {}},
+        };
+}
+
 // Calls every entry point on a thread of its own while the mutex is held, and prints what became of each.
 const Scenario whileLocked("whileLocked", [](const QStringList&) {
-    constexpr qint64 waitsMs = 2500;
     Logger::GetInstance()->SetLevel(63);
-    const QList<EntryPoint> entries = EntryPoints();
-    std::vector<std::atomic<qint64>> returned(size_t(entries.size()));
+    const QList<EntryPoint> entryPoints = AllEntryPoints();
+    std::vector<std::atomic<qint64>> waited(size_t(entryPoints.size()));
     std::vector<std::thread> callers;
-    Contention contention;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    for (int i = 0; i < entries.size(); ++i) {
-        callers.emplace_back([&, i] {
-            entries[i].iCall();
-            returned[size_t(i)] = elapsed.elapsed();
-        });
+    QSemaphore returned;
+    {
+        const Contention contention;
+        QElapsedTimer elapsed;
+        elapsed.start();
+        for (int i = 0; i < entryPoints.size(); ++i) {
+            waited[size_t(i)] = -1;
+            callers.emplace_back([&, elapsed, i] {
+                entryPoints[i].iCall();
+                waited[size_t(i)] = elapsed.elapsed();
+                returned.release();
+            });
+        }
+        returned.acquire(kAtOnce.size() + kAfterASecond.size());
+        for (int i = 0; i < entryPoints.size(); ++i) {
+            const qint64 msecs = waited[size_t(i)];
+            std::printf("%s: %s\n", entryPoints[i].iName,
+                        msecs < 0          ? "waits"
+                            : msecs < 1000 ? "at once"
+                                           : "after a second");
+        }
     }
-    QThread::msleep(waitsMs);
-    contention.Release();
     for (std::thread& caller : callers)
         caller.join();
-    for (int i = 0; i < entries.size(); ++i) {
-        const qint64 msecs = returned[size_t(i)];
-        std::printf("%s: %s\n", entries[i].iName,
-                    msecs >= waitsMs    ? "waits"
-                        : msecs >= 1000 ? "after a second"
-                                        : "at once");
-    }
-    return 0;
-});
-
-const Scenario droppedAndWaited("droppedAndWaited", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    Logger::GetInstance()->SetLevel(63);
-    {
-        Contention contention;
-        QSemaphore waiting;
-        std::thread warner([&] {
-            waiting.release();
-            Logger::LogWarning("F", QStringLiteral("waited"));
-        });
-        waiting.acquire();
-        std::thread debugger([] { Logger::LogDebug("F", QStringLiteral("dropped")); });
-        std::thread tracer([] { Logger::LogTrace("F", QStringLiteral("dropped")); });
-        debugger.join();
-        tracer.join();
-        Logger::LogInformation("F", QStringLiteral("at once"));
-        contention.Release();
-        warner.join();
-    }
-    Logger::LogDebug("F", QStringLiteral("kept"));
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::StopLogging();
     return 0;
 });
 
 const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    Contention contention;
-    std::thread changer([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
-    // Information takes no lock, so it tells how far the other thread has come: two lines before this one.
-    QThread::msleep(300);
-    Logger::LogInformation("F", QStringLiteral("between"));
-    contention.Release();
-    changer.join();
-    Logger::StopLogging();
-    return 0;
-});
-
-class LoggingReporter final : public IErrorReporter
-{
-public:
-    void ReportError(const QString& errorCode, const QString& message) override
+    Start();
+    Captured log(LoggerDefs::Information);
+    std::thread changer;
+    Lines lines;
     {
-        Logger::LogInformation("Reporter", errorCode);
-        Logger::LogDebug("Reporter", message);
-        Logger::LogTrace("Reporter", message);
-        Logger::LogWarning("Reporter", message);
-        if (iDepth++ < 2)
-            Logger::LogError(unsigned(200 + iDepth), LoggerDefs::NoExtraInfo, "Reporter", message, 0, 0);
-        Logger::GetInstance()->SetLevel(Logger::GetInstance()->GetLevel());
+        const Contention contention;
+        changer = std::thread([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
+        while (lines.size() < 2)
+            lines += log.Lines();
     }
-
-private:
-    int iDepth = 0;
-};
-
-const Scenario reporterLogs("reporterLogs", [](const QStringList&) {
-    LoggingReporter reporter;
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    Logger::GetInstance()->SetLevel(63);
-    Logger::SetErrorReporter(&reporter);
-    Logger::LogError(200, LoggerDefs::NoExtraInfo, "F", QStringLiteral("outer"), 0, 0);
-    Logger::GetInstance()->SetLevel(LoggerDefs::Error);
-    Logger::StopLogging();
-    return 0;
-});
-
-class ThrowingReporter final : public IErrorReporter
-{
-public:
-    void ReportError(const QString&, const QString&) override { throw std::runtime_error("a host's mistake"); }
-};
-
-const Scenario reporterThrows("reporterThrows", [](const QStringList&) {
-    ThrowingReporter reporter;
-    Logger::SetLoggerFileName(kLog, false);
-    Logger::SetErrorReporter(&reporter);
-    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
-    Logger::LogException(2, "F", kMsg, 0);
-    Logger::LogUnknownException(3, "F");
-    // The mutex is free again.
-    std::thread([] { Logger::LogError(4, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg); }).join();
-    Logger::StopLogging();
-    return 0;
+    changer.join();
+    const QByteArray head = "|10|Information|Logger::SetLoggerFileName|";
+    return lines == Lines{head + "Existing path is app.log", head + "New path is b.log"} ? 0 : 1;
 });
 
 // Does what needs the list of threads, while others have the list and wait for the log.
-class BusyReporter final : public IErrorReporter
-{
-public:
-    explicit BusyReporter(const QString& what)
-        : iWhat(what)
-    {
-    }
-    void ReportError(const QString& errorCode, const QString&) override
-    {
-        if (iWhat == QLatin1String("nested") && errorCode == QLatin1String("1"))
-            return Logger::LogError(2, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments) {
+    const QString what = arguments[0];
+    const Reporter reporter([&what](const QString& code, const QString&) {
+        if (what == QLatin1String("nested") && code == QLatin1String("1"))
+            return LogError(2);
         RegisteredThread::LogThreads();
         const RegisteredThread thread(nullptr, QStringLiteral("of the reporter"));
-        if (iWhat == QLatin1String("file"))
+        if (what == QLatin1String("file"))
             Logger::SetLoggerFileName(kLog, true);
-        if (iWhat == QLatin1String("stop"))
+        if (what == QLatin1String("stop"))
             Logger::StopLogging();
-        if (iWhat == QLatin1String("clean up"))
+        if (what == QLatin1String("clean up"))
             Logger::Cleanup();
-    }
-
-private:
-    const QString iWhat;
-};
-
-const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments) {
-    BusyReporter reporter(arguments.value(0));
-    Logger::GetInstance()->SetLevel(LoggerDefs::Error | LoggerDefs::Warning);
-    Logger::SetLoggerFileName(kLog, false);
-    Logger::SetErrorReporter(&reporter);
-    std::atomic<bool> end{false};
+    });
+    Start();
     std::atomic<int> listed{0};
-    std::vector<std::thread> others;
-    for (int i = 0; i < 2; ++i) {
-        others.emplace_back([&end, &listed] {
-            while (!end) {
-                const RegisteredThread thread(nullptr, QStringLiteral("of another"));
-                RegisteredThread::LogThreads();
-                ++listed;
-            }
-        });
-    }
+    const Others others(2, [&listed](int) {
+        const RegisteredThread thread(nullptr, QStringLiteral("of another"));
+        RegisteredThread::LogThreads();
+        ++listed;
+    });
     // Until the others have listed theirs a hundred times meanwhile.
     for (int i = 0; i < 200 || listed < 100; ++i)
-        Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
-    end = true;
-    for (std::thread& other : others)
-        other.join();
-    Logger::StopLogging();
+        LogError();
     return 0;
 });
 
-// There is never more than one at a time, and none any more when it was taken away.
-class LonelyReporter final : public IErrorReporter
-{
-public:
-    void ReportError(const QString&, const QString&) override
-    {
-        gBroken += gBusy.fetch_add(1) != 0 || !iIsSet ? 1 : 0;
-        RegisteredThread::LogThreads();
-        gBroken += !iIsSet ? 1 : 0;
-        --gBusy;
-    }
-
-    std::atomic<bool> iIsSet{true};
-    static inline std::atomic<int> gBusy{0};
-    static inline std::atomic<int> gBroken{0};
-};
-
+// There is never more than one report at a time, and none any more when the reporter was taken away.
 const Scenario reporterIsTakenAway("reporterIsTakenAway", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    std::atomic<bool> end{false};
-    std::vector<std::thread> others;
-    for (int i = 0; i < 4; ++i) {
-        others.emplace_back([i, &end] {
-            while (!end) {
-                if (i % 2 == 0)
-                    RegisteredThread::LogThreads();
-                else
-                    Logger::LogException(1, "F", kMsg, 0);
-            }
-        });
-    }
+    Start();
+    std::atomic<int> busy{0};
+    std::atomic<int> broken{0};
+    const Others others(4, [](int i) { i % 2 == 0 ? RegisteredThread::LogThreads() : LogError(); });
     for (int i = 0; i < 300; ++i) {
-        LonelyReporter reporter;
-        Logger::SetErrorReporter(&reporter);
-        Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+        std::atomic<bool> isSet{true};
+        const Reporter reporter([&](const QString&, const QString&) {
+            broken += busy++ != 0 || !isSet ? 1 : 0;
+            RegisteredThread::LogThreads();
+            broken += isSet ? 0 : 1;
+            --busy;
+        });
+        LogError();
         if (i == 299)
             Logger::StopLogging();
         else
             Logger::SetErrorReporter(nullptr);
-        reporter.iIsSet = false;
+        isSet = false;
     }
-    end = true;
-    for (std::thread& other : others)
-        other.join();
-    return LonelyReporter::gBroken.load();
-});
-
-// While a reporter takes its time others make threads.
-const Scenario reporterIsSlow("reporterIsSlow", [](const QStringList&) {
-    Logger::SetLoggerFileName(kLog, false);
-    const Contention contention;
-    const RegisteredThread thread(nullptr, QStringLiteral("worker"));
-    return 0;
+    return broken.load();
 });
 
 // A disk that stands still holds up the change of the log's file, or its stop, and not those who make threads
 // meanwhile.
 const Scenario diskStands("diskStands", [](const QStringList& arguments) {
-    Logger::SetLoggerFileName(kLog, false);
+    Start();
     std::thread waits;
     RunningLog::WhileTheWriterStandsStill([&] {
         waits = std::thread([&arguments] {
-            if (arguments.value(0) == QLatin1String("change"))
+            if (arguments[0] == QLatin1String("change"))
                 Logger::SetLoggerFileName(QStringLiteral("b.log"), true);
             else
                 Logger::StopLogging();
@@ -365,18 +241,12 @@ const Scenario diskStands("diskStands", [](const QStringList& arguments) {
     return 0;
 });
 
-class StoppingReporter final : public IErrorReporter
-{
-public:
-    void ReportError(const QString&, const QString&) override { Logger::StopLogging(); }
-};
-
 const Scenario reporterStops("reporterStops", [](const QStringList&) {
-    StoppingReporter reporter;
+    const Reporter reporter([](const QString&, const QString&) { Logger::StopLogging(); });
+    Logger::GetInstance()->SetLevel(LoggerDefs::Error);
     Logger::SetLoggerFileName(kLog, false);
-    Logger::SetErrorReporter(&reporter);
-    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
-    Logger::LogError(2, LoggerDefs::NoExtraInfo, "F", kMsg, 0, 0);
+    LogError(1);
+    LogError(2);
     return Logger::GetInstance()->GetLevel();
 });
 
@@ -389,107 +259,87 @@ class tst_LoggerLocks : public QObject
 private Q_SLOTS:
     void whoWaitsForTheMutex()
     {
-        const QList<QByteArray> atOnce{"LogInformation",     "Information",         "GetLevel",
-                                       "LoggingEnabled",     "TraceLoggingEnabled", "GetLoggerFileName",
-                                       "StackLoggingEnabled"};
-        const QList<QByteArray> aSecond{"LogDebug", "Debug", "LogTrace", "Trace"};
-        QList<QByteArray> expected;
-        for (const EntryPoint& entry : EntryPoints())
-            expected += entry.iName
-                + QByteArray(atOnce.contains(entry.iName)        ? ": at once"
-                                 : aSecond.contains(entry.iName) ? ": after a second"
-                                                                 : ": waits");
-        const auto result = TestSupport::RunScenario("whileLocked");
+        Lines expected;
+        for (const EntryPoint& entryPoint : AllEntryPoints())
+            expected += entryPoint.iName
+                + QByteArray(kAtOnce.contains(entryPoint.iName)             ? ": at once"
+                                 : kAfterASecond.contains(entryPoint.iName) ? ": after a second"
+                                                                            : ": waits");
+        const auto result = RunScenario("whileLocked");
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(LogText::Lines(result.iStdout), expected);
     }
 
     void whatIsDroppedAndWhatIsKept()
     {
-        const auto result = TestSupport::RunScenario("droppedAndWaited");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
-                 (QList<QByteArray>{"|10|Information|F|at once", "|30|Warning|F|waited", "|20|Debug|F|kept",
-                                    "|10|Information|Logger::StopLogging|stopping logging file path is app.log"}));
-    }
-
-    void pathLinesComeBeforeTheLock()
-    {
-        const auto result = TestSupport::RunScenario("pathLinesBeforeTheLock");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
-                 (QList<QByteArray>{"|10|Information|Logger::SetLoggerFileName|Existing path is app.log",
-                                    "|10|Information|Logger::SetLoggerFileName|New path is b.log",
-                                    "|10|Information|F|between"}));
+        Captured log;
+        std::thread warner;
+        {
+            const Contention contention;
+            warner = std::thread([] { Logger::LogWarning("F", QStringLiteral("waited")); });
+            std::thread debugger([] { Logger::LogDebug("F", QStringLiteral("dropped")); });
+            Logger::LogTrace("F", QStringLiteral("dropped"));
+            debugger.join();
+            Logger::LogInformation("F", QStringLiteral("at once"));
+            // Threads are made while the log is locked.
+            const RegisteredThread thread(nullptr, QStringLiteral("worker"));
+        }
+        warner.join();
+        Logger::LogDebug("F", QStringLiteral("kept"));
+        QCOMPARE(log.Lines(), (Lines{"|10|Information|F|at once", "|30|Warning|F|waited", "|20|Debug|F|kept"}));
     }
 
     void reporterMayLog()
     {
-        const auto result = TestSupport::RunScenario("reporterLogs");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        const auto report = [](const char* code) {
-            return QList<QByteArray>{QByteArray("|10|Information|Reporter|") + code, "|20|Debug|Reporter|outer",
-                                     "|25|Trace|Reporter|outer", "|30|Warning|Reporter|outer"};
-        };
-        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
-                 QList<QByteArray>{"|200|Error|F|outer"} + report("200")
-                     + QList<QByteArray>{"|201|Error|Reporter|outer"} + report("201")
-                     + QList<QByteArray>{"|202|Error|Reporter|outer"} + report("202"));
+        int depth = 0;
+        const Reporter reporter([&depth](const QString& errorCode, const QString& message) {
+            Logger::LogInformation("Reporter", errorCode);
+            Logger::LogDebug("Reporter", message);
+            Logger::LogTrace("Reporter", message);
+            Logger::LogWarning("Reporter", message);
+            if (depth++ < 2)
+                LogError(unsigned(200 + depth), message);
+            Logger::GetInstance()->SetLevel(Logger::GetInstance()->GetLevel());
+        });
+        Lines expected;
+        for (const char* const code : {"200", "201", "202"}) {
+            expected += Lines{QByteArray("|") + code + "|Error|F|m", QByteArray("|10|Information|Reporter|") + code,
+                              "|20|Debug|Reporter|m", "|25|Trace|Reporter|m", "|30|Warning|Reporter|m"};
+        }
+        QCOMPARE(LogScenario::LoggedBy([] { LogError(200); }), expected);
     }
 
     void whatAReporterThrowsIsSwallowed()
     {
-        const auto result = TestSupport::RunScenario("reporterThrows");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))),
-                 (QList<QByteArray>{"|1|Error|F|m", "|2|Exception|F|m",
-                                    "|3|Exception|F|Unknown exception has been caught.", "|4|Error|F|m"}));
+        const Reporter reporter([](const QString&, const QString&) { throw std::runtime_error("a host's mistake"); });
+        for (const EntryPoint& entryPoint : EntryPoints())
+            QCOMPARE(LogScenario::LoggedBy(entryPoint.iCall), Lines{entryPoint.iLine});
+        std::thread([] { LogError(); }).join(); // the mutex is free again
     }
 
-    void reporterMayDoAnythingWhileOthersListThreads_data()
+    void nobodyWaitsForEver_data()
     {
+        QTest::addColumn<QString>("scenario");
         QTest::addColumn<QString>("what");
+        const auto row = [](const char* name, const char* scenario, const char* what = "") {
+            QTest::addRow("%s: %s", name, what) << QString(scenario) << QString(what);
+        };
         for (const char* what : {"threads", "nested", "file", "stop", "clean up"})
-            QTest::newRow(what) << QString::fromLatin1(what);
+            row("reporter does anything while others list threads", "reporterIsBusy", what);
+        row("path lines come before the lock", "pathLinesBeforeTheLock");
+        row("reporter is alone, and gone when it was taken away", "reporterIsTakenAway");
+        for (const char* what : {"change", "stop"})
+            row("threads are made while the disk stands", "diskStands", what);
     }
-    void reporterMayDoAnythingWhileOthersListThreads()
+    void nobodyWaitsForEver()
     {
+        QFETCH(QString, scenario);
         QFETCH(QString, what);
-        const auto result = TestSupport::RunScenario("reporterIsBusy", {what});
+        const auto result = RunScenario(scenario.toLatin1().constData(), {what});
         QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 
-    void reporterIsAloneAndGoneWhenItWasTakenAway()
-    {
-        const auto result = TestSupport::RunScenario("reporterIsTakenAway");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void threadsAreMadeWhileTheLogIsLocked()
-    {
-        const auto result = TestSupport::RunScenario("reporterIsSlow");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void threadsAreMadeWhileTheDiskStands_data()
-    {
-        QTest::addColumn<QString>("what");
-        QTest::newRow("change of files") << QStringLiteral("change");
-        QTest::newRow("stop") << QStringLiteral("stop");
-    }
-    void threadsAreMadeWhileTheDiskStands()
-    {
-        QFETCH(QString, what);
-        const auto result = TestSupport::RunScenario("diskStands", {what});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void reporterMayStopTheLog()
-    {
-        const auto result = TestSupport::RunScenario("reporterStops");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog))), QList<QByteArray>{"|1|Error|F|m"});
-    }
+    void reporterMayStopTheLog() { QCOMPARE(LogScenario::LeftBy(RunScenario("reporterStops")), Lines{"|1|Error|F|m"}); }
 };
 
 NEROLT_TEST_MAIN(tst_LoggerLocks)

@@ -1,11 +1,6 @@
-#include "support/LogText.h"
-#include "support/PrivateAccess.h"
-#include "support/TestMain.h"
+#include "EntryPoints.h"
+#include "support/LogScenario.h"
 
-#include <NeroltOrvaneBase/FileUtilities.h>
-#include <NeroltOrvaneBase/IErrorReporter.h>
-#include <NeroltOrvaneBase/Logger.h>
-#include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QElapsedTimer>
@@ -14,16 +9,17 @@
 #include <QtTest/QtTest>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
 #include <thread>
 #include <vector>
 
-NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 NEROLT_PRIVATE_STATIC(Logger, iInstance, std::atomic<Logger*>)
 
+using LogScenario::LeftBy;
+using TestSupport::RunScenario;
 using TestSupport::Scenario;
+using Lines = QList<QByteArray>;
 
 namespace {
 
@@ -33,70 +29,54 @@ constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs
 
 const QByteArray kStopping = "|10|Information|Logger::StopLogging|stopping logging file path is app.log";
 
-void LogEverything()
+void Start()
 {
-    Logger::LogInformation("F", kMsg);
-    Logger::LogDebug("F", kMsg);
-    Logger::LogTrace("F", kMsg);
-    Logger::LogWarning("F", kMsg);
-    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, 1, 2);
-    Logger::LogError(1, LoggerDefs::NoExtraInfo, "F", kMsg, kMsg);
-    Logger::LogError(1, LoggerDefs::NoExtraInfo, 1U, 2U, "F", kMsg);
-    Logger::LogException(1, "F", kMsg, 2);
-    Logger::LogUnknownException(1, "F");
+    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::SetLoggerFileName(kLog, false);
 }
 
-void ChangeEverything()
+void LogEverything()
 {
+    for (const EntryPoint& entryPoint : EntryPoints())
+        entryPoint.iCall();
+}
+
+// Whether nothing of it has an effect.
+bool UseEverything()
+{
+    LogEverything();
+    Logger& logger = *Logger::GetInstance();
     Logger::SetErrorReporter(nullptr);
     Logger::SetStackTrace(true);
-    Logger::GetInstance()->SetLevel(63);
-    Logger::ResetLoggingLevel(63);
-    Logger::LoggingEnabledTrace();
+    logger.SetLevel(63);
     Logger::SetLoggerFileName(QStringLiteral("other.log"), false);
     Logger::SetLoggerFileName(QStringLiteral("other.log"), true);
     Logger::StopLogging();
-    Logger::GetLoggerFileName();
+    LogEverything();
+    return !Logger::ResetLoggingLevel(63) && logger.GetLevel() == 0 && Logger::GetLoggerFileName().isEmpty()
+        && !logger.LoggingEnabled(LoggerDefs::LogValues(0)) && !logger.LoggingEnabled(LoggerDefs::Error)
+        && !logger.TraceLoggingEnabled() && !Logger::LoggingEnabledTrace() && Logger::StackLoggingEnabled();
 }
 
-const Scenario afterStop("afterStop", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
+const Scenario stop("stop", [](const QStringList& arguments) {
     const QPointer<LoggerAgent> agent = (Logger::GetInstance()->*Logger_iAgent()).load();
+    if (arguments.contains("started"))
+        Start();
     Logger::StopLogging();
-    const Logger* const logger = Logger::GetInstance();
-    const bool agentIsGone = agent.isNull() && !(logger->*Logger_iAgent()).load();
-    LogEverything();
-    ChangeEverything();
-    LogEverything();
-    return agentIsGone && logger->GetLevel() == 0 && Logger_iInstance() == logger
-            && Logger::GetLoggerFileName().isEmpty()
-        ? 0
-        : 1;
-});
-
-const Scenario stopWithoutStart("stopWithoutStart", [](const QStringList&) {
-    Logger::StopLogging();
-    ChangeEverything();
-    LogEverything();
-    return Logger::GetInstance()->GetLevel();
+    return agent.isNull() && UseEverything() ? 0 : 1;
 });
 
 const Scenario cleanup("cleanup", [](const QStringList& arguments) {
-    if (arguments.contains(QStringLiteral("stopped")))
+    if (arguments.contains("stopped"))
         Logger::StopLogging();
-    Logger::GetInstance()->SetLevel(kLevels);
-    if (!arguments.contains(QStringLiteral("stopped")))
-        Logger::SetLoggerFileName(kLog, false);
+    else
+        Start();
     const Logger* const logger = Logger::GetInstance();
     Logger::LogWarning("F", kMsg);
     Logger::Cleanup();
-    if (Logger::GetInstance() != logger || logger->GetLevel() != 0)
-        return 1;
-    LogEverything();
-    ChangeEverything();
+    const bool isKept = Logger::GetInstance() == logger && UseEverything();
     Logger::Cleanup();
-    return 0;
+    return isKept ? 0 : 1;
 });
 
 const Scenario cleanupUnused("cleanupUnused", [](const QStringList&) {
@@ -105,13 +85,13 @@ const Scenario cleanupUnused("cleanupUnused", [](const QStringList&) {
 });
 
 const Scenario stopWhileOthersLog("stopWhileOthersLog", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
+    Start();
     std::atomic<bool> end{false};
+    std::atomic<int> lines{0};
     std::vector<std::thread> callers;
     for (int t = 0; t < 4; ++t) {
-        callers.emplace_back([&end, t] {
-            for (int i = 0; !end; ++i) {
+        callers.emplace_back([&, t] {
+            for (int i = 0; !end; ++i, ++lines) {
                 const QString msg = QStringLiteral("%1 %2").arg(t).arg(i);
                 if (t % 2 == 0)
                     Logger::LogInformation("F", msg);
@@ -120,9 +100,13 @@ const Scenario stopWhileOthersLog("stopWhileOthersLog", [](const QStringList&) {
             }
         });
     }
-    QThread::msleep(50);
+    const auto waitForMore = [&lines] {
+        for (const int before = lines; lines < before + 1000;)
+            QThread::yieldCurrentThread();
+    };
+    waitForMore();
     Logger::StopLogging();
-    QThread::msleep(20);
+    waitForMore();
     end = true;
     for (std::thread& caller : callers)
         caller.join();
@@ -166,48 +150,47 @@ const Scenario staticDestructor("staticDestructor", [](const QStringList& argume
         ~LogsAtTheEnd() { LogEverything(); }
     } logsAtTheEnd;
     std::atexit(LogEverything);
-    if (arguments.contains(QStringLiteral("cleanup")))
+    if (arguments.contains("after cleanup"))
         Logger::Cleanup();
-    if (arguments.contains(QStringLiteral("stop")))
+    if (arguments.contains("after the stop"))
         Logger::StopLogging();
     return 0;
 });
 
 const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList& arguments) {
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
+    Start();
     static std::atomic<int> lines{0};
+    const auto waitForMore = [] {
+        for (const int before = lines; lines < before + 1000;)
+            QThread::yieldCurrentThread();
+    };
     std::thread([] {
-        for (;;) {
+        for (;; ++lines) {
             Logger::LogInformation("F", kMsg);
             Logger::LogWarning("F", kMsg);
-            ++lines;
         }
     }).detach();
-    while (lines < 1000)
-        QThread::yieldCurrentThread();
-    if (arguments.contains(QStringLiteral("cleanup")))
+    waitForMore();
+    if (arguments.contains("cleanup"))
         Logger::Cleanup();
     else
         Logger::StopLogging();
-    const int atStop = lines;
-    while (lines < atStop + 1000)
-        QThread::yieldCurrentThread();
+    waitForMore();
     return 0;
 });
 
-// A pipe in the log's place that nobody reads from, and one that nobody reads fast enough.
+// A pipe in the log's place that nobody reads from holds nobody up.
 const Scenario pipeInTheLogsPlace("pipeInTheLogsPlace", [](const QStringList&) {
     if (::mkfifo("app.log", 0600) != 0)
         return 1;
-    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
-    Logger::SetLoggerFileName(kLog, false);
+    Start();
     for (int i = 0; i < 1000; ++i)
         Logger::LogWarning("F", kMsg);
     Logger::StopLogging();
-    return 0;
+    return QFile::remove(kLog) ? 0 : 1;
 });
 
+// Listing threads and changing files do not wait for each other.
 const Scenario lockOrder("lockOrder", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
     std::atomic<bool> end{false};
@@ -234,107 +217,58 @@ class tst_LoggerShutdown : public QObject
 {
     Q_OBJECT
 
-private:
-    static QList<QByteArray> Bodies(const TestSupport::ScenarioResult& result, const QString& file = kLog)
-    {
-        return LogText::Bodies(LogText::Read(result.iFolder.filePath(file)));
-    }
-
 private Q_SLOTS:
-    void nothingAfterTheStop()
+    void end_data()
     {
-        const auto result = TestSupport::RunScenario("afterStop");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(Bodies(result), QList<QByteArray>{kStopping});
-        QCOMPARE(result.iFolder.entryList(QDir::Files), QStringList{kLog});
-        QCOMPARE(result.iStderr, QByteArray());
+        QTest::addColumn<QString>("scenario");
+        QTest::addColumn<QString>("how");
+        QTest::addColumn<Lines>("lines");
+        const auto row = [](const char* scenario, const char* how, const Lines& lines) {
+            QTest::addRow("%s %s", scenario, how) << QString(scenario) << QString(how) << lines;
+        };
+        const QByteArray reset = "|10|Information|Logger::ResetLoggingLevel|resetting log level 23";
+        const QByteArray farewell = "|10|Information|~Logger|stopping logging";
+        row("stop", "started", {kStopping});
+        row("stop", "not started", {});
+        row("cleanup", "started", {"|30|Warning|F|m", farewell});
+        row("cleanup", "stopped", {});
+        row("cleanupUnused", "", {});
+        row("stopOnAnotherThread", "", {"|30|Warning|F|m"});
+        row("staticDestructor", "after cleanup", {reset, farewell});
+        row("staticDestructor", "after the stop", {reset, kStopping});
+        row("staticDestructor", "never stopped", {reset});
+        row("pipeInTheLogsPlace", "", {});
+        row("lockOrder", "", {});
     }
-
-    void stopOfALogThatNeverStarted()
+    void end()
     {
-        const auto result = TestSupport::RunScenario("stopWithoutStart");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QVERIFY(result.iFolder.entryList(QDir::Files).isEmpty());
-        QCOMPARE(result.iStderr, QByteArray());
-    }
-
-    void cleanupStopsAndKeepsThePointer()
-    {
-        const auto result = TestSupport::RunScenario("cleanup");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(Bodies(result), (QList<QByteArray>{"|30|Warning|F|m", "|10|Information|~Logger|stopping logging"}));
-        QCOMPARE(result.iFolder.entryList(QDir::Files), QStringList{kLog});
-        QCOMPARE(result.iStderr, QByteArray());
-    }
-
-    void cleanupAfterTheStop()
-    {
-        const auto result = TestSupport::RunScenario("cleanup", {QStringLiteral("stopped")});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QVERIFY(result.iFolder.entryList(QDir::Files).isEmpty());
-    }
-
-    void cleanupOfALogThatWasNeverUsed()
-    {
-        const auto result = TestSupport::RunScenario("cleanupUnused");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QFETCH(QString, scenario);
+        QFETCH(QString, how);
+        const auto result = RunScenario(scenario.toLatin1().constData(), {how});
+        QTEST(LeftBy(result), "lines");
+        QVERIFY(!result.iFolder.exists(QStringLiteral("other.log")));
     }
 
     void othersMayLogDuringTheStop()
     {
-        const auto result = TestSupport::RunScenario("stopWhileOthersLog");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
+        Lines lines = LeftBy(RunScenario("stopWhileOthersLog"));
+        QVERIFY2(lines.removeOne(kStopping), lines.value(0));
         // What arrived is the beginning of what each thread said, without a gap.
         std::vector<int> next(4, 0);
-        bool hasStopped = false;
-        for (const QByteArray& body : Bodies(result)) {
-            if (body == kStopping) {
-                hasStopped = true;
-                continue;
-            }
-            const int thread = body.mid(body.lastIndexOf('|') + 1).split(' ').first().toInt();
-            const QByteArray head = thread % 2 == 0 ? "|10|Information|F|" : "|30|Warning|F|";
-            const int line = next.at(size_t(thread))++;
-            QCOMPARE(body, head + QByteArray::number(thread) + ' ' + QByteArray::number(line));
+        for (const QByteArray& line : qAsConst(lines)) {
+            const QByteArray thread = line.mid(line.lastIndexOf('|') + 1).split(' ').first();
+            const QByteArray head = thread.toInt() % 2 == 0 ? "|10|Information|F|" : "|30|Warning|F|";
+            QCOMPARE(line, head + thread + ' ' + QByteArray::number(next.at(thread.toUInt())++));
         }
-        QVERIFY(hasStopped);
-        QCOMPARE(result.iStderr, QByteArray());
-    }
-
-    void anotherThreadMayStartAndStop()
-    {
-        const auto result = TestSupport::RunScenario("stopOnAnotherThread");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(Bodies(result), QList<QByteArray>{"|30|Warning|F|m"});
-        QCOMPARE(result.iStderr, QByteArray());
     }
 
     void traceOfTheLoggingThreadIsDroppedWhileItStops()
     {
-        const auto result = TestSupport::RunScenario("traceWhileStopping");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        const QList<QByteArray> bodies = Bodies(result, QStringLiteral("b.log"));
-        QCOMPARE(bodies.last(), QByteArray("|10|Information|Logger::StopLogging|stopping logging file path is b.log"));
-        for (const QByteArray& body : Bodies(result) + bodies)
-            QVERIFY2(!body.contains("RegisteredTimer"), body.constData());
-    }
-
-    void staticDestructorsMayLog_data()
-    {
-        QTest::addColumn<QString>("end");
-        QTest::addColumn<QList<QByteArray>>("bodies");
-        const QByteArray first = "|10|Information|Logger::ResetLoggingLevel|resetting log level 23";
-        const QByteArray farewell = "|10|Information|~Logger|stopping logging";
-        QTest::newRow("after cleanup") << QStringLiteral("cleanup") << QList<QByteArray>{first, farewell};
-        QTest::newRow("after the stop") << QStringLiteral("stop") << QList<QByteArray>{first, kStopping};
-        QTest::newRow("never stopped") << QString() << QList<QByteArray>{first};
-    }
-    void staticDestructorsMayLog()
-    {
-        QFETCH(QString, end);
-        const auto result = TestSupport::RunScenario("staticDestructor", {end});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QTEST(Bodies(result), "bodies");
+        const auto result = RunScenario("traceWhileStopping");
+        const Lines lines = LeftBy(result, QStringLiteral("b.log"));
+        QCOMPARE(lines.last(), QByteArray("|10|Information|Logger::StopLogging|stopping logging file path is b.log"));
+        for (const QByteArray& line : LeftBy(result) + lines)
+            QVERIFY2(!line.contains("RegisteredTimer"), line.constData());
     }
 
     void threadsMayOutliveMain_data()
@@ -346,21 +280,7 @@ private Q_SLOTS:
     void threadsMayOutliveMain()
     {
         QFETCH(QString, end);
-        const auto result = TestSupport::RunScenario("threadOutlivesMain", {end});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QVERIFY(Bodies(result).size() > 1000);
-    }
-
-    void pipeWithoutAReaderHoldsNobodyUp()
-    {
-        const auto result = TestSupport::RunScenario("pipeInTheLogsPlace");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void listingThreadsAndChangingFilesDoNotWaitForEachOther()
-    {
-        const auto result = TestSupport::RunScenario("lockOrder");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QVERIFY(LeftBy(RunScenario("threadOutlivesMain", {end})).size() > 1000);
     }
 };
 

@@ -2,6 +2,7 @@
 
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
+#include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/LoggerAgent.h>
@@ -70,6 +71,14 @@ QList<QByteArray> LoggedBy(const Call& call, int mask = kAllLevels)
     Captured log(mask);
     call();
     return log.Lines();
+}
+
+/// The lines that a scenario has left in a file. If it failed, or wrote to its standard error, what tells of that.
+inline QList<QByteArray> LeftBy(const TestSupport::ScenarioResult& result, const QString& file = "app.log")
+{
+    if (!result.IsOk() || !result.iStderr.isEmpty())
+        return {result.Describe()};
+    return LogText::Bodies(LogText::Read(result.iFolder.filePath(file)));
 }
 
 /// Those lines of a list that pass a mask.
