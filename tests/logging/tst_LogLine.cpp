@@ -71,57 +71,45 @@ private Q_SLOTS:
                  QByteArray("2024-03-05 14:07:09.042|30|Warning|SystemConfig::GetPath|folder missing\n"));
     }
 
-    void code_data()
-    {
-        QTest::addColumn<unsigned int>("code");
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("zero") << 0U << QByteArray("0");
-        QTest::newRow("one digit") << 7U << QByteArray("7");
-        QTest::newRow("beyond a signed int") << 2147483648U << QByteArray("2147483648");
-        for (const unsigned int code : {9U, 10U, 99U, 100U, 101U, 255U, 999U, 1000U, 1099U}) {
-            const QByteArray text = QByteArray::number(code);
-            QTest::newRow(text) << code << text;
-        }
-        QTest::newRow("largest") << 4294967295U << QByteArray("4294967295");
-    }
     void code()
     {
-        QFETCH(unsigned int, code);
-        QFETCH(QByteArray, text);
-        QCOMPARE(Line(0, code, "Error", "F", QStringLiteral("m")), "1970-01-01 00:00:00.000|" + text + "|Error|F|m\n");
+        for (const unsigned int code :
+             {0U, 7U, 9U, 10U, 99U, 100U, 101U, 255U, 999U, 1000U, 1099U, 2147483648U, 4294967295U}) {
+            QCOMPARE(Line(0, code, "Error", "F", QStringLiteral("m")),
+                     "1970-01-01 00:00:00.000|" + QByteArray::number(code) + "|Error|F|m\n");
+        }
     }
 
     void time_data()
     {
         QTest::addColumn<QByteArray>("zone");
         QTest::addColumn<qint64>("msecs");
-        QTest::newRow("epoch") << QByteArray("UTC") << qint64(0);
-        QTest::newRow("millisecond before the epoch") << QByteArray("UTC") << qint64(-1);
-        QTest::newRow("second before the epoch") << QByteArray("UTC") << qint64(-1000);
-        QTest::newRow("last millisecond of a day") << QByteArray("UTC") << Msecs("2024-02-29T23:59:59.999Z");
-        QTest::newRow("midnight") << QByteArray("UTC") << Msecs("2024-03-01T00:00:00.000Z");
-        QTest::newRow("east of Greenwich") << QByteArray("Asia/Kathmandu") << Msecs("2024-03-01T12:00:00.005Z");
-        QTest::newRow("west of Greenwich") << QByteArray("America/St_Johns") << Msecs("2024-03-01T01:00:00.050Z");
-        QTest::newRow("summer time") << QByteArray("Europe/Berlin") << Msecs("2024-07-01T12:00:00.500Z");
-        QTest::newRow("last second before summer time")
-            << QByteArray("Europe/Berlin") << Msecs("2024-03-31T00:59:59.999Z");
-        QTest::newRow("first second of summer time")
-            << QByteArray("Europe/Berlin") << Msecs("2024-03-31T01:00:00.000Z");
-        QTest::newRow("hour that comes twice, first")
-            << QByteArray("Europe/Berlin") << Msecs("2024-10-27T00:30:00.000Z");
-        QTest::newRow("hour that comes twice, second")
-            << QByteArray("Europe/Berlin") << Msecs("2024-10-27T01:30:00.000Z");
-        QTest::newRow("beyond 32 bits") << QByteArray("Europe/Berlin") << Msecs("2039-07-01T12:00:00.000Z");
-        QTest::newRow("last second of year 9999") << QByteArray("UTC") << Msecs("9999-12-31T23:59:59.999Z");
-        QTest::newRow("year 10000") << QByteArray("UTC") << FirstOfMay(10000);
-        QTest::newRow("year 123456") << QByteArray("Asia/Kathmandu") << FirstOfMay(123456);
-        QTest::newRow("year 292278993") << QByteArray("UTC") << FirstOfMay(292278993);
-        QTest::newRow("year 1") << QByteArray("UTC") << FirstOfMay(1);
-        QTest::newRow("year before that") << QByteArray("UTC") << FirstOfMay(-1);
-        QTest::newRow("year -9999") << QByteArray("UTC") << FirstOfMay(-9999);
-        QTest::newRow("year -10000") << QByteArray("UTC") << FirstOfMay(-10000);
-        QTest::newRow("first millisecond") << QByteArray("UTC") << std::numeric_limits<qint64>::min();
-        QTest::newRow("last millisecond") << QByteArray("UTC") << std::numeric_limits<qint64>::max();
+        const auto row = [](const char* name, const char* zone, qint64 msecs) {
+            QTest::newRow(name) << QByteArray(zone) << msecs;
+        };
+        row("epoch", "UTC", 0);
+        row("millisecond before the epoch", "UTC", -1);
+        row("second before the epoch", "UTC", -1000);
+        row("last millisecond of a day", "UTC", Msecs("2024-02-29T23:59:59.999Z"));
+        row("midnight", "UTC", Msecs("2024-03-01T00:00:00.000Z"));
+        row("east of Greenwich", "Asia/Kathmandu", Msecs("2024-03-01T12:00:00.005Z"));
+        row("west of Greenwich", "America/St_Johns", Msecs("2024-03-01T01:00:00.050Z"));
+        row("summer time", "Europe/Berlin", Msecs("2024-07-01T12:00:00.500Z"));
+        row("last second before summer time", "Europe/Berlin", Msecs("2024-03-31T00:59:59.999Z"));
+        row("first second of summer time", "Europe/Berlin", Msecs("2024-03-31T01:00:00.000Z"));
+        row("hour that comes twice, first", "Europe/Berlin", Msecs("2024-10-27T00:30:00.000Z"));
+        row("hour that comes twice, second", "Europe/Berlin", Msecs("2024-10-27T01:30:00.000Z"));
+        row("beyond 32 bits", "Europe/Berlin", Msecs("2039-07-01T12:00:00.000Z"));
+        row("last second of year 9999", "UTC", Msecs("9999-12-31T23:59:59.999Z"));
+        row("year 10000", "UTC", FirstOfMay(10000));
+        row("year 123456", "Asia/Kathmandu", FirstOfMay(123456));
+        row("year 292278993", "UTC", FirstOfMay(292278993));
+        row("year 1", "UTC", FirstOfMay(1));
+        row("year before that", "UTC", FirstOfMay(-1));
+        row("year -9999", "UTC", FirstOfMay(-9999));
+        row("year -10000", "UTC", FirstOfMay(-10000));
+        row("first millisecond", "UTC", std::numeric_limits<qint64>::min());
+        row("last millisecond", "UTC", std::numeric_limits<qint64>::max());
     }
     void time()
     {
@@ -136,18 +124,16 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("first");
         QTest::addColumn<QByteArray>("second");
-        QTest::newRow("same millisecond")
-            << QByteArray("2024-03-05T14:07:09.042") << QByteArray("2024-03-05T14:07:09.042");
-        QTest::newRow("same second") << QByteArray("2024-03-05T14:07:09.042") << QByteArray("2024-03-05T14:07:09.999");
-        QTest::newRow("next second") << QByteArray("2024-03-05T14:07:09.999") << QByteArray("2024-03-05T14:07:10.000");
-        QTest::newRow("across midnight and the year")
-            << QByteArray("2024-12-31T23:59:59.999") << QByteArray("2025-01-01T00:00:00.000");
-        QTest::newRow("clock set back a second")
-            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-03-05T14:07:09.500");
-        QTest::newRow("clock set back a day")
-            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-03-04T14:07:10.500");
-        QTest::newRow("clock set forth a month")
-            << QByteArray("2024-03-05T14:07:10.500") << QByteArray("2024-04-05T14:07:10.500");
+        const auto row = [](const char* name, const char* first, const char* second) {
+            QTest::newRow(name) << QByteArray(first) << QByteArray(second);
+        };
+        row("same millisecond", "2024-03-05T14:07:09.042", "2024-03-05T14:07:09.042");
+        row("same second", "2024-03-05T14:07:09.042", "2024-03-05T14:07:09.999");
+        row("next second", "2024-03-05T14:07:09.999", "2024-03-05T14:07:10.000");
+        row("across midnight and the year", "2024-12-31T23:59:59.999", "2025-01-01T00:00:00.000");
+        row("clock set back a second", "2024-03-05T14:07:10.500", "2024-03-05T14:07:09.500");
+        row("clock set back a day", "2024-03-05T14:07:10.500", "2024-03-04T14:07:10.500");
+        row("clock set forth a month", "2024-03-05T14:07:10.500", "2024-04-05T14:07:10.500");
     }
     void consecutiveLines()
     {
@@ -202,61 +188,42 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("func");
         QTest::addColumn<QString>("msg");
         QTest::addColumn<QByteArray>("body");
-
-        QTest::newRow("both empty") << QByteArray("") << QString() << QByteArray("||");
-        QTest::newRow("bars are not escaped") << QByteArray("a|b") << QStringLiteral("c|d") << QByteArray("|a|b|c|d");
-        QTest::newRow("CR LF inside") << QByteArray("F") << QStringLiteral("a\r\nb") << QByteArray("|F|ab");
-        QTest::newRow("only breaks") << QByteArray("\r\n") << QStringLiteral("\n\r\n") << QByteArray("||");
-        QTest::newRow("breaks at the ends") << QByteArray("\nF\r") << QStringLiteral("\rm\n") << QByteArray("|F|m");
-        QTest::newRow("other control characters stay")
-            << QByteArray("F\t") << QStringLiteral("a\tb\v\f\x1b") << QByteArray("|F\t|a\tb\v\f\x1b");
-        QTest::newRow("NUL stays") << QByteArray("F") << QString(QChar(0)) + QLatin1Char('x')
-                                   << QByteArray("|F|\0x", 5);
-        QTest::newRow("other line separators stay") << QByteArray("F") << FromUnits({0x85, 0x2028, 0x2029})
-                                                    << QByteArray("|F|\xc2\x85\xe2\x80\xa8\xe2\x80\xa9");
-        QTest::newRow("template marks stay")
-            << QByteArray("%3%4") << QStringLiteral("%1 %2") << QByteArray("|%3%4|%1 %2");
-        QTest::newRow("last of one byte") << QByteArray("F") << FromUnits({0x7f}) << QByteArray("|F|\x7f");
-        QTest::newRow("first of two bytes") << QByteArray("F") << FromUnits({0x80}) << QByteArray("|F|\xc2\x80");
-        QTest::newRow("last of two bytes") << QByteArray("F") << FromUnits({0x7ff}) << QByteArray("|F|\xdf\xbf");
-        QTest::newRow("first of three bytes") << QByteArray("F") << FromUnits({0x800}) << QByteArray("|F|\xe0\xa0\x80");
-        QTest::newRow("last of three bytes") << QByteArray("F") << FromUnits({0xffff}) << QByteArray("|F|\xef\xbf\xbf");
-        QTest::newRow("first pair") << QByteArray("F") << FromUnits({0xd800, 0xdc00})
-                                    << QByteArray("|F|\xf0\x90\x80\x80");
-        QTest::newRow("last pair") << QByteArray("F") << FromUnits({0xdbff, 0xdfff})
-                                   << QByteArray("|F|\xf4\x8f\xbf\xbf");
-        QTest::newRow("lone high surrogate") << QByteArray("F") << FromUnits({0xd83d, 'x'}) << QByteArray("|F|?x");
-        QTest::newRow("lone low surrogate") << QByteArray("F") << FromUnits({0xde00, 'x'}) << QByteArray("|F|?x");
-        QTest::newRow("high surrogate at the end")
-            << QByteArray("F") << FromUnits({'x', 0xd83d}) << QByteArray("|F|x?");
-        QTest::newRow("two high surrogates, one low")
-            << QByteArray("F") << FromUnits({0xd83d, 0xd83d, 0xde00}) << QByteArray("|F|?\xf0\x9f\x98\x80");
-        QTest::newRow("surrogates in the wrong order")
-            << QByteArray("F") << FromUnits({0xde00, 0xd83d}) << QByteArray("|F|??");
-        QTest::newRow("pair parted by line breaks")
-            << QByteArray("F") << FromUnits({0xd83d, '\r', '\n', 0xde00}) << QByteArray("|F|\xf0\x9f\x98\x80");
-        QTest::newRow("high surrogate, break, other")
-            << QByteArray("F") << FromUnits({0xd83d, '\n', 'x'}) << QByteArray("|F|?x");
-        QTest::newRow("high surrogate, break, end")
-            << QByteArray("F") << FromUnits({0xd83d, '\n'}) << QByteArray("|F|?");
-        QTest::newRow("UTF-8 in the function's name") << QByteArray("Gr\xc3\xb6\xc3\x9f"
-                                                                    "e")
-                                                      << QString()
-                                                      << QByteArray("|Gr\xc3\xb6\xc3\x9f"
-                                                                    "e|");
-        QTest::newRow("bytes that are no UTF-8 in the function's name") << QByteArray("a\xff"
-                                                                                      "b")
-                                                                        << QString()
-                                                                        << QByteArray("|a\xef\xbf\xbd"
-                                                                                      "b|");
-        QTest::newRow("break and UTF-8 in the function's name")
-            << QByteArray("\xc3\xb6\r\nx") << QString() << QByteArray("|\xc3\xb6x|");
-        QTest::newRow("other character after a long plain run")
-            << QByteArray("F") << QString(100, QLatin1Char('a')) + QChar(0xe4)
-            << "|F|" + QByteArray(100, 'a') + "\xc3\xa4";
-        QTest::newRow("break after a long plain run")
-            << QByteArray("F") << QString(100, QLatin1Char('a')) + QLatin1Char('\n') + QLatin1Char('b')
-            << "|F|" + QByteArray(100, 'a') + "b";
+        const auto row = [](const char* name, const QByteArray& func, const QString& msg, const QByteArray& body) {
+            QTest::newRow(name) << func << msg << body;
+        };
+        const QString longRun(100, QLatin1Char('a'));
+        row("both empty", "", {}, "||");
+        row("bars are not escaped", "a|b", "c|d", "|a|b|c|d");
+        row("CR LF inside", "F", "a\r\nb", "|F|ab");
+        row("only breaks", "\r\n", "\n\r\n", "||");
+        row("breaks at the ends", "\nF\r", "\rm\n", "|F|m");
+        row("other control characters stay", "F\t", "a\tb\v\f\x1b", "|F\t|a\tb\v\f\x1b");
+        row("NUL stays", "F", QString(QChar(0)) + QLatin1Char('x'), QByteArray("|F|\0x", 5));
+        row("other line separators stay", "F", FromUnits({0x85, 0x2028, 0x2029}),
+            "|F|\xc2\x85\xe2\x80\xa8\xe2\x80\xa9");
+        row("template marks stay", "%3%4", "%1 %2", "|%3%4|%1 %2");
+        row("last of one byte", "F", FromUnits({0x7f}), "|F|\x7f");
+        row("first of two bytes", "F", FromUnits({0x80}), "|F|\xc2\x80");
+        row("last of two bytes", "F", FromUnits({0x7ff}), "|F|\xdf\xbf");
+        row("first of three bytes", "F", FromUnits({0x800}), "|F|\xe0\xa0\x80");
+        row("last of three bytes", "F", FromUnits({0xffff}), "|F|\xef\xbf\xbf");
+        row("first pair", "F", FromUnits({0xd800, 0xdc00}), "|F|\xf0\x90\x80\x80");
+        row("last pair", "F", FromUnits({0xdbff, 0xdfff}), "|F|\xf4\x8f\xbf\xbf");
+        row("lone high surrogate", "F", FromUnits({0xd83d, 'x'}), "|F|?x");
+        row("lone low surrogate", "F", FromUnits({0xde00, 'x'}), "|F|?x");
+        row("high surrogate at the end", "F", FromUnits({'x', 0xd83d}), "|F|x?");
+        row("two high surrogates, one low", "F", FromUnits({0xd83d, 0xd83d, 0xde00}), "|F|?\xf0\x9f\x98\x80");
+        row("surrogates in the wrong order", "F", FromUnits({0xde00, 0xd83d}), "|F|??");
+        row("pair parted by line breaks", "F", FromUnits({0xd83d, '\r', '\n', 0xde00}), "|F|\xf0\x9f\x98\x80");
+        row("high surrogate, break, other", "F", FromUnits({0xd83d, '\n', 'x'}), "|F|?x");
+        row("high surrogate, break, end", "F", FromUnits({0xd83d, '\n'}), "|F|?");
+        row("UTF-8 in the function's name", "Gr\xc3\xb6\xc3\x9ft", {}, "|Gr\xc3\xb6\xc3\x9ft|");
+        row("bytes that are no UTF-8 in the function's name", "a\xffz", {}, "|a\xef\xbf\xbdz|");
+        row("break and UTF-8 in the function's name", "\xc3\xb6\r\nx", {}, "|\xc3\xb6x|");
+        row("other character after a long plain run", "F", longRun + QChar(0xe4),
+            "|F|" + longRun.toLatin1() + "\xc3\xa4");
+        row("break after a long plain run", "F", longRun + QLatin1Char('\n') + QLatin1Char('b'),
+            "|F|" + longRun.toLatin1() + "b");
     }
     void text()
     {
@@ -277,28 +244,13 @@ private Q_SLOTS:
         QCOMPARE(Line(0, 5, "De\r\nbug", "F", QString()), QByteArray("1970-01-01 00:00:00.000|5|Debug|F|\n"));
     }
 
-    void appendsToWhatIsThere()
-    {
-        QByteArray buffer("first\n");
-        LogLine::Append(buffer, 0, 5, "Debug", "F", QStringLiteral("m"));
-        QCOMPARE(buffer, QByteArray("first\n1970-01-01 00:00:00.000|5|Debug|F|m\n"));
-    }
-
-    void leavesCopiesAlone()
+    void appendsToWhatIsThereAndLeavesCopiesAlone()
     {
         QByteArray buffer("first\n");
         const QByteArray copy = buffer;
         LogLine::Append(buffer, 0, 5, "Debug", "F", QStringLiteral("m"));
+        QCOMPARE(buffer, QByteArray("first\n1970-01-01 00:00:00.000|5|Debug|F|m\n"));
         QCOMPARE(copy, QByteArray("first\n"));
-    }
-
-    void keepsTheCapacityForPlainLines()
-    {
-        QByteArray buffer;
-        buffer.reserve(200);
-        const char* const before = buffer.constData();
-        LogLine::Append(buffer, 0, 5, "Debug", "F", QString(150, QLatin1Char('m')));
-        QCOMPARE(buffer.constData(), before);
     }
 
     void leavesTheTextWhereItIs()
