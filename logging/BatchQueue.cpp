@@ -47,7 +47,7 @@ struct BatchQueue::Chunk
     void Put(const QByteArray& batch, const CrashFile::Mark& mark)
     {
         std::memcpy(Bytes() + iUsed, batch.constData(), size_t(batch.size()));
-        new (Batches() - iPut) LogBatches::Batch{batch.size(), mark};
+        new (Batches() - iPut) LogBatches::Batch{int(batch.size()), mark};
         iUsed += batch.size();
         ++iPut;
     }

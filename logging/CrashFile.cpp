@@ -89,7 +89,7 @@ bool CrashFile::HasRoom(quint64 bytes) const
     return iSection.iHead - iSection.iTail + bytes <= CrashFormat::kCapacity;
 }
 
-void CrashFile::AwaitRoom(std::unique_lock<QMutex>& agent, quint64 bytes)
+void CrashFile::AwaitRoom(std::unique_lock<QRecursiveMutex>& agent, quint64 bytes)
 {
     const auto mustWait = [&agent, bytes] {
         const CrashFile* const used = agent ? Current() : nullptr;

@@ -65,7 +65,7 @@ public:
     static CrashFile* Current();
     /// Waits for room without the mutex, which is not owned afterwards when it could not be had in time. Gives up after
     /// a second, and then at once until the writer goes on.
-    static void AwaitRoom(std::unique_lock<QMutex>& agent, quint64 bytes);
+    static void AwaitRoom(std::unique_lock<QRecursiveMutex>& agent, quint64 bytes);
     static void Put(const char* line, int size);
     /// Of the file in use; nothing when there is none.
     static Mark End();

@@ -62,7 +62,7 @@ std::optional<QByteArray> LinesOf(const Section& section)
         const quint64 size = head[0];
         if (size == 0 || size > left - sizeof head)
             return std::nullopt;
-        const int before = lines.size();
+        const auto before = lines.size();
         lines.resize(before + int(size));
         char* const line = lines.data() + before;
         section.Get(at + sizeof head, line, size);

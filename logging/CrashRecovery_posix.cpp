@@ -65,7 +65,7 @@ public:
     {
         if (!iLine.isEmpty()) {
             const bool isCut = iLines.mid(int(iFound.iBytes)).startsWith(iLine);
-            const bool isHalf = !isCut && HasForm(iLine.constData(), iLine.size(), kRecovered);
+            const bool isHalf = !isCut && HasForm(iLine.constData(), int(iLine.size()), kRecovered);
             iFound.iCut = isCut ? iLine.size() : 0;
             iFound.iHalf = isHalf ? iLine.size() : 0;
             iFound.iEndsWithin = !isCut && !isHalf;

@@ -34,7 +34,7 @@ LogFile::LogFile(const QString& path, QObject* parent)
 
 bool LogFile::Append(const QByteArray& lines)
 {
-    const LogBatches::Batch batch{lines.size(), iMark};
+    const LogBatches::Batch batch{int(lines.size()), iMark};
     return Write({lines.constData(), &batch, 1}).iIsOpen;
 }
 

@@ -186,7 +186,7 @@ public:
         // Not utf16(), which may move the text behind the back of its other readers.
         const auto* const units = reinterpret_cast<const ushort*>(text.constData());
         Reserve(qint64(text.size()) + 1);
-        if (PutPlainText(iOut, units, text.size())) {
+        if (PutPlainText(iOut, units, int(text.size()))) {
             iOut += text.size();
         } else {
             Reserve(qint64(text.size()) * kMaxBytesPerUnit + 1);
@@ -245,7 +245,7 @@ private:
 [[gnu::hot]] void LogLine::Append(QByteArray& buffer, qint64 msecsSinceEpoch, unsigned int code, const char* levelWord,
                                   const char* func, const QString& msg)
 {
-    const int before = buffer.size();
+    const auto before = buffer.size();
     try {
         Writer writer(buffer);
         writer.PutHead(msecsSinceEpoch, code);

@@ -36,7 +36,7 @@ void Logger::WithAgentReporting(const Call& call)
     if (!iAgent.load(std::memory_order_relaxed))
         return;
     Swallow([&] {
-        const std::lock_guard<QMutex> reporter(ReporterMutex());
+        const std::lock_guard<QRecursiveMutex> reporter(ReporterMutex());
         WithAgentWaiting([&](LoggerAgent& agent) {
             const Reporting reporting;
             call(agent);
@@ -62,7 +62,7 @@ template <typename Call>
 void Logger::WithAgentOrDrop(const Call& call)
 {
     Swallow([&] {
-        const std::unique_lock<QMutex> lock(iMutex, kLockTimeout);
+        const std::unique_lock<QRecursiveMutex> lock(iMutex, kLockTimeout);
         if (!lock)
             LogProgress::Lose();
         else if (LoggerAgent* const agent = iAgent.load(std::memory_order_relaxed))

@@ -56,6 +56,12 @@ QString Joined(unsigned int code, const QString& first, const QString& second)
     return Joined(code, first) + QLatin1Char('_') + second;
 }
 
+// A negative number with all digits of 64 bits.
+QString Hex(int number)
+{
+    return QString::number(quint64(qint64(number)), 16);
+}
+
 // At most, in UTF-8.
 quint64 BytesOf(const char* func, const QString& msg)
 {
@@ -66,7 +72,6 @@ quint64 BytesOf(const char* func, const QString& msg)
 
 LoggerAgent::LoggerAgent(int level, QObject* parent)
     : QObject(parent)
-    , iMutex(QMutex::Recursive)
     , iLevel(level)
 {
 }
@@ -124,9 +129,9 @@ QString LoggerAgent::ErrorCodeText(LoggerDefs::ExtraErrorInfoType kind, unsigned
 {
     switch (kind) {
     case LoggerDefs::SecondIntHex:
-        return Joined(code, QString::number(iSecondInt, 16));
+        return Joined(code, Hex(iSecondInt));
     case LoggerDefs::BothIntsHexDec:
-        return Joined(code, QString::number(iSecondInt, 16), QString::number(iFirstInt));
+        return Joined(code, Hex(iSecondInt), QString::number(iFirstInt));
     case LoggerDefs::FirstIntDec:
         return Joined(code, QString::number(iFirstInt));
     case LoggerDefs::ExtraText:
@@ -146,7 +151,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 [[gnu::hot]] void LoggerAgent::DoLog(unsigned int code, const char* func, const char* levelWord, const QString& msg)
 {
-    std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
+    std::unique_lock<QRecursiveMutex> lock(iMutex, kBufferTimeout);
     const bool isProtected = iHasLoggersLevel && CrashFile::Current();
     if (isProtected)
         CrashFile::AwaitRoom(lock, BytesOf(func, msg));
@@ -157,11 +162,11 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     }
     if (iBuffer.capacity() == 0)
         iBuffer.reserve(kBufferBytes);
-    const int before = iBuffer.size();
+    const auto before = iBuffer.size();
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
     if (isProtected)
-        CrashFile::Put(iBuffer.constData() + before, iBuffer.size() - before);
+        CrashFile::Put(iBuffer.constData() + before, int(iBuffer.size() - before));
     iLastLineSecs = now / 1000;
     iHasLines = true;
     if (iBuffer.size() > kBatchBytes || iResettingLevel)
@@ -170,7 +175,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 [[gnu::hot]] void LoggerAgent::SendBufferToThread()
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     QByteArray batch;
     batch.swap(iBuffer);
     iHasLines = false;
@@ -188,7 +193,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 
 void LoggerAgent::HandOver()
 {
-    const std::unique_lock<QMutex> lock(iMutex, kBufferTimeout);
+    const std::unique_lock<QRecursiveMutex> lock(iMutex, kBufferTimeout);
     if (lock && iThread && !iBuffer.isEmpty())
         SendBufferToThread();
 }
@@ -196,7 +201,7 @@ void LoggerAgent::HandOver()
 // Null when there is nothing to wait for.
 std::shared_ptr<LogProgress> LoggerAgent::HandOver(const QDeadlineTimer& deadline, quint64& batches)
 {
-    const std::unique_lock<QMutex> lock(iMutex, std::chrono::milliseconds(deadline.remainingTime()));
+    const std::unique_lock<QRecursiveMutex> lock(iMutex, std::chrono::milliseconds(deadline.remainingTime()));
     if (!lock || !iThread)
         return nullptr;
     if (!iBuffer.isEmpty())
@@ -244,7 +249,7 @@ void LoggerAgent::SetErrorReporter(IErrorReporter* reporter)
 
 bool LoggerAgent::ResetLoggingLevel(int mask, unsigned int code, const char* func, const QString& msg)
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     const bool locked = Level() == LoggerDefs::kLockedLevel;
     iResettingLevel = true;
     const auto after = qScopeGuard([this] { iResettingLevel = false; }); // without memory no line comes

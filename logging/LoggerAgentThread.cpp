@@ -52,7 +52,7 @@ QString AbsolutePath(const QString& path)
 
 void LoggerAgent::UseCrashFile(std::shared_ptr<CrashFile> file)
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     if (file && iThread)
         file->SetLog(static_cast<LoggingThread&>(*iThread).File().Name());
     CrashFile::Use(std::move(file));
@@ -65,7 +65,7 @@ void LoggerAgent::SetLoggerFileName(const QString& path)
 
 void LoggerAgent::ChangeFile(const QString& path, std::unique_ptr<LoggingThread> thread)
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     DebugLine("LoggerAgent::SetLoggerFileName", "Enter");
     if (iThread)
         static_cast<LoggingThread&>(*iThread).KeepRest();
@@ -86,7 +86,7 @@ const QString& LoggerAgent::FileName() const
 
 QString LoggerAgent::FileNameCopy() const
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     return iFileName;
 }
 
@@ -97,7 +97,7 @@ std::unique_ptr<LoggingThread> LoggerAgent::NewThread(const QString& path)
 
 void LoggerAgent::StartThread()
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     if (!iThread)
         Begin(NewThread(iFileName));
 }
@@ -166,7 +166,7 @@ void LoggerAgent::Launch()
 
 void LoggerAgent::StopLogging()
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     if (!iThread)
         return;
     auto& thread = static_cast<LoggingThread&>(*iThread);
@@ -245,7 +245,7 @@ void LoggerAgent::AdjustTimer()
 
 void LoggerAgent::AdjustTimerHere()
 {
-    const std::lock_guard<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> lock(iMutex);
     if (iThread && iTimerId == 0) {
         iTimerId = startTimer(kTimerMs, Qt::CoarseTimer);
     } else if (!iThread && iTimerId != 0) {
@@ -259,7 +259,7 @@ void LoggerAgent::timerEvent(QTimerEvent*)
 {
     const qint64 quietSecs = QDateTime::currentMSecsSinceEpoch() / 1000 - iLastLineSecs;
     const bool isDue = iHasLines && (quietSecs >= kIdleSecs || quietSecs < 0); // the clock was set back
-    std::unique_lock<QMutex> lock(iMutex, std::defer_lock);
+    std::unique_lock<QRecursiveMutex> lock(iMutex, std::defer_lock);
     if (!(isDue ? lock.try_lock_for(kTimerPatience) : lock.try_lock()) || !iThread)
         return;
     if (NeverRan(*iThread))

@@ -30,14 +30,15 @@ void Logger::BeforeCopy()
     LoggerAgent* const agent = logger && !gStarted ? logger->iAgent.load() : nullptr;
     if (!agent)
         return;
-    std::unique_lock<QMutex> reporter(ReporterMutex(), std::defer_lock);
-    std::unique_lock<QMutex> lock;
-    std::unique_lock<QMutex> agentLock;
-    if (!reporter.try_lock_for(kLockTimeout) || !(lock = std::unique_lock<QMutex>(logger->iMutex, kLockTimeout))
-        || gStarted || logger->iAgent.load() != agent
-        || !(agentLock = std::unique_lock<QMutex>(agent->iMutex, kLockTimeout)))
+    std::unique_lock<QRecursiveMutex> reporter(ReporterMutex(), std::defer_lock);
+    std::unique_lock<QRecursiveMutex> lock;
+    std::unique_lock<QRecursiveMutex> agentLock;
+    if (!reporter.try_lock_for(kLockTimeout)
+        || !(lock = std::unique_lock<QRecursiveMutex>(logger->iMutex, kLockTimeout)) || gStarted
+        || logger->iAgent.load() != agent
+        || !(agentLock = std::unique_lock<QRecursiveMutex>(agent->iMutex, kLockTimeout)))
         return;
-    for (std::unique_lock<QMutex>* const held : {&reporter, &lock, &agentLock})
+    for (std::unique_lock<QRecursiveMutex>* const held : {&reporter, &lock, &agentLock})
         held->release();
     tHoldsLocks = true;
 }

@@ -60,9 +60,9 @@ std::atomic<bool> LoggerState::gStarted{false};
 std::atomic<int> LoggerState::gUnlockedCallers{0};
 
 // Never destroyed, threads may report until the very end of the process.
-QMutex& LoggerState::ReporterMutex()
+QRecursiveMutex& LoggerState::ReporterMutex()
 {
-    static QMutex* const mutex = new QMutex(QMutex::Recursive);
+    static QRecursiveMutex* const mutex = new QRecursiveMutex;
     return *mutex;
 }
 
@@ -77,8 +77,7 @@ std::atomic<int> Logger::iActiveLevel{0};
 std::atomic<int> Logger::iFlushLevels{0};
 
 Logger::Logger()
-    : iMutex(QMutex::Recursive)
-    , iAgent(nullptr)
+    : iAgent(nullptr)
 {
     ReporterMutex(); // now, while there may be memory
     iAgent = new LoggerAgent(kDefaultLevel, nullptr);
@@ -123,8 +122,8 @@ void Logger::End(const char* func, const char* farewell, bool withPath)
 {
     if (!iAgent.load())
         return;
-    const std::lock_guard<QMutex> reporter(ReporterMutex());
-    std::unique_lock<QMutex> lock(iMutex);
+    const std::lock_guard<QRecursiveMutex> reporter(ReporterMutex());
+    std::unique_lock<QRecursiveMutex> lock(iMutex);
     LoggerAgent* const agent = iAgent.load();
     if (!agent)
         return;
@@ -218,7 +217,7 @@ bool Logger::SetCrashFile(const QString& path)
         if (path.contains(QChar(0)) || !logger->iAgent.load())
             return;
         // One at a time: two files of one process would not see each other's locks.
-        const std::lock_guard<QMutex> lock(ReporterMutex());
+        const std::lock_guard<QRecursiveMutex> lock(ReporterMutex());
         const std::shared_ptr<CrashFile> old = CrashFile::Used();
         const QByteArray name = QFile::encodeName(QFileInfo(path).absoluteFilePath());
         isSet = old && !path.isEmpty() && old->IsAt(name);

@@ -34,7 +34,7 @@ public:
 };
 
 /// Held while the error reporter works, and by whoever takes it away: it comes before all other locks.
-QMutex& ReporterMutex();
+QRecursiveMutex& ReporterMutex();
 /// Held while the instance is made.
 QMutex& CreationMutex();
 
@@ -53,7 +53,7 @@ void Logger::WithAgentWaiting(const Call& call)
     if (!iAgent.load(std::memory_order_relaxed))
         return;
     Swallow([&] {
-        const std::lock_guard<QMutex> lock(iMutex);
+        const std::lock_guard<QRecursiveMutex> lock(iMutex);
         if (LoggerAgent* const agent = iAgent.load(std::memory_order_relaxed))
             call(*agent);
     });

@@ -28,7 +28,7 @@ struct Around
 
 Around AroundStamp(const QByteArray& path)
 {
-    const int dot = path.lastIndexOf('.');
+    const auto dot = path.lastIndexOf('.');
     const bool hasSuffix = dot > path.lastIndexOf('/');
     return {path.left(hasSuffix ? dot : path.size()) + '-', hasSuffix ? path.mid(dot) : QByteArray(".")};
 }

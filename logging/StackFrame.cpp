@@ -1,7 +1,7 @@
 #include "StackFrame.h"
 
 #include <QtCore/QStringBuilder>
-#include <QtCore/QVector>
+#include <QtCore/QStringList>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,11 +17,11 @@ class Walk
     enum Place { Index = -1, Module, Address, Function, PlusSign, Offset };
 
 public:
-    void Take(const QStringRef& word)
+    void Take(const QString& word)
     {
         const int next = iPlace + 1;
         if (word.startsWith(QLatin1String("Ner"))) {
-            iFrame.iModule = word.toString();
+            iFrame.iModule = word;
             iPlace = next;
         } else if (word.startsWith(QLatin1String("Ka"))) {
             iFrame.iModule += QLatin1Char(' ') % word;
@@ -30,7 +30,7 @@ public:
             iFrame.iModule += QLatin1Char(' ') % word;
             iPlace = Address; // the name is complete
         } else if (word.startsWith(QLatin1String("-["))) {
-            iFrame.iFunctionName = word.toString();
+            iFrame.iFunctionName = word;
             iIsInMethodName = true;
             iPlace = next;
         } else if (iIsInMethodName) {
@@ -46,20 +46,20 @@ public:
     const TraceInfo& Frame() const { return iFrame; }
 
 private:
-    void TakeField(const QStringRef& word)
+    void TakeField(const QString& word)
     {
         switch (iPlace) {
         case Module:
             iFrame.iModule += word;
             break;
         case Address:
-            iFrame.iMemory = word.toString();
+            iFrame.iMemory = word;
             break;
         case Function:
             iFrame.iFunctionName += word;
             break;
         case Offset:
-            iFrame.iOffset = word.toString();
+            iFrame.iOffset = word;
             break;
         default: // the index and the plus sign
             break;
@@ -80,7 +80,7 @@ struct Free
 
 TraceInfo StackFrame::Parse(const QString& line)
 {
-    const QVector<QStringRef> words = line.splitRef(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     Walk walk;
     for (auto word = words.begin(); word != words.end(); ++word) {
         // A word that comes again counts once. An offset that equals the index is lost with it: readers know it so.

@@ -33,12 +33,12 @@ QString Decoded(const Bytes& bytes)
 {
     QString name = QString::fromLatin1(bytes.iFrom, int(bytes.iTo - bytes.iFrom));
     name.replace(QLatin1Char('\\'), kSeparator);
-    for (int at = name.indexOf(kEscape); at >= 0; at = name.indexOf(kEscape, at + 1)) {
-        const bool isLong = name.midRef(at + 1, 1) == QLatin1String("U");
-        const int from = at + (isLong ? 2 : 1);
-        const int to = from + (isLong ? 4 : 2);
+    for (auto at = name.indexOf(kEscape); at >= 0; at = name.indexOf(kEscape, at + 1)) {
+        const bool isLong = name.mid(at + 1, 1) == QLatin1String("U");
+        const auto from = at + (isLong ? 2 : 1);
+        const auto to = from + (isLong ? 4 : 2);
         bool isNumber = false;
-        const ushort unit = name.midRef(from, to - from).toUShort(&isNumber, 16);
+        const ushort unit = name.mid(from, to - from).toUShort(&isNumber, 16);
         if (isNumber)
             name.replace(at, to - at, QChar(unit));
     }
@@ -123,21 +123,21 @@ bool IsSame(const char* left, const char* right)
 
 int SameAtStart(const QByteArray& left, const QByteArray& right)
 {
-    const int most = std::min(left.size(), right.size()) - kBlock;
+    const int most = int(std::min(left.size(), right.size())) - kBlock;
     int same = 0;
     while (same <= most && IsSame(left.constData() + same, right.constData() + same))
         same += kBlock;
-    return QByteArray::fromRawData(left.constData(), same).lastIndexOf("\n[") + 1;
+    return int(QByteArray::fromRawData(left.constData(), same).lastIndexOf("\n[")) + 1;
 }
 
 int SameAtEnd(const QByteArray& left, const QByteArray& right, int start)
 {
-    const int most = std::min(left.size(), right.size()) - start - kBlock;
+    const int most = int(std::min(left.size(), right.size())) - start - kBlock;
     int same = 0;
     while (same <= most && IsSame(left.constEnd() - same - kBlock, right.constEnd() - same - kBlock))
         same += kBlock;
-    const int section = left.indexOf("\n[", left.size() - same);
-    return section < 0 ? 0 : left.size() - section - 1;
+    const auto section = left.indexOf("\n[", left.size() - same);
+    return section < 0 ? 0 : int(left.size() - section - 1);
 }
 
 Difference::Difference(const QByteArray& before, const QByteArray& after)
@@ -157,7 +157,7 @@ bool IniNames::operator<(const Name& left, const Name& right)
 
 Name IniNames::Split(const QString& name)
 {
-    const int at = name.indexOf(kSeparator);
+    const int at = int(name.indexOf(kSeparator));
     return {name.left(std::max(at, 0)), name.mid(at + 1)};
 }
 
@@ -177,7 +177,7 @@ int IniNames::Count(const QByteArray& text)
 
 Name IniNames::Last(const QByteArray& text)
 {
-    const int section = text.lastIndexOf("\n[") + 1;
+    const auto section = text.lastIndexOf("\n[") + 1;
     Names names({text.constBegin() + section, text.constEnd()});
     while (names.Next())
         continue;

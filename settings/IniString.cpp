@@ -20,7 +20,7 @@ int IniString::Compare(const QString& left, const QString& right)
 {
     const QChar* const leftUnits = left.constData();
     const QChar* const rightUnits = right.constData();
-    const int common = std::min(left.size(), right.size());
+    const int common = int(std::min(left.size(), right.size()));
     for (int i = 0; i < common; ++i) {
         const int leftUnit = leftUnits[i].unicode();
         const int rightUnit = rightUnits[i].unicode();
@@ -32,5 +32,5 @@ int IniString::Compare(const QString& left, const QString& right)
         if (const int difference = Folded(leftUnit) - Folded(rightUnit))
             return difference;
     }
-    return left.size() - right.size();
+    return int(left.size() - right.size());
 }

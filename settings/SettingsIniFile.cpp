@@ -31,10 +31,10 @@ QVector<GroupRange> GroupsOf(const QStringList& keys)
 {
     QVector<GroupRange> groups;
     for (int i = 0; i < keys.size(); ++i) {
-        const int length = keys.at(i).indexOf(kSeparator);
+        const auto length = keys.at(i).indexOf(kSeparator);
         if (length < 0)
             continue; // at the top level
-        const QStringRef name = keys.at(i).leftRef(length);
+        const QStringView name = QStringView(keys.at(i)).left(length);
         if (groups.isEmpty() || groups.last().iName != name)
             groups.append({name.toString(), i, i});
         groups.last().iEnd = i + 1;
@@ -126,7 +126,7 @@ bool SettingsIniFile::ReadFile(const QString& path)
 void SettingsIniFile::ReadGroup(const QSettings& file, const QString& group, QStringList::iterator key,
                                 const QStringList::iterator& end)
 {
-    const int start = group.size() + 1;
+    const auto start = group.size() + 1;
     for (; key != end; ++key) {
         if (key->indexOf(kSeparator, start) >= 0)
             continue; // in a nested group
@@ -198,7 +198,7 @@ void SettingsIniFile::RemoveKey(const QString& group, const QString& key)
     if (section == iSections.cend())
         return;
     LogIf::Debug(func, [&] { return QLatin1String("section key ") + group; });
-    const int removed = section.value()->remove(key);
+    const auto removed = section.value()->remove(key);
     if (removed > 0)
         SectionOf(iRemoved, group)[key] = QString();
     LogIf::Debug(func, [&] {

@@ -14,7 +14,7 @@
 
 namespace {
 
-const QLatin1String kClassName("SystemConfig");
+constexpr QLatin1String kClassName("SystemConfig");
 
 constexpr int kPatienceMSecs = 5000;
 constexpr int kEndMSecs = 1000;
@@ -37,7 +37,7 @@ int CachePrefixLength(const QString& fileName)
 {
     for (const QLatin1String prefix : {QLatin1String("content"), QLatin1String("response")}) {
         if (fileName.startsWith(prefix))
-            return prefix.size();
+            return int(prefix.size());
     }
     return 0;
 }

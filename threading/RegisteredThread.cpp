@@ -8,7 +8,7 @@
 
 // The library's only static initialiser.
 QList<RegisteredThread*> RegisteredThread::iThreads;
-QMutex RegisteredThread::iMutex((WatchForks(), QMutex::Recursive));
+QRecursiveMutex RegisteredThread::iMutex((WatchForks(), QRecursiveMutex()));
 
 // A forked process inherits the lock, but not the threads that would release it. So the forking thread holds the lock
 // during the fork. If another thread holds it, the child begins with a new lock and a new list. It does not free the
@@ -37,7 +37,7 @@ void RegisteredThread::BeginInChild(bool holdsList) noexcept
             iMutex.unlock();
             iThreads.clear();
         } else {
-            new (&iMutex) QMutex(QMutex::Recursive);
+            new (&iMutex) QRecursiveMutex;
             new (&iThreads) QList<RegisteredThread*>;
         }
         if (auto* const current = dynamic_cast<RegisteredThread*>(QThread::currentThread()))
@@ -47,9 +47,9 @@ void RegisteredThread::BeginInChild(bool holdsList) noexcept
     }
 }
 
-std::unique_lock<QMutex> RegisteredThread::LockList() noexcept
+std::unique_lock<QRecursiveMutex> RegisteredThread::LockList() noexcept
 {
-    std::unique_lock<QMutex> lock(iMutex, std::try_to_lock);
+    std::unique_lock<QRecursiveMutex> lock(iMutex, std::try_to_lock);
     if (!lock) {
         const int times = Logger::UnlockForList();
         lock.lock();
@@ -63,7 +63,7 @@ RegisteredThread::RegisteredThread(const QString& name, QObject* parent)
     , iName(name)
     , iInterrupted(false)
 {
-    const std::unique_lock<QMutex> lock = LockList();
+    const std::unique_lock<QRecursiveMutex> lock = LockList();
     try {
         iThreads.append(this);
     } catch (...) {
@@ -79,7 +79,7 @@ RegisteredThread::RegisteredThread(QObject* parent, const QString& name) noexcep
 RegisteredThread::~RegisteredThread() noexcept
 {
     const NotCancelled moment;
-    const std::unique_lock<QMutex> lock = LockList();
+    const std::unique_lock<QRecursiveMutex> lock = LockList();
     try {
         if (isRunning()) {
             const QByteArray func = QByteArray(metaObject()->className()) + "::~RegisteredThread";
@@ -101,7 +101,7 @@ const QString& RegisteredThread::Name() const noexcept
 void RegisteredThread::LogThreads() noexcept
 {
     const NotCancelled moment;
-    const std::unique_lock<QMutex> lock = LockList();
+    const std::unique_lock<QRecursiveMutex> lock = LockList();
     try {
         const QList<RegisteredThread*> threads = iThreads;
         for (const RegisteredThread* const thread : threads) {

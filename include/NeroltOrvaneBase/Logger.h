@@ -203,6 +203,6 @@ private:
     static std::atomic<int> iActiveLevel;
     static std::atomic<int> iFlushLevels;
 
-    QMutex iMutex;
+    QRecursiveMutex iMutex;
     std::atomic<LoggerAgent*> iAgent;
 };

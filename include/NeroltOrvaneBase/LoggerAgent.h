@@ -133,7 +133,7 @@ private:
     void AdjustTimer();
     void AdjustTimerHere();
 
-    mutable QMutex iMutex;
+    mutable QRecursiveMutex iMutex;
     std::atomic<int> iLevel;
     int iFirstInt = 0;
     int iSecondInt = 0;

@@ -52,10 +52,10 @@ private:
 
     static void WatchForks() noexcept;
     static void BeginInChild(bool holdsList) noexcept;
-    static std::unique_lock<QMutex> LockList() noexcept;
+    static std::unique_lock<QRecursiveMutex> LockList() noexcept;
 
     static QList<RegisteredThread*> iThreads;
-    static QMutex iMutex;
+    static QRecursiveMutex iMutex;
 
     QString iName;
     std::atomic<bool> iInterrupted;
