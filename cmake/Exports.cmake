@@ -8,10 +8,11 @@ set(stay_loaded LINKER:-z,nodelete)
 
 # nerolt_link_shared(<target> <major version>)
 #
-# The symbols carry the major version: a host that uses one and a plug-in that uses another each have a log of their own.
+# The symbols carry the name and the major version: a host that uses one and a plug-in that uses another each have a log of their own.
 function(nerolt_link_shared target major)
+  string(TOUPPER ${nerolt_name} prefix)
   set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
-  file(CONFIGURE OUTPUT ${map} CONTENT "NEROLTORVANEBASE_${major} { global: *; };\n")
+  file(CONFIGURE OUTPUT ${map} CONTENT "${prefix}_${major} { global: *; };\n")
   # Calls within the library stay there.
   target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions ${stay_loaded} "LINKER:--version-script=${map}")
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})

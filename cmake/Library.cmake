@@ -24,10 +24,16 @@ set(module_headers Logging.h Settings.h System.h Threading.h Util.h)
 set(public_headers Export.h ${class_headers} ${module_headers})
 list(TRANSFORM public_headers PREPEND include/NeroltOrvaneBase/)
 
+# Installed beside those of the build with the other framework: Debian's packages share no file.
+set(include_dir ${CMAKE_INSTALL_INCLUDEDIR})
+if(NOT NEROLT_QT EQUAL 5)
+  string(APPEND include_dir /${nerolt_name})
+endif()
+
 # The headers of the classes have short names, too: <Logger.h>. The folder that users search for those holds nothing else:
 # <Settings.h> is a host's own, and <util.h> is the system's, also on a volume that ignores case.
 set(short_names ${CMAKE_CURRENT_BINARY_DIR}/short_names)
-set(short_names_dir ${CMAKE_INSTALL_INCLUDEDIR}/NeroltOrvaneBase/short_names)
+set(short_names_dir ${include_dir}/NeroltOrvaneBase/short_names)
 foreach(header IN LISTS class_headers)
   file(CONFIGURE OUTPUT ${short_names}/${header}
     CONTENT "#pragma once\n\n#include <NeroltOrvaneBase/${header}>\n")
@@ -67,6 +73,7 @@ add_library(NeroltOrvaneBase ${library_type}
   logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
   settings/IniDisk.cpp
+  settings/IniEncoding_qt${NEROLT_QT}.cpp
   settings/IniFile.cpp
   settings/IniNames.cpp
   settings/IniSettings.cpp
@@ -86,8 +93,13 @@ add_library(NeroltOrvaneBase ${library_type}
   threading/RegisteredTimer.cpp
   threading/SingletonHook.cpp
   util/FileUtilities.cpp
+  util/Framework_qt${NEROLT_QT}.cpp
   util/UrlQueryManager.cpp)
+# The first for projects that contain this one, whatever the framework.
 add_library(NeroltOrvaneBase::NeroltOrvaneBase ALIAS NeroltOrvaneBase)
+if(NOT TARGET ${nerolt_name}::${nerolt_name})
+  add_library(${nerolt_name}::${nerolt_name} ALIAS NeroltOrvaneBase)
+endif()
 
 # The only place that selects the platform: by file.
 if(APPLE)
@@ -124,14 +136,17 @@ else()
 endif()
 
 target_compile_features(NeroltOrvaneBase PUBLIC cxx_std_17)
-target_compile_definitions(NeroltOrvaneBase PRIVATE QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
+target_compile_definitions(NeroltOrvaneBase PRIVATE QT_NO_CAST_TO_ASCII QT_NO_FOREACH
+  QT_DISABLE_DEPRECATED_BEFORE=${nerolt_qt_without})
 target_include_directories(NeroltOrvaneBase PUBLIC
   $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
   $<BUILD_INTERFACE:${short_names}>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  $<INSTALL_INTERFACE:${include_dir}>
   $<INSTALL_INTERFACE:${short_names_dir}>)
-target_link_libraries(NeroltOrvaneBase PUBLIC Qt5::Core)
+target_link_libraries(NeroltOrvaneBase PUBLIC ${nerolt_qt}::Core)
 set_target_properties(NeroltOrvaneBase PROPERTIES
+  OUTPUT_NAME ${nerolt_name}
+  EXPORT_NAME ${nerolt_name}
   CXX_EXTENSIONS OFF
   CXX_VISIBILITY_PRESET hidden
   POSITION_INDEPENDENT_CODE ON

@@ -134,10 +134,11 @@ std::vector<WriterDispatcher::Timer>::iterator WriterDispatcher::Find(int timerI
                         [timerId](const Timer& timer) { return timer.iInfo.timerId == timerId; });
 }
 
-void WriterDispatcher::registerTimer(int timerId, int interval, Qt::TimerType timerType, QObject* object)
+void WriterDispatcher::registerTimer(int timerId, Framework::TimerInterval interval, Qt::TimerType timerType,
+                                     QObject* object)
 {
-    iTimers.push_back(
-        {TimerInfo(timerId, interval, timerType), object, Clock::now() + std::chrono::milliseconds(interval), iRound});
+    iTimers.push_back({TimerInfo(timerId, int(interval), timerType), object,
+                       Clock::now() + std::chrono::milliseconds(interval), iRound});
 }
 
 bool WriterDispatcher::unregisterTimer(int timerId)

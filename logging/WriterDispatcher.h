@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtCore/QAbstractEventDispatcher>
+#include "../util/Framework.h"
+
 #include <QtCore/QSemaphore>
 
 #include <atomic>
@@ -13,7 +14,7 @@
 /// The framework's own dispatchers do: they want descriptors of the system and memory when their thread starts, and a
 /// host that has none left at that moment is ended. This one needs no descriptors, and its memory is taken when it is
 /// made. It knows no sockets.
-class WriterDispatcher : public QAbstractEventDispatcher
+class WriterDispatcher : public Framework::Dispatcher
 {
     Q_OBJECT
     Q_DISABLE_COPY(WriterDispatcher)
@@ -33,7 +34,8 @@ public:
     void interrupt() override;
     void flush() override;
 
-    void registerTimer(int timerId, int interval, Qt::TimerType timerType, QObject* object) override;
+    void registerTimer(int timerId, Framework::TimerInterval interval, Qt::TimerType timerType,
+                       QObject* object) override;
     bool unregisterTimer(int timerId) override;
     bool unregisterTimers(QObject* object) override;
     QList<TimerInfo> registeredTimers(QObject* object) const override;

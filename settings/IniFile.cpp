@@ -1,4 +1,5 @@
 #include "../logging/LogIf.h"
+#include "../util/Framework.h"
 #include "IniSettings.h"
 #include "ReadableIni.h"
 
@@ -60,28 +61,28 @@ QString TextOf(const QSize& size)
 
 QString TextOf(const QVariant& value)
 {
-    switch (value.type()) {
-    case QVariant::Bool:
+    switch (Framework::TypeNumber(value)) {
+    case QMetaType::Bool:
         return IniFile::ToString(value.toBool());
-    case QVariant::Int:
+    case QMetaType::Int:
         return QString::number(value.toInt());
-    case QVariant::UInt:
+    case QMetaType::UInt:
         return QString::number(value.toUInt());
-    case QVariant::ULongLong:
+    case QMetaType::ULongLong:
         return QString::number(value.toULongLong());
-    case QVariant::String:
+    case QMetaType::QString:
         return value.toString();
-    case QVariant::StringList:
+    case QMetaType::QStringList:
         return value.toStringList().join(QLatin1Char(' '));
-    case QVariant::ByteArray:
+    case QMetaType::QByteArray:
         return QString();
-    case QVariant::DateTime:
-        return value.toDateTime().toString(Qt::TextDate);
-    case QVariant::Size:
+    case QMetaType::QDateTime:
+        return Framework::TextDate(value.toDateTime());
+    case QMetaType::QSize:
         return TextOf(value.toSize());
     default:
         LogIf::Trace("IniFile::SettingValue",
-                     [&] { return QLatin1String("type is ") + QString::number(int(value.type())); });
+                     [&] { return QLatin1String("type is ") + QString::number(Framework::TypeNumber(value)); });
         return QString();
     }
 }
@@ -101,7 +102,7 @@ bool MergeGroup(const QString& group, QSettings& source, const QSettings& there,
     const QStringList keys = source.childKeys();
     for (const QString& key : keys) {
         const QString path = group + QLatin1Char('/') + key;
-        if (key.isEmpty() || (!overwrite && !there.value(path).isNull()))
+        if (key.isEmpty() || (!overwrite && !Framework::IsNull(there.value(path))))
             continue; // the framework stores no value without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
@@ -240,7 +241,7 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
 
 QString IniFile::SettingValue(const QVariant& value, bool)
 {
-    QString text = value.isNull() ? QString() : TextOf(value);
+    QString text = Framework::IsNull(value) ? QString() : TextOf(value);
     LogIf::Trace("IniFile::SettingValue", [&] { return QLatin1String("the return value is ") + text; });
     return text;
 }

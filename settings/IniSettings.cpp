@@ -1,10 +1,13 @@
 #include "IniSettings.h"
 
+#include "IniEncoding.h"
 #include "IniNames.h"
 #include "IniText.h"
 #include "ReadableIni.h"
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QDateTime>
+#include <QtCore/QDir>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -64,7 +67,7 @@ bool IsBelow(const QString& key, const QSet<QString>& removed)
 {
     QString name = Normal(key);
     while (!name.isEmpty() && !removed.contains(name))
-        name.truncate(std::max(name.lastIndexOf(kSeparator), 0));
+        name.truncate(std::max(int(name.lastIndexOf(kSeparator)), 0));
     return removed.contains(name);
 }
 
@@ -83,6 +86,35 @@ QStringList KeysOf(const Backup& backup, const QByteArray& text)
     return keys;
 }
 
+/// Texts that are put in the place of values while QSettings writes them.
+class StandIns
+{
+public:
+    QByteArray For(const QByteArray& value)
+    {
+        iValues += value;
+        return iMark + QByteArray::number(iValues.size() - 1) + 'x';
+    }
+    QByteArray Restored(const QByteArray& text) const;
+
+private:
+    const QByteArray iMark = QUuid::createUuid().toByteArray(QUuid::Id128);
+    QByteArrayList iValues;
+};
+
+QByteArray StandIns::Restored(const QByteArray& text) const
+{
+    QByteArray restored;
+    int from = 0;
+    for (int at = int(text.indexOf(iMark)); at >= 0; at = int(text.indexOf(iMark, from))) {
+        const int number = at + int(iMark.size());
+        const int end = int(text.indexOf('x', number));
+        restored += text.mid(from, at - from) + iValues.value(text.mid(number, end - number).toInt());
+        from = end + 1;
+    }
+    return restored + text.mid(from);
+}
+
 void ApplyTo(QSettings& settings, const IniSettings::Change& change)
 {
     if (change.iIsRemoval)
@@ -94,10 +126,16 @@ void ApplyTo(QSettings& settings, const IniSettings::Change& change)
 } // namespace
 
 IniSettings::IniSettings(const QString& path)
+    : IniSettings(path, false)
+{
+}
+
+IniSettings::IniSettings(const QString& path, bool isCopy)
     : QSettings(Bindable(path), QSettings::IniFormat)
     , iPath(QFileInfo(path).absoluteFilePath())
     , iEncodedPath(QFile::encodeName(iPath))
     , iIsElsewhere(fileName() != iPath)
+    , iIsFrameworks(isCopy || IniEncoding::kIsFrameworks)
 {
 }
 
@@ -120,7 +158,9 @@ void IniSettings::Add(const Change& change)
     if (!HasChanges())
         ++gUnsaved;
     iChanges += change;
-    if (!iIsReadable)
+    if (!iIsFrameworks)
+        iIsForgotten = true; // until all is known that is to be written
+    if (!iIsReadable || iIsForgotten)
         return;
     beginGroup(change.iGroup);
     ApplyTo(*this, change);
@@ -179,7 +219,8 @@ bool IniSettings::IsReadable()
 void IniSettings::LookAt(const State& state, const QByteArray& text)
 {
     iHasLooked = true;
-    iIsReadable = !iIsElsewhere && state.iKind != Kind::Other && IniText::Refused(text).isEmpty();
+    iIsReadable = !iIsElsewhere && state.iKind != Kind::Other && IniText::Refused(text).isEmpty()
+        && (iIsFrameworks || IniEncoding::IsRead(text));
     iState = state;
     iHasTaken = false;
     iMayNest = IniText::MayNest(text);
@@ -231,8 +272,6 @@ bool IniSettings::Save()
     if (!std::exchange(iHasTidied, true))
         IniDisk::RemoveLeftovers(TargetOf(iPath));
     for (int i = 0; i < kRounds; ++i) {
-        if (iIsForgotten && IsReadable())
-            Apply();
         if (TrySave()) {
             if (HasChanges())
                 --gUnsaved;
@@ -292,8 +331,10 @@ bool IniSettings::TrySave()
     const QByteArray& text = content.Bytes();
     if (!iHasLooked || !(state == iState))
         LookAt(state, text);
-    if (!iIsReadable)
+    if (!iIsReadable || !IsWritableHere(text))
         return TrySaveBeside(text);
+    if (iIsForgotten)
+        Apply();
     Backup backup(isFile ? TargetOf(iPath) : QString());
     if (isFile && backup.Path().isEmpty())
         return false;
@@ -327,23 +368,65 @@ void IniSettings::TakeAnew()
     sync();
 }
 
-// Saves through a copy in which harmless values replace the refused ones.
+// Whether QSettings would write all values as they are to be written.
+bool IniSettings::IsWritableHere(const QByteArray& text) const
+{
+    if (iIsFrameworks)
+        return true;
+    bool isPlain = IniEncoding::IsKept(text);
+    const auto standIn = [&isPlain](const QByteArray&) {
+        isPlain = false;
+        return QString();
+    };
+    ForEachChange([&](const Change& change) {
+        if (isPlain)
+            IniEncoding::Writable(change.iValue, standIn);
+    });
+    return isPlain;
+}
+
+// Saves through a copy in which harmless values replace those that QSettings cannot read or would write differently.
 bool IniSettings::TrySaveBeside(const QByteArray& text)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("settings.ini"));
-    const QVector<IniText::Line> lines = IniText::Refused(text);
-    const QByteArray mark = QUuid::createUuid().toByteArray(QUuid::Id128);
-    const auto standIn = [&mark](int i) { return mark + QByteArray::number(i) + 'x'; };
+    const QVector<IniText::Line> lines = IniText::LinesOf(text, [](const char* from, const char* to) {
+        return !IniEncoding::IsKept(QByteArray::fromRawData(from, int(to - from))) || IniText::IsRefused(from, to);
+    });
+    StandIns standIns;
+    const auto hidden = [&](int i) {
+        const QByteArray value = text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom);
+        const bool isRefused = IniText::IsRefused(value.constBegin(), value.constEnd());
+        return standIns.For(isRefused ? value : IniEncoding::Rewritten(value));
+    };
+    if (!iIsFrameworks)
+        QFileInfo(TargetOf(iPath)).dir().mkpath(QStringLiteral(".")); // as QSettings does
     QLockFile lock(iPath + QLatin1String(".lock"));
-    if (!IniDisk::Put(path, IniText::WithValues(text, lines, standIn)) || !lock.tryLock(kLockMSecs))
+    if (!IniDisk::Put(path, IniEncoding::Readable(IniText::WithValues(text, lines, hidden)))
+        || !lock.tryLock(kLockMSecs))
         return false;
-    IniSettings copy(path);
+    IniSettings copy(path, true);
+    const auto changes = [&](const auto& function) {
+        ForEachChange([&](const Change& change) {
+            const auto standIn = [&](const QByteArray& value) { return QString::fromLatin1(standIns.For(value)); };
+            function({change.iGroup, change.iKey, IniEncoding::Writable(change.iValue, standIn), change.iIsRemoval});
+        });
+    };
     Content content;
-    if (!copy.Save([this](const auto& function) { ForEachChange(function); }) || !content.Read(path))
+    if (!copy.Save(changes) || !content.Read(path))
         return false;
-    QByteArray changed = content.Bytes();
-    for (int i = 0; i < lines.size(); ++i)
-        changed.replace(standIn(i), text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom));
-    return IniDisk::Replace(TargetOf(iPath), changed);
+    return Replace(standIns.Restored(content.Bytes()));
+}
+
+// Others notice a new version by its time and size.
+bool IniSettings::Replace(const QByteArray& text) const
+{
+    const QString target = TargetOf(iPath);
+    const QDateTime before = QFileInfo(target).lastModified();
+    if (!IniDisk::Replace(target, text))
+        return false;
+    QFile file(target);
+    if (QFileInfo(target).lastModified() == before && file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
+        file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
+    return true;
 }

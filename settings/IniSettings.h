@@ -49,20 +49,26 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    /// With `isCopy`, the file is one in which nothing is left for IniEncoding to do.
+    IniSettings(const QString& path, bool isCopy);
+
     QSet<QString> Removed() const;
     bool HasEffectOn(const QStringList& keys) const;
+    bool IsWritableHere(const QByteArray& text) const;
     void LookAt(const IniDisk::State& state, const QByteArray& text);
     bool HasChanges() const { return iMany || !iChanges.empty(); }
     void ForEachChange(const std::function<void(const Change&)>& function) const;
     bool TrySave();
     void TakeAnew();
     bool TrySaveBeside(const QByteArray& text);
+    bool Replace(const QByteArray& text) const;
     bool IsWhole(const QByteArray& before, const QByteArray& after, const IniDisk::Backup& backup) const;
     void Apply();
 
     const QString iPath;
     const QByteArray iEncodedPath; ///< computed once, needed for each look-up
     const bool iIsElsewhere; ///< bound to a path that cannot exist, because the given one is not a file
+    const bool iIsFrameworks; ///< QSettings may write changes as soon as they are made
     bool iIsReadable = true;
     bool iHasLooked = false;
     bool iHasTaken = false; ///< QSettings has loaded the version in iState

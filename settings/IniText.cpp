@@ -233,23 +233,31 @@ bool MaySeparate(const QByteArray& name)
 
 } // namespace
 
-QVector<IniText::Line> IniText::Refused(const QByteArray& text)
+QVector<IniText::Line> IniText::LinesOf(const QByteArray& text,
+                                        const std::function<bool(const char*, const char*)>& isWanted)
 {
-    QVector<Line> refused;
-    if (!MayHoldStream(text.constBegin(), text.constEnd()))
-        return refused;
+    QVector<Line> wanted;
     Lines lines(text);
     while (lines.Next()) {
         const Line line = lines.Line();
-        const char* const from = text.constData() + line.iValueFrom;
-        const char* const to = text.constData() + line.iTo;
-        if (line.iValueFrom < 0 || text.at(line.iFrom) == '[' || !MayHoldStream(from, to))
-            continue;
-        const QByteArrayList items = Value(from, to).Items();
-        if (!std::all_of(items.begin(), items.end(), IsSafeItem))
-            refused += line;
+        if (line.iValueFrom >= 0 && text.at(line.iFrom) != '['
+            && isWanted(text.constData() + line.iValueFrom, text.constData() + line.iTo))
+            wanted += line;
     }
-    return refused;
+    return wanted;
+}
+
+bool IniText::IsRefused(const char* from, const char* to)
+{
+    if (!MayHoldStream(from, to))
+        return false;
+    const QByteArrayList items = Value(from, to).Items();
+    return !std::all_of(items.begin(), items.end(), IsSafeItem);
+}
+
+QVector<IniText::Line> IniText::Refused(const QByteArray& text)
+{
+    return MayHoldStream(text.constBegin(), text.constEnd()) ? LinesOf(text, IsRefused) : QVector<Line>();
 }
 
 bool IniText::MayNest(const QByteArray& text)

@@ -16,7 +16,13 @@ struct Line
     int iTo = 0;
 };
 
-/// The lines whose values may exhaust the framework's memory or stack when it decodes them.
+/// The lines with values for which the function returns true.
+QVector<Line> LinesOf(const QByteArray& text, const std::function<bool(const char* from, const char* to)>& isWanted);
+
+/// Whether a value may exhaust the framework's memory or stack when it decodes it.
+bool IsRefused(const char* from, const char* to);
+
+/// The lines with such values.
 QVector<Line> Refused(const QByteArray& text);
 
 /// Whether the name of a section may be empty or contain a separator, or the name of a key at the top level may contain

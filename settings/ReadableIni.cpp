@@ -1,6 +1,7 @@
 #include "ReadableIni.h"
 
 #include "IniDisk.h"
+#include "IniEncoding.h"
 #include "IniText.h"
 
 using IniDisk::Content;
@@ -19,13 +20,15 @@ ReadableIni::ReadableIni(const QString& path, Refused refused)
     const bool isRead = kind == Kind::File && content.Read(path);
     const QVector<IniText::Line> lines = IniText::Refused(text);
     QString readable = path;
-    if (kind == Kind::Other || !lines.isEmpty()) {
+    const bool isCopied = isRead && (!lines.isEmpty() || !IniEncoding::IsRead(text));
+    if (kind == Kind::Other || isCopied) {
         iFolder = std::make_unique<QTemporaryDir>();
         readable = iFolder->filePath(QStringLiteral("settings.ini"));
     }
-    if (isRead && !lines.isEmpty())
+    if (isCopied)
         IniDisk::Put(readable,
-                     refused == Refused::Empty ? IniText::WithValues(text, lines, [](int) { return QByteArray(); })
-                                               : IniText::Without(text, lines));
+                     IniEncoding::Readable(refused == Refused::Empty
+                                               ? IniText::WithValues(text, lines, [](int) { return QByteArray(); })
+                                               : IniText::Without(text, lines)));
     iSettings = std::make_unique<QSettings>(readable, QSettings::IniFormat);
 }

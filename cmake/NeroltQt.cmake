@@ -1,0 +1,35 @@
+# Chooses the framework, NEROLT_QT, and what is named after it. The build with Qt 5 has the plain names, so that both can be
+# installed side by side.
+if(NOT NEROLT_QT)
+  if(NOT PROJECT_IS_TOP_LEVEL AND TARGET Qt6::Core AND NOT TARGET Qt5::Core)
+    set(found 6) # the host's
+  else()
+    find_package(Qt5 5.15 QUIET COMPONENTS Core)
+    if(Qt5_FOUND)
+      set(found 5)
+    else()
+      find_package(Qt6 6.4 QUIET COMPONENTS Core)
+      set(found 6)
+    endif()
+    if(NOT Qt5_FOUND AND NOT Qt6_FOUND)
+      message(FATAL_ERROR "The library needs Qt 5.15 or Qt 6.4: neither is found. "
+        "On Debian, install qtbase5-dev or qt6-base-dev; elsewhere, set CMAKE_PREFIX_PATH.")
+    endif()
+  endif()
+  set(NEROLT_QT ${found} CACHE STRING "The framework's version: 5 or 6" FORCE)
+endif()
+
+# Below nerolt_qt_without, what the framework has deprecated is not there.
+if(NEROLT_QT STREQUAL "5")
+  set(nerolt_qt_version 5.15)
+  set(nerolt_qt_without 0x050f00)
+  set(nerolt_name NeroltOrvaneBase)
+elseif(NEROLT_QT STREQUAL "6")
+  set(nerolt_qt_version 6.4)
+  set(nerolt_qt_without 0x060000)
+  set(nerolt_name NeroltOrvaneBaseQt6)
+else()
+  message(FATAL_ERROR "NEROLT_QT is ${NEROLT_QT}: it has to be 5 or 6.")
+endif()
+set(nerolt_qt Qt${NEROLT_QT})
+find_package(${nerolt_qt} ${nerolt_qt_version} REQUIRED COMPONENTS Core)
