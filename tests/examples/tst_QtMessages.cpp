@@ -18,7 +18,7 @@
 #include <cstdio>
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
-NEROLT_PRIVATE(Logger, iMutex, QMutex)
+NEROLT_PRIVATE(Logger, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 
 namespace {

@@ -13,7 +13,7 @@
 #include <new>
 #include <thread>
 
-NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
+NEROLT_PRIVATE(LoggerAgent, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iBuffer, QByteArray)
 
 using namespace LoggerDefs;

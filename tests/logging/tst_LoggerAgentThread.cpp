@@ -18,7 +18,7 @@
 #include <sys/resource.h>
 #include <thread>
 
-NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
+NEROLT_PRIVATE(LoggerAgent, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iThread, RegisteredThread*)
 NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 

@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-NEROLT_PRIVATE(Logger, iMutex, QMutex)
+NEROLT_PRIVATE(Logger, iMutex, QRecursiveMutex)
 
 using LogScenario::Captured;
 using TestSupport::RunScenario;

@@ -20,7 +20,7 @@ using Lines = QList<QByteArray>;
 using ThreadList = QList<RegisteredThread*>;
 
 NEROLT_PRIVATE_STATIC(RegisteredThread, iThreads, ThreadList)
-NEROLT_PRIVATE_STATIC(RegisteredThread, iMutex, QMutex)
+NEROLT_PRIVATE_STATIC(RegisteredThread, iMutex, QRecursiveMutex)
 
 namespace {
 
@@ -204,7 +204,7 @@ private Q_SLOTS:
     {
         PollingThread thread(nullptr, QStringLiteral("worker"));
         thread.start();
-        const std::lock_guard<QMutex> list(RegisteredThread_iMutex());
+        const std::lock_guard<QRecursiveMutex> list(RegisteredThread_iMutex());
         const auto other = Started([&] { thread.SetInterrupted(); });
         QVERIFY(other->wait());
         QVERIFY(thread.wait());
