@@ -58,7 +58,7 @@ void DoOnLoggingThread(const Work& work)
 
 void WaitUntilLoggerIsLocked()
 {
-    QMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
+    QRecursiveMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
     while (mutex.tryLock()) {
         mutex.unlock();
         QThread::yieldCurrentThread();

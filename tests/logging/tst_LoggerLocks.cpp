@@ -230,7 +230,7 @@ const Scenario diskStands("diskStands", [](const QStringList& arguments) {
             else
                 Logger::StopLogging();
         });
-        QMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
+        QRecursiveMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
         while (mutex.tryLock()) {
             mutex.unlock();
             QThread::yieldCurrentThread();
