@@ -70,6 +70,7 @@ const QMap<QString, QByteArray>& Values()
         {"map", "@Variant(" + Escaped(Number(QMetaType::QVariantMap) + most) + ")"},
         {"hash", "@Variant(" + Escaped(Number(QMetaType::QVariantHash) + most) + ")"},
         {"texts", "@Variant(" + Escaped(Number(QMetaType::QStringList) + most) + ")"},
+        {"text beyond 31 bits", "@Variant(" + Escaped(Number(QMetaType::QString) + Number(0xfffffff0)) + ")"},
         {"in a list", "a, " + counted + ", b"},
         {"in quotes", '"' + counted + '"'},
         {"in quotes within", R"(@Var"iant(" )" + Escaped(list + most) + ")"},
