@@ -9,11 +9,15 @@
 
 #include <QtTest/QtTest>
 
+#include <QtCore/QMutex>
+
 #include <atomic>
+#include <mutex>
 #include <thread>
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 NEROLT_PRIVATE(LoggerAgent, iBuffer, QByteArray)
+NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
 NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 
 using TestSupport::RunScenario;
@@ -52,6 +56,12 @@ bool IsInFile(const QByteArray& what)
 LoggerAgent& Agent()
 {
     return *(Logger::GetInstance()->*Logger_iAgent()).load();
+}
+
+bool HasLines()
+{
+    const std::lock_guard<QMutex> lock(Agent().*LoggerAgent_iMutex());
+    return !(Agent().*LoggerAgent_iBuffer()).isEmpty();
 }
 
 bool OnAnotherThread(const std::function<bool()>& call)
@@ -134,7 +144,7 @@ const Scenario aStopCompletesIt("aStopCompletesIt", [](const QStringList&) {
     std::thread waiting;
     RunningLog::WhileTheWriterStandsStill([&] {
         waiting = std::thread([&] { isFlushed = Logger::Flush(60000); });
-        while (!(Agent().*LoggerAgent_iBuffer()).isEmpty()) // it has handed over
+        while (HasLines()) // it has not handed over
             std::this_thread::yield();
     });
     Logger::StopLogging();

@@ -4,9 +4,11 @@
 // waited. All events share one order, so a race that an event hides by chance is not found.
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QMutex>
 #include <QtCore/QSemaphore>
 #include <QtCore/QThread>
+#include <QtCore/QWaitCondition>
 
 #include <climits>
 #include <dlfcn.h>
@@ -49,6 +51,17 @@ void QMutex::unlock() noexcept
     static const auto original = Original<void (*)(QMutex*)>("_ZN6QMutex6unlockEv");
     __tsan_release(this);
     original(this);
+}
+
+// Inside it the framework unlocks the mutex and locks it again.
+bool QWaitCondition::wait(QMutex* mutex, QDeadlineTimer deadline)
+{
+    static const auto original = Original<bool (*)(QWaitCondition*, QMutex*, QDeadlineTimer)>(
+        "_ZN14QWaitCondition4waitEP6QMutex14QDeadlineTimer");
+    __tsan_release(mutex);
+    const bool isWoken = original(this, mutex, deadline);
+    __tsan_acquire(mutex);
+    return isWoken;
 }
 
 void QSemaphore::release(int number)
