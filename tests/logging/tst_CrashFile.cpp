@@ -314,6 +314,29 @@ private Q_SLOTS:
         QCOMPARE(folder.Files(), QStringList{kCrashFile + QStringLiteral(".new")});
     }
 
+    void itsProcessCanRemoveItMeanwhile()
+    {
+        const Folder folder;
+        folder.LetDie();
+        gBeforeLock = [] {
+            gBeforeLock = nullptr;
+            QFile::remove(kCrashFile);
+        };
+        QVERIFY(Logger::SetCrashFile(kCrashFile));
+        QCOMPARE(QFileInfo(kCrashFile).size(), qint64(4 << 20)); // nothing was kept
+        QVERIFY(Logger::SetCrashFile(QString()));
+    }
+
+    void whatStandsInItsPlaceStays()
+    {
+        const Folder folder;
+        QVERIFY(Logger::SetCrashFile(kCrashFile));
+        QCOMPARE(::rename("crash", "moved"), 0);
+        QVERIFY(QFile(kCrashFile).open(QIODevice::WriteOnly));
+        QVERIFY(Logger::SetCrashFile(QString()));
+        QCOMPARE(folder.Files(), (QStringList{kCrashFile, QStringLiteral("moved")}));
+    }
+
     void itCannotBeMade_data()
     {
         QTest::addColumn<QString>("path");

@@ -1,3 +1,4 @@
+#include "logging/CrashFile.h"
 #include "logging/CrashFormat.h"
 #include "logging/CrashRecovery.h"
 #include "logging/Rotation.h"
@@ -78,6 +79,22 @@ public:
 
 private:
     QByteArray iBytes;
+};
+
+// The crash file of this process.
+class UseFile
+{
+public:
+    UseFile() { Begin(); }
+    ~UseFile() { CrashFile::Use(nullptr); }
+    Q_DISABLE_COPY(UseFile)
+
+    void Begin() { CrashFile::Use(CrashFile::Open(iName)); }
+    static void Put(const QByteArray& line) { CrashFile::Put(line.constData(), line.size()); }
+    Remains Read() const { return CrashFormat::ReadAll(Text(iName)).value().back(); }
+
+private:
+    const QByteArray iName = QFile::encodeName(QDir().absoluteFilePath(QStringLiteral("crash")));
 };
 
 // In a process of its own, because of the limit.
@@ -448,6 +465,32 @@ private Q_SLOTS:
         QVERIFY(left.Read() && left.Read()->iIsOver && left.Read()->iLines.isEmpty());
         left.That().iIsOver = 0;
         QVERIFY(!left.Read());
+    }
+
+    // The writer finishes later what was put while there was another file, or none.
+    void marksOfBeforeDoNotCount()
+    {
+        UseFile file;
+        file.Put(kFirst);
+        file.Put(QByteArray(int(CrashFormat::kCapacity), 'x')); // finds no room
+        const CrashFile::Mark before = CrashFile::End();
+        QCOMPARE(before.iUnprotected, quint64(1));
+        CrashFile::Use(nullptr);
+        file.Begin();
+        file.Put(kSecond);
+        CrashFile::BeginWrite(Descriptor(LogName()), 0);
+        QVERIFY(file.Read().iIsAttemptOpen);
+        for (const CrashFile::Mark& mark : {CrashFile::Mark(), before}) {
+            CrashFile::Done(mark);
+            QCOMPARE(file.Read().iLines, kSecond);
+            QCOMPARE(file.Read().iUnprotected, quint64(0));
+        }
+        QVERIFY(!file.Read().iIsAttemptOpen); // it was not of the second line
+        file.Put(QByteArray(int(CrashFormat::kCapacity), 'x'));
+        QCOMPARE(file.Read().iUnprotected, quint64(1));
+        CrashFile::Done(CrashFile::End());
+        QVERIFY(file.Read().iLines.isEmpty());
+        QCOMPARE(file.Read().iUnprotected, quint64(0));
     }
 
     void nothingIsLeftOfAHalfLineThatTellsOfARecovery()
