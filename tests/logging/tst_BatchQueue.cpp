@@ -4,12 +4,14 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QList>
 #include <QtTest/QtTest>
 
 #include <array>
 #include <atomic>
 #include <fstream>
+#include <future>
 #include <thread>
 #include <unistd.h>
 
@@ -275,6 +277,19 @@ private Q_SLOTS:
         QCOMPARE(queue.Count(), quint64(1));
         QCOMPARE(queue.TakeDropped(), qint64(0));
         QCOMPARE(reader.Told(), QList<quint64>{1});
+    }
+
+    void nobodyWaitsForWhatIsNotTakenAnyMore()
+    {
+        Reader reader;
+        BatchQueue queue(reader, reader.iEvents, kPlenty);
+        reader.iQueue = &queue;
+        queue.Put("before", {}, false);
+        const auto isDone = [&queue] { return queue.Progress()->WaitFor(1, QDeadlineTimer(QDeadlineTimer::Forever)); };
+        std::future<bool> before = std::async(std::launch::async, isDone);
+        queue.Close();
+        QVERIFY(!before.get());
+        QVERIFY(!isDone());
     }
 
 #if defined(Q_OS_LINUX) && !defined(NEROLT_SANITIZED) // the memory of sanitizers is not ours

@@ -424,9 +424,27 @@ private Q_SLOTS:
         const Folder folder;
         const ScenarioResult died = folder.Run("setsItAgain", {});
         QCOMPARE(died.iExitCode, 9);
-        QVERIFY(folder.NextRun());
-        const QList<QByteArray> lines = BodiesOf(folder.Path());
-        QCOMPARE(lines.mid(2, 2), QList<QByteArray>({Said("two"), Recovered(1)}));
+        QVERIFY(folder.NextRun({QStringLiteral("other")}));
+        QCOMPARE(BodiesOf(folder.Path()).mid(2), QList<QByteArray>{Said("two")});
+        QCOMPARE(BodiesOf(folder.Path(), "other").first(), Recovered(1));
+    }
+
+    void whatTheWriterGivesUpIsNotRecovered_data()
+    {
+        QTest::addColumn<QStringList>("log");
+        QTest::newRow("there was no log yet") << QStringList();
+        QTest::newRow("it could not be opened") << QStringList{QStringLiteral("none/log")};
+    }
+
+    void whatTheWriterGivesUpIsNotRecovered()
+    {
+        QFETCH(QStringList, log);
+        const Folder folder;
+        QVERIFY(folder.Run("losesLines", log).iCrashed);
+        QVERIFY(folder.Path().mkdir(QStringLiteral("none")));
+        QVERIFY(folder.NextRun(log));
+        QCOMPARE(BodiesOf(folder.Path(), log.isEmpty() ? "log" : "none/log").mid(0, 2),
+                 QList<QByteArray>({Said("kept"), Recovered(1)}));
     }
 
     void aFileThatSomebodyDamagesIsKept()
@@ -582,6 +600,19 @@ const Scenario isDamagedLater("isDamagedLater", [](const QStringList& arguments)
     Logger::SetLoggerFileName(QStringLiteral("log"), false);
     Say(QStringLiteral("late"));
     Logger::StopLogging();
+    return 0;
+});
+
+const Scenario losesLines("losesLines", [](const QStringList& arguments) {
+    if (!Begin(arguments))
+        return 1;
+    if (arguments.size() > 1)
+        Logger::SetLoggerFileName(arguments.at(1), false);
+    Say(QString(6000, QLatin1Char('.')));
+    if (Logger::Flush()) // it was lost
+        return 1;
+    Say(QStringLiteral("kept"));
+    ::raise(SIGKILL);
     return 0;
 });
 

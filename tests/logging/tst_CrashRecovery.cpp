@@ -467,6 +467,46 @@ private Q_SLOTS:
         QVERIFY(!left.Read());
     }
 
+    void keptSectionsAreTheSame()
+    {
+        QByteArray file(int(CrashFormat::kFileBytes), '\0');
+        new (file.data()) Section(CrashFormat::kCapacity);
+        for (const bool isOpen : {true, false}) {
+            Left left(isOpen ? kFirst : kFirst + kSecond);
+            left.BeginWrite();
+            if (!isOpen)
+                left.TakeFirst();
+            file += CrashFormat::Kept(*left.Read());
+        }
+        const auto all = CrashFormat::ReadAll(file);
+        QVERIFY(all && all->size() == 3);
+        QCOMPARE(all->at(0).iLines, kFirst); // oldest first
+        QVERIFY(all->at(0).iIsAttemptOpen);
+        QCOMPARE(all->at(1).iLines, kSecond);
+        QVERIFY(!all->at(1).iIsAttemptOpen);
+        QVERIFY(all->at(2).iLines.isEmpty());
+    }
+
+    // The next process would not read it.
+    void noFileGetsTooLarge()
+    {
+        QByteArray file(int(CrashFormat::kFileBytes), '\0');
+        new (file.data()) Section(CrashFormat::kCapacity);
+        constexpr qint64 most = CrashFormat::kMostBytes - CrashFormat::kFileBytes - qint64(sizeof(Section));
+        const int lines = int(most / (kFirst.size() + CrashFormat::kRecordHead));
+        const QByteArray kept = CrashFormat::Kept({LogName(), kFirst.repeated(lines), std::nullopt, false, 0, false});
+        const QByteArray name = LogName() + "-crash";
+        for (const bool isTooLarge : {true, false}) {
+            reinterpret_cast<Section*>(file.data())->iIsOver = isTooLarge ? 0 : 1; // or it is kept, too
+            const QByteArray before = file + kept;
+            QFile::remove(QFile::decodeName(name));
+            Write(name, before);
+            QCOMPARE(::chmod(name.constData(), 0600), 0);
+            QCOMPARE(!CrashFile::Open(name), isTooLarge);
+            QVERIFY(Text(name) == before || !isTooLarge);
+        }
+    }
+
     // The writer finishes later what was put while there was another file, or none.
     void marksOfBeforeDoNotCount()
     {
