@@ -14,9 +14,11 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 using CrashFormat::Remains;
@@ -505,6 +507,32 @@ private Q_SLOTS:
             QCOMPARE(!CrashFile::Open(name), isTooLarge);
             QVERIFY(Text(name) == before || !isTooLarge);
         }
+    }
+
+    // Once it was in vain nobody waits for room again, until the writer goes on.
+    void waitingForRoom()
+    {
+        const UseFile file;
+        QMutex mutex;
+        std::unique_lock<QMutex> agent(mutex);
+        const QByteArray half(int(CrashFormat::kCapacity / 2), 'x');
+        const quint64 record = quint64(half.size()) + CrashFormat::kRecordHead;
+        UseFile::Put(half);
+        CrashFile::AwaitRoom(agent, record);
+        QVERIFY(agent.owns_lock());
+        UseFile::Put(half);
+        QCOMPARE(CrashFile::End().iUnprotected, quint64(1));
+        CrashFile::Done(CrashFile::End());
+        UseFile::Put(half);
+        std::thread writer([&mutex] {
+            const std::lock_guard<QMutex> whileItIsWaitedFor(mutex);
+            CrashFile::Done(CrashFile::End());
+        });
+        CrashFile::AwaitRoom(agent, record);
+        UseFile::Put(half);
+        agent.unlock();
+        writer.join();
+        QCOMPARE(CrashFile::End().iUnprotected, quint64(1));
     }
 
     // The writer finishes later what was put while there was another file, or none.
