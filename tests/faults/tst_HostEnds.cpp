@@ -8,28 +8,20 @@
 #include <NeroltOrvaneBase/HookedSingleton.h>
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/Logger.h>
-#include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 #include <NeroltOrvaneBase/RegisteredTimer.h>
 #include <NeroltOrvaneBase/SingletonHook.h>
 #include <NeroltOrvaneBase/SystemConfig.h>
 
-#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QTimer>
 #include <QtCore/QVariant>
 #include <QtTest/QtTest>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdio>
 #include <cstdlib>
-#include <set>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
-NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 NEROLT_PRIVATE_STATIC(HookedSingleton, iInstance, HookedSingleton*)
 
 using Lines::Expected;
@@ -144,152 +136,6 @@ const Scenario firstThreadIsGone("firstThreadIsGone", [](const QStringList&) {
     return 0;
 });
 
-// --- Forked processes
-
-int ExitCodeOf(pid_t child)
-{
-    int status = 0;
-    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// A forked process has no logging thread: its lines stay in its buffer and are lost.
-const Scenario forks("forks", [](const QStringList&) {
-    Start();
-    SayTen(0);
-    for (int i = 0; i < 5; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            SayTen(100);
-            Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Debug);
-            Logger::GetLoggerFileName();
-            ::_exit(7);
-        }
-        if (ExitCodeOf(child) != 7)
-            return 1;
-    }
-    SayTen(10);
-    Logger::StopLogging();
-    return 0;
-});
-
-const Scenario forksUnderLoad("forksUnderLoad", [](const QStringList&) {
-    Start();
-    std::atomic<bool> end{false};
-    std::vector<std::thread> speakers;
-    for (int thread = 1; thread <= 3; ++thread) {
-        speakers.emplace_back([thread, &end] {
-            for (int number = 0; !end; ++number)
-                Lines::Say(thread, number);
-        });
-    }
-    int ended = 0;
-    for (int i = 0; i < 50; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            Logger::LogWarning("F", QStringLiteral("of the copy"));
-            Logger::LogInformation("F", QStringLiteral("of the copy"));
-            Logger::StopLogging();
-            ::_exit(7);
-        }
-        ended += ExitCodeOf(child) == 7;
-    }
-    end = true;
-    for (std::thread& speaker : speakers)
-        speaker.join();
-    Logger::StopLogging();
-    return ended == 50 ? 0 : 1;
-});
-
-// A process that is forked before the log starts may use it in any way, with a file of its own.
-const Scenario forksBeforeTheStart("forksBeforeTheStart", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
-    SayTen(0);
-    const pid_t child = ::fork();
-    Logger::SetLoggerFileName(child == 0 ? QStringLiteral("child.log") : kLog, false);
-    SayTen(child == 0 ? 100 : 10);
-    Logger::StopLogging();
-    if (child == 0)
-        ::_exit(7);
-    return ExitCodeOf(child) == 7 ? 0 : 1;
-});
-
-// Other threads log, list threads and create new ones during the forks, and are not in the child to release a lock.
-const Scenario forksBeforeTheStartUnderLoad("forksBeforeTheStartUnderLoad", [](const QStringList& arguments) {
-    const bool logs = arguments.contains(QStringLiteral("log"));
-    Lines::Body(0, 0); // its own statics are not the matter
-    if (logs)
-        Logger::GetInstance()->SetLevel(kAlwaysOn);
-    std::atomic<bool> end{false};
-    std::vector<std::thread> others;
-    for (int thread = 1; thread <= 3; ++thread) {
-        others.emplace_back([thread, logs, &end] {
-            for (int number = 0; !end; ++number) {
-                if (logs)
-                    Lines::Say(thread, number);
-                const RegisteredThread made(nullptr, QStringLiteral("of another"));
-                RegisteredThread::LogThreads();
-            }
-        });
-    }
-    int ended = 0;
-    for (int i = 0; i < 50; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            RegisteredThread::LogThreads();
-            Start();
-            const RegisteredThread own(nullptr, QStringLiteral("of the copy"));
-            RegisteredThread::LogThreads();
-            SayTen(0);
-            Logger::StopLogging();
-            ::_exit(7);
-        }
-        ended += ExitCodeOf(child) == 7;
-    }
-    end = true;
-    for (std::thread& other : others)
-        other.join();
-    return ended == 50 ? 0 : 1;
-});
-
-// The child continues with the event loop that drove the log's timer, forked while other threads held the log's locks.
-const Scenario forksAndGoesOn("forksAndGoesOn", [](const QStringList&) {
-    Start();
-    LoggerAgent* const agent = (Logger::GetInstance()->*Logger_iAgent()).load();
-    if (QAbstractEventDispatcher::instance()->registeredTimers(agent).isEmpty())
-        return 2;
-    std::atomic<bool> end{false};
-    std::thread other([&end] {
-        for (int number = 0; !end; ++number)
-            Lines::Say(1, number);
-    });
-    int ended = 0;
-    for (int i = 0; i < 10; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::_exit(QAbstractEventDispatcher::instance()->registeredTimers(agent).isEmpty() ? 7 : 1);
-        }
-        ended += ExitCodeOf(child) == 7;
-    }
-    end = true;
-    other.join();
-    Logger::StopLogging();
-    return ended == 10 ? 0 : 1;
-});
-
-const Scenario forksAfterTheStop("forksAfterTheStop", [](const QStringList&) {
-    Start();
-    SayTen(0);
-    Logger::StopLogging();
-    const pid_t child = ::fork();
-    if (child == 0) {
-        SayTen(100);
-        Logger::StopLogging();
-        Logger::Cleanup();
-        ::_exit(7);
-    }
-    return ExitCodeOf(child) == 7 ? 0 : 1;
-});
-
 } // namespace
 
 // Every order in which a host may stop what it uses, and every way in which a process ends.
@@ -298,9 +144,9 @@ class tst_HostEnds : public QObject
     Q_OBJECT
 
 private:
-    static QByteArray Text(const TestSupport::ScenarioResult& result, const QString& name = kLog)
+    static QByteArray Text(const TestSupport::ScenarioResult& result)
     {
-        return LogText::Read(result.iFolder.filePath(name));
+        return LogText::Read(result.iFolder.filePath(kLog));
     }
 
 private Q_SLOTS:
@@ -380,62 +226,6 @@ private Q_SLOTS:
     void theFirstThreadMayBeGone()
     {
         const auto result = TestSupport::RunScenario("firstThreadIsGone");
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(Numbers(Text(result)), Expected(0, 10));
-    }
-
-    void aCopyOfTheProcessSaysNothing()
-    {
-        const auto result = TestSupport::RunScenario("forks");
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(Numbers(Text(result)), Expected(0, 20));
-    }
-
-    // Other threads hold the locks during the fork, and are not in the child to release them.
-    void aCopyMadeUnderLoadDoesNotWaitForThem()
-    {
-        const auto result = TestSupport::RunScenario("forksUnderLoad");
-        QVERIFY2(result.IsOk(), result.Describe());
-        const QByteArray text = Text(result);
-        QVERIFY(!text.contains("of the copy"));
-    }
-
-    void aCopyMadeBeforeTheStartIsALogOfItsOwn()
-    {
-        const auto result = TestSupport::RunScenario("forksBeforeTheStart");
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(Numbers(Text(result)), Expected(0, 20));
-        QCOMPARE(Numbers(Text(result, QStringLiteral("child.log"))), Expected(0, 10) + Expected(100, 110));
-    }
-
-#ifndef NEROLT_SANITIZED // their own locks do not survive the copy
-    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads_data()
-    {
-        QTest::addColumn<QString>("what");
-        QTest::newRow("others log") << "log";
-        QTest::newRow("nobody has logged") << QString();
-    }
-    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads()
-    {
-        QFETCH(QString, what);
-        const auto result = TestSupport::RunScenario("forksBeforeTheStartUnderLoad", {what});
-        QVERIFY2(result.IsOk(), result.Describe());
-        const QByteArray text = Text(result);
-        QCOMPARE(text.count("|RegisteredThread::LogThreads|Thread: of the copy, running: 0\n"), 50);
-        const QList<int> once = Expected(0, 10);
-        QVERIFY(Numbers(text).size() >= 50 * once.size());
-    }
-#endif
-
-    void aCopyThatGoesOnHasNoTimerOfTheLog()
-    {
-        const auto result = TestSupport::RunScenario("forksAndGoesOn");
-        QVERIFY2(result.IsOk(), result.Describe());
-    }
-
-    void aCopyMadeAfterTheStopIsSilent()
-    {
-        const auto result = TestSupport::RunScenario("forksAfterTheStop");
         QVERIFY2(result.IsOk(), result.Describe());
         QCOMPARE(Numbers(Text(result)), Expected(0, 10));
     }

@@ -1,6 +1,7 @@
 #include "EntryPoints.h"
 #include "faults/RunningLog.h"
 #include "support/LogScenario.h"
+#include "support/Others.h"
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
@@ -65,32 +66,6 @@ private:
     QSemaphore iHeld;
     QSemaphore iRelease;
     std::thread iHolder;
-};
-
-// Call `call` again and again on so many threads while it lives.
-class Others
-{
-public:
-    Others(int count, const std::function<void(int)>& call)
-    {
-        for (int i = 0; i < count; ++i) {
-            iThreads.emplace_back([this, i, call] {
-                while (!iEnd)
-                    call(i);
-            });
-        }
-    }
-    Q_DISABLE_COPY(Others)
-    ~Others()
-    {
-        iEnd = true;
-        for (std::thread& thread : iThreads)
-            thread.join();
-    }
-
-private:
-    std::atomic<bool> iEnd{false};
-    std::vector<std::thread> iThreads;
 };
 
 const Lines kAtOnce{"LogInformation",      "Information",       "GetLevel",           "LoggingEnabled",
@@ -183,7 +158,7 @@ const Scenario reporterIsBusy("reporterIsBusy", [](const QStringList& arguments)
     });
     Start();
     std::atomic<int> listed{0};
-    const Others others(2, [&listed](int) {
+    const Others others(2, [&listed](int, int) {
         const RegisteredThread thread(nullptr, QStringLiteral("of another"));
         RegisteredThread::LogThreads();
         ++listed;
@@ -199,7 +174,7 @@ const Scenario reporterIsTakenAway("reporterIsTakenAway", [](const QStringList&)
     Start();
     std::atomic<int> busy{0};
     std::atomic<int> broken{0};
-    const Others others(4, [](int i) { i % 2 == 0 ? RegisteredThread::LogThreads() : LogError(); });
+    const Others others(4, [](int thread, int) { thread % 2 == 0 ? RegisteredThread::LogThreads() : LogError(); });
     for (int i = 0; i < 300; ++i) {
         std::atomic<bool> isSet{true};
         const Reporter reporter([&](const QString&, const QString&) {

@@ -1,5 +1,6 @@
 #include "EntryPoints.h"
 #include "support/LogScenario.h"
+#include "support/Others.h"
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
@@ -33,6 +34,12 @@ void Start()
 {
     Logger::GetInstance()->SetLevel(kLevels);
     Logger::SetLoggerFileName(kLog, false);
+}
+
+void WaitForMore(const std::atomic<int>& lines)
+{
+    for (const int before = lines; lines < before + 1000;)
+        QThread::yieldCurrentThread();
 }
 
 void LogEverything()
@@ -86,30 +93,18 @@ const Scenario cleanupUnused("cleanupUnused", [](const QStringList&) {
 
 const Scenario stopWhileOthersLog("stopWhileOthersLog", [](const QStringList&) {
     Start();
-    std::atomic<bool> end{false};
     std::atomic<int> lines{0};
-    std::vector<std::thread> callers;
-    for (int t = 0; t < 4; ++t) {
-        callers.emplace_back([&, t] {
-            for (int i = 0; !end; ++i, ++lines) {
-                const QString msg = QStringLiteral("%1 %2").arg(t).arg(i);
-                if (t % 2 == 0)
-                    Logger::LogInformation("F", msg);
-                else
-                    Logger::LogWarning("F", msg);
-            }
-        });
-    }
-    const auto waitForMore = [&lines] {
-        for (const int before = lines; lines < before + 1000;)
-            QThread::yieldCurrentThread();
-    };
-    waitForMore();
+    const Others others(4, [&lines](int thread, int number) {
+        const QString msg = QStringLiteral("%1 %2").arg(thread).arg(number);
+        if (thread % 2 == 0)
+            Logger::LogInformation("F", msg);
+        else
+            Logger::LogWarning("F", msg);
+        ++lines;
+    });
+    WaitForMore(lines);
     Logger::StopLogging();
-    waitForMore();
-    end = true;
-    for (std::thread& caller : callers)
-        caller.join();
+    WaitForMore(lines);
     return 0;
 });
 
@@ -160,22 +155,18 @@ const Scenario staticDestructor("staticDestructor", [](const QStringList& argume
 const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList& arguments) {
     Start();
     static std::atomic<int> lines{0};
-    const auto waitForMore = [] {
-        for (const int before = lines; lines < before + 1000;)
-            QThread::yieldCurrentThread();
-    };
     std::thread([] {
         for (;; ++lines) {
             Logger::LogInformation("F", kMsg);
             Logger::LogWarning("F", kMsg);
         }
     }).detach();
-    waitForMore();
+    WaitForMore(lines);
     if (arguments.contains("cleanup"))
         Logger::Cleanup();
     else
         Logger::StopLogging();
-    waitForMore();
+    WaitForMore(lines);
     return 0;
 });
 
@@ -193,21 +184,16 @@ const Scenario pipeInTheLogsPlace("pipeInTheLogsPlace", [](const QStringList&) {
 // Listing threads and changing files do not wait for each other.
 const Scenario lockOrder("lockOrder", [](const QStringList&) {
     Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
-    std::atomic<bool> end{false};
-    std::thread lister([&end] {
-        while (!end) {
-            RegisteredThread::LogThreads();
-            RegisteredThread thread(nullptr, QStringLiteral("short life"));
-            thread.start();
-            thread.quit();
-            thread.wait();
-        }
+    const Others lister(1, [](int, int) {
+        RegisteredThread::LogThreads();
+        RegisteredThread thread(nullptr, QStringLiteral("short life"));
+        thread.start();
+        thread.quit();
+        thread.wait();
     });
     for (int i = 0; i < 50; ++i)
         Logger::SetLoggerFileName(QStringLiteral("%1.log").arg(i % 3), true);
     Logger::StopLogging();
-    end = true;
-    lister.join();
     return 0;
 });
 
@@ -254,7 +240,7 @@ private Q_SLOTS:
         Lines lines = LeftBy(RunScenario("stopWhileOthersLog"));
         QVERIFY2(lines.removeOne(kStopping), lines.value(0));
         // What arrived is the beginning of what each thread said, without a gap.
-        std::vector<int> next(4, 0);
+        std::vector<int> next(5, 0);
         for (const QByteArray& line : qAsConst(lines)) {
             const QByteArray thread = line.mid(line.lastIndexOf('|') + 1).split(' ').first();
             const QByteArray head = thread.toInt() % 2 == 0 ? "|10|Information|F|" : "|30|Warning|F|";

@@ -1,24 +1,20 @@
 #include "ForgedStack.h"
 #include "FrameText.h"
-#include "support/LogText.h"
-#include "support/TestMain.h"
+#include "support/LogScenario.h"
 
-#include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/StackTrace.h>
 
 #include <QtCore/QFileInfo>
 #include <QtTest/QtTest>
 
-#include <cstdio>
+#include <utility>
 #include <vector>
 
 using TestSupport::Scenario;
 
 namespace {
 
-const QString kLog = QStringLiteral("app.log");
 const QString kNone = QStringLiteral("Unable to obtain the stack trace");
-constexpr int kAllLevels = 63;
 
 // A body of a few bytes, another at each place, or the compiler may make one function of two.
 template <int Place>
@@ -167,72 +163,15 @@ QList<QByteArray> LogOf(const Expected& expected, int mask)
     return bodies;
 }
 
-// What the log has of the trace, apart from what its own thread and timers say.
-QList<QByteArray> BodiesOfTrace()
-{
-    QList<QByteArray> bodies;
-    for (const QByteArray& body : LogText::Bodies(LogText::Read(kLog))) {
-        if (body.contains("StackTrace") || body.contains("Module") || body.startsWith("<no stamp>"))
-            bodies += body;
-    }
-    return bodies;
-}
-
-int Compare(const QList<QByteArray>& actual, const QList<QByteArray>& expected)
-{
-    if (actual == expected)
-        return 0;
-    std::fprintf(stderr, "actual:\n%s\nexpected:\n%s\n", actual.join('\n').constData(),
-                 expected.join('\n').constData());
-    return 1;
-}
-
-// Stack, mask.
-const Scenario logs("logs", [](const QStringList& arguments) {
-    const Expected expected = ExpectedOf(arguments.value(0));
-    const int mask = arguments.value(1).toInt();
-    Logger::GetInstance()->SetLevel(mask);
-    Logger::SetLoggerFileName(kLog, false);
-    const ForgedStack stack(expected.iStack);
-    const QByteArray text = StackTrace::TraceCode().toUtf8();
-    Logger::StopLogging();
-    return Compare({text}, {expected.iText}) + Compare(BodiesOfTrace(), LogOf(expected, mask));
-});
-
-const Scenario logsTwice("logsTwice", [](const QStringList&) {
-    const Expected expected = ExpectedOf(QStringLiteral("all kinds"));
-    Logger::GetInstance()->SetLevel(LoggerDefs::Debug | LoggerDefs::Trace);
-    Logger::SetLoggerFileName(kLog, false);
-    const ForgedStack stack(expected.iStack);
-    StackTrace::TraceCode();
-    Logger::GetInstance()->SetLevel(LoggerDefs::Trace);
-    StackTrace::TraceCode();
-    Logger::StopLogging();
-    return Compare(BodiesOfTrace(),
-                   LogOf(expected, LoggerDefs::Debug | LoggerDefs::Trace) + LogOf(expected, LoggerDefs::Trace));
-});
-
-const Scenario flagIsNotAsked("flagIsNotAsked", [](const QStringList& arguments) {
-    const Expected expected = ExpectedOf(QStringLiteral("all kinds"));
-    Logger::SetStackTrace(arguments.value(0) == QLatin1String("on"));
-    Logger::GetInstance()->SetLevel(kAllLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    const ForgedStack stack(expected.iStack);
-    const QByteArray text = StackTrace::TraceCode().toUtf8();
-    Logger::StopLogging();
-    return Compare({text}, {expected.iText}) + Compare(BodiesOfTrace(), LogOf(expected, kAllLevels));
-});
-
 const Scenario afterTheLog("afterTheLog", [](const QStringList& arguments) {
     const Expected expected = ExpectedOf(QStringLiteral("all kinds"));
-    Logger::GetInstance()->SetLevel(kAllLevels);
-    Logger::SetLoggerFileName(kLog, false);
-    if (arguments.value(0) == QLatin1String("cleanup"))
+    Logger::GetInstance()->SetLevel(LogScenario::kAllLevels);
+    if (arguments[0] == QLatin1String("cleanup"))
         Logger::Cleanup();
     else
         Logger::StopLogging();
     const ForgedStack stack(expected.iStack);
-    return Compare({StackTrace::TraceCode().toUtf8()}, {expected.iText}) + Compare(BodiesOfTrace(), {});
+    return StackTrace::TraceCode() == QString::fromUtf8(expected.iText) ? 0 : 1;
 });
 
 } // namespace
@@ -242,61 +181,36 @@ class tst_StackTraceLog : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void stack_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const char* const name : {"no frame", "one frame", "all kinds"})
-            QTest::newRow(name) << QString::fromLatin1(name);
-    }
-    void stack()
-    {
-        QFETCH(QString, name);
-        const Expected expected = ExpectedOf(name);
-        const ForgedStack stack(expected.iStack);
-        QCOMPARE(StackTrace::TraceCode(), QString::fromUtf8(expected.iText));
-    }
-
     void log_data()
     {
         QTest::addColumn<QString>("stack");
         QTest::addColumn<int>("mask");
+        QTest::addColumn<bool>("flag"); // which nobody asks
+        const std::pair<const char*, int> masks[]
+            = {{"nothing", 0},
+               {"debug", LoggerDefs::Debug},
+               {"trace", LoggerDefs::Trace},
+               {"all but debug and trace", LogScenario::kAllLevels & ~(LoggerDefs::Debug | LoggerDefs::Trace)},
+               {"everything", LogScenario::kAllLevels}};
         for (const char* const stack : {"no frame", "one frame", "all kinds"}) {
-            const auto row = [stack](const char* levels, int mask) {
-                QTest::addRow("%s, %s", stack, levels) << QString::fromLatin1(stack) << mask;
-            };
-            row("nothing", 0);
-            row("debug", LoggerDefs::Debug);
-            row("trace", LoggerDefs::Trace);
-            row("debug and trace", LoggerDefs::Debug | LoggerDefs::Trace);
-            row("all but debug and trace", kAllLevels & ~(LoggerDefs::Debug | LoggerDefs::Trace));
-            row("everything", kAllLevels);
+            for (const auto& [levels, mask] : masks) {
+                for (const bool flag : {false, true})
+                    QTest::addRow("%s, %s, %d", stack, levels, int(flag)) << QString(stack) << mask << flag;
+            }
         }
     }
     void log()
     {
         QFETCH(QString, stack);
         QFETCH(int, mask);
-        const auto result = TestSupport::RunScenario("logs", {stack, QString::number(mask)});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void logFollowsTheLevel()
-    {
-        const auto result = TestSupport::RunScenario("logsTwice");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-    }
-
-    void flagOfTheLoggerIsNotAsked_data()
-    {
-        QTest::addColumn<QString>("flag");
-        QTest::newRow("on") << QStringLiteral("on");
-        QTest::newRow("off") << QStringLiteral("off");
-    }
-    void flagOfTheLoggerIsNotAsked()
-    {
-        QFETCH(QString, flag);
-        const auto result = TestSupport::RunScenario("flagIsNotAsked", {flag});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QFETCH(bool, flag);
+        const Expected expected = ExpectedOf(stack);
+        const ForgedStack forged(expected.iStack);
+        Logger::SetStackTrace(flag);
+        QString text;
+        const QList<QByteArray> lines = LogScenario::LoggedBy([&text] { text = StackTrace::TraceCode(); }, mask);
+        QCOMPARE(text, QString::fromUtf8(expected.iText));
+        QCOMPARE(lines, LogOf(expected, mask));
     }
 
     void worksWhenTheLogIsOver_data()

@@ -1,0 +1,206 @@
+#include "Lines.h"
+#include "support/LogScenario.h"
+#include "support/Others.h"
+
+#include <NeroltOrvaneBase/RegisteredThread.h>
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtTest/QtTest>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Lines::Expected;
+using Lines::kAlwaysOn;
+using Lines::Numbers;
+using Lines::SayTen;
+using TestSupport::Scenario;
+
+namespace {
+
+const QString kLog = QStringLiteral("app.log");
+
+void Start()
+{
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    Logger::SetLoggerFileName(kLog, false);
+}
+
+// Whether so many children, one after the other, came to their end.
+template <typename Child>
+bool Fork(int times, const Child& child)
+{
+    constexpr int isAtItsEnd = 7;
+    for (int i = 0; i < times; ++i) {
+        const pid_t process = ::fork();
+        if (process == 0) {
+            child();
+            ::_exit(isAtItsEnd);
+        }
+        int status = 0;
+        if (::waitpid(process, &status, 0) != process || !WIFEXITED(status) || WEXITSTATUS(status) != isAtItsEnd)
+            return false;
+    }
+    return true;
+}
+
+// It has no logging thread: its lines stay in its buffer and are lost.
+const Scenario running("running", [](const QStringList&) {
+    Start();
+    SayTen(0);
+    const bool ended = Fork(5, [] {
+        SayTen(100);
+        Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Debug);
+        Logger::GetLoggerFileName();
+    });
+    SayTen(10);
+    Logger::StopLogging();
+    return ended ? 0 : 1;
+});
+
+// Other threads hold the locks during the fork, and are not in the child to release them.
+const Scenario underLoad("underLoad", [](const QStringList&) {
+    Start();
+    bool ended = false;
+    {
+        const Others others(3, &Lines::Say);
+        ended = Fork(50, [] {
+            SayTen(0);
+            Logger::StopLogging();
+        });
+    }
+    Logger::StopLogging();
+    return ended ? 0 : 1;
+});
+
+// It may use the log in any way, with a file of its own.
+const Scenario beforeTheStart("beforeTheStart", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    SayTen(0);
+    const bool ended = Fork(1, [] {
+        Logger::SetLoggerFileName(QStringLiteral("child.log"), false);
+        SayTen(100);
+        Logger::StopLogging();
+    });
+    Logger::SetLoggerFileName(kLog, false);
+    SayTen(10);
+    Logger::StopLogging();
+    return ended ? 0 : 1;
+});
+
+// Other threads log, list threads and create new ones during the forks.
+const Scenario beforeTheStartUnderLoad("beforeTheStartUnderLoad", [](const QStringList& arguments) {
+    const bool logs = arguments.contains("others log");
+    Lines::Body(0, 0); // its own statics are not the matter
+    if (logs)
+        Logger::GetInstance()->SetLevel(kAlwaysOn);
+    const Others others(3, [logs](int thread, int number) {
+        if (logs)
+            Lines::Say(thread, number);
+        const RegisteredThread made(nullptr, QStringLiteral("of another"));
+        RegisteredThread::LogThreads();
+    });
+    const bool ended = Fork(50, [] {
+        RegisteredThread::LogThreads();
+        Start();
+        const RegisteredThread own(nullptr, QStringLiteral("of the copy"));
+        RegisteredThread::LogThreads();
+        SayTen(0);
+        Logger::StopLogging();
+    });
+    return ended ? 0 : 1;
+});
+
+// The child continues with the event loop that drove the log's timer.
+const Scenario timer("timer", [](const QStringList&) {
+    Start();
+    LoggerAgent* const agent = (Logger::GetInstance()->*Logger_iAgent()).load();
+    const auto hasTimer = [agent] { return !QAbstractEventDispatcher::instance()->registeredTimers(agent).isEmpty(); };
+    if (!hasTimer())
+        return 2;
+    bool ended = false;
+    {
+        const Others other(1, &Lines::Say);
+        ended = Fork(10, [&hasTimer] {
+            if (hasTimer())
+                ::_exit(1);
+        });
+    }
+    Logger::StopLogging();
+    return ended ? 0 : 1;
+});
+
+const Scenario afterTheStop("afterTheStop", [](const QStringList&) {
+    Start();
+    SayTen(0);
+    Logger::StopLogging();
+    const bool ended = Fork(1, [] {
+        SayTen(100);
+        Logger::StopLogging();
+        Logger::Cleanup();
+    });
+    return ended ? 0 : 1;
+});
+
+} // namespace
+
+// A copy of the process, which has none of its threads.
+class tst_HostForks : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aCopySaysNothing_data()
+    {
+        QTest::addColumn<QList<int>>("numbers"); // of the lines in the log of the process
+        QTest::newRow("running") << Expected(0, 20);
+        QTest::newRow("underLoad") << QList<int>();
+        QTest::newRow("timer") << QList<int>();
+        QTest::newRow("afterTheStop") << Expected(0, 10);
+    }
+    void aCopySaysNothing()
+    {
+        const auto result = TestSupport::RunScenario(QTest::currentDataTag());
+        QVERIFY2(result.IsOk(), result.Describe());
+        QList<int> numbers;
+        for (const QByteArray& body : LogScenario::LeftBy(result)) {
+            const auto said = Lines::Whose(body);
+            if (said && said->iThread == 0)
+                numbers += said->iNumber;
+        }
+        QTEST(numbers, "numbers");
+    }
+
+    void aCopyMadeBeforeTheStartIsALogOfItsOwn()
+    {
+        const auto result = TestSupport::RunScenario("beforeTheStart");
+        QVERIFY2(result.IsOk(), result.Describe());
+        const auto numbers = [&result](const char* name) {
+            return Numbers(LogText::Read(result.iFolder.filePath(QString::fromLatin1(name))));
+        };
+        QCOMPARE(numbers("app.log"), Expected(0, 20));
+        QCOMPARE(numbers("child.log"), Expected(0, 10) + Expected(100, 110));
+    }
+
+#ifndef NEROLT_SANITIZED // their own locks do not survive the copy
+    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads_data()
+    {
+        QTest::addColumn<QString>("what");
+        for (const char* what : {"others log", "nobody has logged"})
+            QTest::newRow(what) << QString(what);
+    }
+    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads()
+    {
+        QFETCH(QString, what);
+        const auto result = TestSupport::RunScenario("beforeTheStartUnderLoad", {what});
+        QVERIFY2(result.IsOk(), result.Describe());
+        const QByteArray text = LogText::Read(result.iFolder.filePath(kLog));
+        QCOMPARE(text.count("|RegisteredThread::LogThreads|Thread: of the copy, running: 0\n"), 50);
+        QVERIFY(Numbers(text).size() >= 50 * Expected(0, 10).size());
+    }
+#endif
+};
+
+NEROLT_TEST_MAIN(tst_HostForks)
+
+#include "tst_HostForks.moc"
