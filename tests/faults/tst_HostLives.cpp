@@ -1,13 +1,10 @@
 #include "Lines.h"
 #include "RunningLog.h"
-#include "support/LogText.h"
+#include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
-#include "support/PrivateAccess.h"
-#include "support/TestMain.h"
+#include "support/Others.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
-#include <NeroltOrvaneBase/Logger.h>
-#include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QTimerEvent>
@@ -21,11 +18,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
-
-NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 
 using Lines::Expected;
 using Lines::kAlwaysOn;
@@ -179,14 +172,14 @@ const Scenario signalMasks("signalMasks", [](const QStringList&) {
 
 // --- A thread that is terminated while it logs
 
-class SleepingReporter final : public IErrorReporter
+class CancellingReporter final : public IErrorReporter
 {
 public:
     void ReportError(const QString&, const QString&) override
     {
         iCalled = true;
         RegisteredThread::LogThreads();
-        ::usleep(1); // where a thread may be cancelled
+        ::pthread_testcancel();
     }
 
     std::atomic<bool> iCalled{false};
@@ -205,18 +198,12 @@ const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&)
     Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Debug);
     Logger::SetErrorReporter(&reporter);
     RegisteredThread listed(nullptr, QStringLiteral("listed"));
-    std::atomic<bool> end{false};
-    std::vector<std::thread> others;
-    for (int i = 0; i < 3; ++i) {
-        others.emplace_back([i, &end] {
-            while (!end) {
-                if (i == 0)
-                    Logger::LogException(1, "F", QStringLiteral("keeps the log"), 0);
-                else
-                    Logger::LogDebug("F", QStringLiteral("waits for it"));
-            }
-        });
-    }
+    auto others = std::make_unique<Others>(3, [](int thread, int) {
+        if (thread == 1)
+            Logger::LogException(1, "F", QStringLiteral("keeps the log"), 0);
+        else
+            Logger::LogDebug("F", QStringLiteral("waits for it"));
+    });
     std::atomic<bool> hasBegun{false};
     std::atomic<bool> isToEnd{false};
     const std::unique_ptr<QThread> thread(QThread::create([&] {
@@ -235,9 +222,7 @@ const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&)
     isToEnd = true;
     if (!thread->wait(30000))
         return 1;
-    end = true;
-    for (std::thread& other : others)
-        other.join();
+    others.reset();
     Logger::SetErrorReporter(nullptr);
     Logger::GetInstance()->SetLevel(kAlwaysOn);
     SayTen(0);
@@ -246,7 +231,7 @@ const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&)
 });
 
 const Scenario terminated("terminated", [](const QStringList&) {
-    SleepingReporter reporter;
+    CancellingReporter reporter;
     Start();
     Logger::SetErrorReporter(&reporter);
     const std::unique_ptr<QThread> thread(QThread::create([] {
@@ -289,88 +274,51 @@ class tst_HostLives : public QObject
 {
     Q_OBJECT
 
-private:
-    static QList<int> NumbersIn(const TestSupport::ScenarioResult& result, const char* name)
-    {
-        return Numbers(LogText::Read(result.iFolder.filePath(QString::fromLatin1(name))));
-    }
-
 private Q_SLOTS:
-    void stopWritesWhereNoThreadWasToBeHad_data()
+    void hostAndLogContinue_data()
     {
         QTest::addColumn<QString>("scenario");
-        QTest::addColumn<int>("lines");
-        QTest::newRow("refused") << "noThread" << 20;
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QList<int>>("numbers"); // of the lines in the log
+        const auto row
+            = [](const char* name, const char* scenario, const QStringList& arguments, const QList<int>& numbers) {
+                  QTest::newRow(name) << QString(scenario) << arguments << numbers;
+              };
+        row("no thread: the stop writes", "noThread", {}, Expected(0, 20));
 #ifndef NEROLT_SANITIZED // they need a thread themselves
-        QTest::newRow("limit of processes") << "noProcesses" << 10;
+        row("limit of processes: the stop writes", "noProcesses", {}, Expected(0, 10));
 #endif
+        row("the thread is asked for again", "threadLater", {}, Expected(0, 10));
+        row("pipe without a reader", "brokenPipe", {}, Expected(0, 10) + Expected(20, 30));
+        const char* const signalsAtAStop = "signalsAtAStopWithoutAThread";
+        row("pipe at the stop", signalsAtAStop, {"pipe"}, {});
+        row("limit of the file's size at the stop", signalsAtAStop, {"size"}, {});
+        row("pipe, with a signal of the host's pending", signalsAtAStop, {"pipe", "own"}, {});
+        row("limit, with a signal of the host's pending", signalsAtAStop, {"size", "own"}, {});
+        row("the host's threads keep their masks", "signalMasks", {}, {});
+        row("thread is terminated in the reporter", "terminated", {}, Expected(0, 10));
+        row("thread is terminated in the list of threads", "terminatedInTheList", {}, Expected(0, 10));
     }
-    void stopWritesWhereNoThreadWasToBeHad()
+    void hostAndLogContinue()
     {
         QFETCH(QString, scenario);
-        QFETCH(int, lines);
-        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData());
+        QFETCH(QStringList, arguments);
+        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData(), arguments);
         QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, lines));
+        QTEST(Numbers(LogText::Read(result.iFolder.filePath(kLog))), "numbers");
     }
 
     void changeOfFilesWritesToo()
     {
         const auto result = TestSupport::RunScenario("noThreadAtAChange");
         QVERIFY2(result.IsOk(), result.Describe());
+        const auto numbers = [&result](const char* name) {
+            return Numbers(LogText::Read(result.iFolder.filePath(QString::fromLatin1(name))));
+        };
         // The lines in the buffer at a change begin the next file.
-        QCOMPARE(NumbersIn(result, "before.log"), Expected(0, 10));
-        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
-        QCOMPARE(NumbersIn(result, "after.log"), Expected(0, 20));
-    }
-
-    void threadIsAskedForAgain()
-    {
-        const auto result = TestSupport::RunScenario("threadLater");
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
-    }
-
-    void pipeWithoutAReader()
-    {
-        const auto result = TestSupport::RunScenario("brokenPipe");
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10) + Expected(20, 30));
-    }
-
-    void signalsOfAWriteElsewhere_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("pipe") << QStringList{"pipe"};
-        QTest::newRow("limit of the file's size") << QStringList{"size"};
-        QTest::newRow("pipe, with a signal of the host's pending") << QStringList{"pipe", "own"};
-        QTest::newRow("limit, with a signal of the host's pending") << QStringList{"size", "own"};
-    }
-    void signalsOfAWriteElsewhere()
-    {
-        QFETCH(QStringList, arguments);
-        const auto result = TestSupport::RunScenario("signalsAtAStopWithoutAThread", arguments);
-        QVERIFY2(result.IsOk(), result.Describe());
-    }
-
-    void hostsThreadsKeepTheirMasks()
-    {
-        const auto result = TestSupport::RunScenario("signalMasks");
-        QVERIFY2(result.IsOk(), result.Describe());
-    }
-
-    void terminatedThreadIsUnwoundThroughItsCall_data()
-    {
-        QTest::addColumn<QString>("scenario");
-        QTest::newRow("in the reporter") << "terminated";
-        QTest::newRow("in the list of threads") << "terminatedInTheList";
-    }
-    void terminatedThreadIsUnwoundThroughItsCall()
-    {
-        QFETCH(QString, scenario);
-        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData());
-        QVERIFY2(result.IsOk(), result.Describe());
-        QCOMPARE(NumbersIn(result, "app.log"), Expected(0, 10));
+        QCOMPARE(numbers("before.log"), Expected(0, 10));
+        QCOMPARE(numbers("app.log"), Expected(0, 10));
+        QCOMPARE(numbers("after.log"), Expected(0, 20));
     }
 };
 

@@ -1,20 +1,16 @@
 #include "Mounts.h"
 #include "support/LogText.h"
-#include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
 
-#include <QtCore/QDateTime>
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QVariant>
 #include <QtTest/QtTest>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
@@ -41,13 +37,13 @@ bool Fails(Call call)
     return gFails && gFails(call);
 }
 
-int Open(const char* path, int flags, mode_t mode)
+int Open(const char* path, int flags)
 {
     if (Fails(kOpens)) {
         errno = EIO;
         return -1;
     }
-    return int(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    return int(::syscall(SYS_openat, AT_FDCWD, path, flags, 0600));
 }
 
 // --- A file and its expected contents
@@ -249,32 +245,16 @@ const Scenario atFirst("atFirst", [](const QStringList& arguments) {
     return 0;
 });
 
-void MakeOlder(const QString& path, int secs)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadWrite)
-        || !file.setFileTime(QDateTime::currentDateTime().addSecs(-secs), QFileDevice::FileModificationTime))
-        qFatal("cannot set the time of %s", qPrintable(path));
-}
-
 } // namespace
 
 extern "C" Q_DECL_EXPORT int open(const char* path, int flags, ...)
 {
-    va_list more;
-    va_start(more, flags);
-    const auto mode = va_arg(more, mode_t);
-    va_end(more);
-    return Open(path, flags, mode);
+    return Open(path, flags);
 }
 
 extern "C" Q_DECL_EXPORT int open64(const char* path, int flags, ...)
 {
-    va_list more;
-    va_start(more, flags);
-    const auto mode = va_arg(more, mode_t);
-    va_end(more);
-    return Open(path, flags, mode);
+    return Open(path, flags);
 }
 
 extern "C" Q_DECL_EXPORT ssize_t read(int file, void* bytes, size_t size)
@@ -345,57 +325,6 @@ private Q_SLOTS:
         QFETCH(int, call);
         const auto result = TestSupport::RunScenario(scenario.toLatin1(), {QString::number(call)});
         QVERIFY2(result.IsOk(), result.Describe());
-    }
-
-    // --- Files that killed writers leave
-
-    void leftovers_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("secs");
-        QTest::addColumn<bool>("stays");
-        QTest::newRow("old") << QStringLiteral("s.ini.AbCxyZ") << 90 << false;
-        QTest::newRow("young") << QStringLiteral("s.ini.AbCxyZ") << 30 << true;
-        QTest::newRow("digit") << QStringLiteral("s.ini.AbCxy1") << 90 << true;
-        QTest::newRow("short") << QStringLiteral("s.ini.AbCxy") << 90 << true;
-        QTest::newRow("long") << QStringLiteral("s.ini.AbCxyZZ") << 90 << true;
-        QTest::newRow("of another file") << QStringLiteral("t.ini.AbCxyZ") << 90 << true;
-    }
-    void leftovers()
-    {
-        QFETCH(QString, name);
-        QFETCH(int, secs);
-        QFETCH(bool, stays);
-        TestSupport::EnterFreshFolder();
-        Put(name, "left");
-        MakeOlder(name, secs);
-        IniFile(QStringLiteral("s.ini")).SetKeyValue(kGroup, kChanged, 1);
-        QCOMPARE(QFile::exists(name), stays);
-        QCOMPARE(LogText::Read(QStringLiteral("s.ini")), QByteArray("[A]\nchanged=1\n"));
-    }
-
-    void leftoversThatAreNone()
-    {
-        TestSupport::EnterFreshFolder();
-        const QString link = QStringLiteral("s.ini.abcdef");
-        const QString folder = QStringLiteral("s.ini.ghijkl");
-        const QString strangers = QStringLiteral("s.ini.mnopqr");
-        for (const QString& name : {QStringLiteral("victim"), strangers}) {
-            Put(name, "mine");
-            MakeOlder(name, 90);
-        }
-        if (OrdinaryUser::IsTestRoot())
-            OrdinaryUser::Own(QDir().absoluteFilePath(strangers));
-        else
-            QFile::remove(strangers);
-        QVERIFY(QFile::link(QStringLiteral("victim"), link) && QDir().mkdir(folder));
-        SettingsIniFile ini;
-        ini.SetKeyValue(kGroup, kChanged, 1);
-        QVERIFY(ini.WriteFile(QStringLiteral("s.ini")));
-        QVERIFY(QFile::exists(QStringLiteral("victim")));
-        QVERIFY(QFileInfo(link).isSymLink());
-        QVERIFY(QFileInfo(folder).isDir());
-        QCOMPARE(QFile::exists(strangers), OrdinaryUser::IsTestRoot());
     }
 };
 
