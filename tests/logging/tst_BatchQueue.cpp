@@ -282,9 +282,8 @@ private Q_SLOTS:
     void nobodyWaitsForWhatIsNotTakenAnyMore()
     {
         Reader reader;
-        BatchQueue queue(reader, reader.iEvents, kPlenty);
-        reader.iQueue = &queue;
-        queue.Put("before", {}, false);
+        BatchQueue& queue = reader.iQueue;
+        Put(queue, "before");
         const auto isDone = [&queue] { return queue.Progress()->WaitFor(1, QDeadlineTimer(QDeadlineTimer::Forever)); };
         std::future<bool> before = std::async(std::launch::async, isDone);
         queue.Close();

@@ -513,8 +513,8 @@ private Q_SLOTS:
     void waitingForRoom()
     {
         const UseFile file;
-        QMutex mutex;
-        std::unique_lock<QMutex> agent(mutex);
+        QRecursiveMutex mutex;
+        std::unique_lock<QRecursiveMutex> agent(mutex);
         const QByteArray half(int(CrashFormat::kCapacity / 2), 'x');
         const quint64 record = quint64(half.size()) + CrashFormat::kRecordHead;
         UseFile::Put(half);
@@ -525,7 +525,7 @@ private Q_SLOTS:
         CrashFile::Done(CrashFile::End());
         UseFile::Put(half);
         std::thread writer([&mutex] {
-            const std::lock_guard<QMutex> whileItIsWaitedFor(mutex);
+            const std::lock_guard<QRecursiveMutex> whileItIsWaitedFor(mutex);
             CrashFile::Done(CrashFile::End());
         });
         CrashFile::AwaitRoom(agent, record);

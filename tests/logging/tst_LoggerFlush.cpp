@@ -17,7 +17,7 @@
 
 NEROLT_PRIVATE(Logger, iAgent, std::atomic<LoggerAgent*>)
 NEROLT_PRIVATE(LoggerAgent, iBuffer, QByteArray)
-NEROLT_PRIVATE(LoggerAgent, iMutex, QMutex)
+NEROLT_PRIVATE(LoggerAgent, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 
 using TestSupport::RunScenario;
@@ -60,7 +60,7 @@ LoggerAgent& Agent()
 
 bool HasLines()
 {
-    const std::lock_guard<QMutex> lock(Agent().*LoggerAgent_iMutex());
+    const std::lock_guard<QRecursiveMutex> lock(Agent().*LoggerAgent_iMutex());
     return !(Agent().*LoggerAgent_iBuffer()).isEmpty();
 }
 
