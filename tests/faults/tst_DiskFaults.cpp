@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <sched.h>
 #include <set>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -65,7 +66,8 @@ const Scenario intrude("intrude", [](const QStringList&) {
         if (file < 0 || ::write(file, line.constData(), size_t(line.size())) != line.size() || ::close(file) != 0
             || ::rename("app.log", ("moved" + QByteArray::number(move) + ".log").constData()) != 0)
             return 1;
-        ::usleep(2000);
+        while (::access("app.log", F_OK) != 0) // until the log has begun a new file
+            ::sched_yield();
     }
     return 0;
 });

@@ -1,6 +1,4 @@
-#include "logging/CrashFile.h"
-#include "logging/CrashFormat.h"
-#include "logging/CrashRecovery.h"
+#include "CrashLeft.h"
 #include "logging/Rotation.h"
 #include "support/LogText.h"
 #include "support/TestMain.h"
@@ -10,19 +8,12 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <memory>
-#include <mutex>
-#include <new>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
-using CrashFormat::Remains;
-using CrashFormat::Section;
 using TestSupport::RunScenario;
 using TestSupport::Scenario;
 using TestSupport::ScenarioResult;
@@ -30,15 +21,6 @@ using TestSupport::ScenarioResult;
 namespace {
 
 std::atomic<bool> gCanRead{true};
-
-const QByteArray kFirst = "2026-01-02 03:04:05.678|10|Information|f|one\n";
-const QByteArray kSecond = "2026-01-02 03:04:05.679|10|Information|f|two\n";
-const QByteArray kOther = "2026-01-02 03:04:05.680|10|Information|f|of another process\n";
-
-QByteArray LogName()
-{
-    return QFile::encodeName(QDir().absoluteFilePath(QStringLiteral("app.log")));
-}
 
 QByteArray RotatedName()
 {
@@ -56,48 +38,6 @@ QByteArray Text(const QByteArray& name)
 {
     return LogText::Read(QFile::decodeName(name));
 }
-
-// What a process leaves that has put lines and begun to write them.
-class Left
-{
-public:
-    explicit Left(const QByteArray& lines, const QByteArray& log = LogName())
-        : iBytes(CrashFormat::Kept({log, lines, std::nullopt, false, 0, false}))
-    {
-    }
-
-    void BeginWrite() { That().SetAttempt(Descriptor(LogName()).Which(), Descriptor(LogName()).Size()); }
-    // The lines so far are in the log.
-    void TakeFirst() { That().iTail += quint64(kFirst.size() + CrashFormat::kRecordHead); }
-
-    std::optional<Remains> Read() const { return CrashFormat::Read(iBytes.constData(), quint64(iBytes.size())); }
-    std::optional<qint64> Complete(const QByteArray& newLog = "/none/new.log")
-    {
-        return CrashRecovery::Complete(That(), *Read(), newLog);
-    }
-
-    Section& That() { return *reinterpret_cast<Section*>(iBytes.data()); }
-    QByteArray& Bytes() { return iBytes; }
-
-private:
-    QByteArray iBytes;
-};
-
-// The crash file of this process.
-class UseFile
-{
-public:
-    UseFile() { Begin(); }
-    ~UseFile() { CrashFile::Use(nullptr); }
-    Q_DISABLE_COPY(UseFile)
-
-    void Begin() { CrashFile::Use(CrashFile::Open(iName)); }
-    static void Put(const QByteArray& line) { CrashFile::Put(line.constData(), line.size()); }
-    Remains Read() const { return CrashFormat::ReadAll(Text(iName)).value().back(); }
-
-private:
-    const QByteArray iName = QFile::encodeName(QDir().absoluteFilePath(QStringLiteral("crash")));
-};
 
 // In a process of its own, because of the limit.
 const Scenario fullDisk("fullDisk", [](const QStringList& arguments) {
@@ -377,190 +317,6 @@ private Q_SLOTS:
         QCOMPARE(read, kFirst);
     }
 
-    void damageIsFound()
-    {
-        Left left(kFirst + kSecond);
-        left.BeginWrite();
-        const QByteArray whole = left.Bytes();
-        const auto accepted = [&](int at, char bits) {
-            left.Bytes()[at] = char(left.Bytes().at(at) ^ bits);
-            const std::optional<Remains> remains = left.Read();
-            left.Bytes() = whole;
-            return remains;
-        };
-        const int lines = int(sizeof(Section));
-        for (int at = lines; at < lines + kFirst.size() + kSecond.size() + 2 * CrashFormat::kRecordHead; ++at)
-            for (int bit = 0; bit < 8; ++bit)
-                QVERIFY2(!accepted(at, char(1 << bit)), QByteArray::number(at - lines));
-        // Magic, version, byte order, capacity and their check.
-        for (int at = 0; at < int(offsetof(Section, iUnused)); ++at)
-            QVERIFY2(!accepted(at, 1), QByteArray::number(at));
-        for (const size_t at : {offsetof(Section, iHead), offsetof(Section, iTail), offsetof(Section, iAttempt),
-                                offsetof(Section, iAttemptCheck)})
-            QVERIFY2(!accepted(int(at), 8), QByteArray::number(qulonglong(at)));
-        QVERIFY(!accepted(int(offsetof(Section, iHead)) + 7, 1)); // far away
-        const size_t log = offsetof(Section, iLogs) + sizeof(CrashFormat::LogName) * left.That().iLog;
-        for (const size_t at : {log, log + 3, log + 4, log + 8, log + 9})
-            QVERIFY2(!accepted(int(at), 1), QByteArray::number(qulonglong(at - log)));
-        QVERIFY(left.Read());
-    }
-
-    void forgedFields_data()
-    {
-        QTest::addColumn<QByteArray>("log");
-        QTest::addColumn<QByteArray>("lines");
-        QTest::addColumn<bool>("isRead");
-        QTest::newRow("as it should be") << LogName() << kFirst << true;
-        QTest::newRow("a relative log") << QByteArray("app.log") << kFirst << false;
-        QTest::newRow("a NUL in the log") << QByteArray("/app\0log", 8) << kFirst << false;
-        QTest::newRow("no log") << QByteArray() << kFirst << true;
-    }
-
-    void forgedFields()
-    {
-        QFETCH(QByteArray, log);
-        QFETCH(QByteArray, lines);
-        QFETCH(bool, isRead);
-        QCOMPARE(Left(lines, log).Read().has_value(), isRead);
-    }
-
-    void oneRecordIsOneLine()
-    {
-        Left left(kFirst);
-        const QByteArray two = QByteArray(kFirst.size() - 5, 'x') + "\none\n";
-        const quint32 head[] = {quint32(two.size()), CrashFormat::Check(two.constData(), quint64(two.size()))};
-        left.That().Put(0, head, sizeof head);
-        left.That().Put(sizeof head, two.constData(), quint64(two.size()));
-        QVERIFY(!left.Read());
-    }
-
-    // The next one is read in place, too.
-    void aSectionHasNoOddSize()
-    {
-        QByteArray bytes(int(sizeof(Section) + 208), '\0');
-        for (const quint64 capacity : {200ULL, 201ULL, 204ULL, 207ULL}) {
-            new (bytes.data()) Section(capacity);
-            const bool isRead = CrashFormat::Read(bytes.constData(), quint64(bytes.size())).has_value();
-            QCOMPARE(isRead, capacity == 200);
-            QCOMPARE(CrashFormat::SizeOf(bytes.constData(), quint64(bytes.size())) != 0, isRead);
-        }
-    }
-
-    void aSectionTakesAllOfAnother()
-    {
-        Left left(kFirst + kSecond);
-        left.BeginWrite();
-        left.That().iUnprotected = 5;
-        left.That().iUnprotectedDone = 2;
-        QByteArray bytes(left.Bytes().size(), '\0');
-        auto& section = *new (bytes.data()) Section(left.That().iCapacity);
-        section.TakeOver(left.That());
-        QCOMPARE(bytes, left.Bytes());
-    }
-
-    // It is being filled, or its lines are in the log: nothing else in it counts.
-    void aSectionThatIsOverIsNotLookedInto()
-    {
-        Left left(kFirst);
-        left.That().iIsOver = 1;
-        left.That().iHead += left.That().iCapacity;
-        QVERIFY(left.Read() && left.Read()->iIsOver && left.Read()->iLines.isEmpty());
-        left.That().iIsOver = 0;
-        QVERIFY(!left.Read());
-    }
-
-    void keptSectionsAreTheSame()
-    {
-        QByteArray file(int(CrashFormat::kFileBytes), '\0');
-        new (file.data()) Section(CrashFormat::kCapacity);
-        for (const bool isOpen : {true, false}) {
-            Left left(isOpen ? kFirst : kFirst + kSecond);
-            left.BeginWrite();
-            if (!isOpen)
-                left.TakeFirst();
-            file += CrashFormat::Kept(*left.Read());
-        }
-        const auto all = CrashFormat::ReadAll(file);
-        QVERIFY(all && all->size() == 3);
-        QCOMPARE(all->at(0).iLines, kFirst); // oldest first
-        QVERIFY(all->at(0).iIsAttemptOpen);
-        QCOMPARE(all->at(1).iLines, kSecond);
-        QVERIFY(!all->at(1).iIsAttemptOpen);
-        QVERIFY(all->at(2).iLines.isEmpty());
-    }
-
-    // The next process would not read it.
-    void noFileGetsTooLarge()
-    {
-        QByteArray file(int(CrashFormat::kFileBytes), '\0');
-        new (file.data()) Section(CrashFormat::kCapacity);
-        constexpr qint64 most = CrashFormat::kMostBytes - CrashFormat::kFileBytes - qint64(sizeof(Section));
-        const int lines = int(most / (kFirst.size() + CrashFormat::kRecordHead));
-        const QByteArray kept = CrashFormat::Kept({LogName(), kFirst.repeated(lines), std::nullopt, false, 0, false});
-        const QByteArray name = LogName() + "-crash";
-        for (const bool isTooLarge : {true, false}) {
-            reinterpret_cast<Section*>(file.data())->iIsOver = isTooLarge ? 0 : 1; // or it is kept, too
-            const QByteArray before = file + kept;
-            QFile::remove(QFile::decodeName(name));
-            Write(name, before);
-            QCOMPARE(::chmod(name.constData(), 0600), 0);
-            QCOMPARE(!CrashFile::Open(name), isTooLarge);
-            QVERIFY(Text(name) == before || !isTooLarge);
-        }
-    }
-
-    // Once it was in vain nobody waits for room again, until the writer goes on.
-    void waitingForRoom()
-    {
-        const UseFile file;
-        QRecursiveMutex mutex;
-        std::unique_lock<QRecursiveMutex> agent(mutex);
-        const QByteArray half(int(CrashFormat::kCapacity / 2), 'x');
-        const quint64 record = quint64(half.size()) + CrashFormat::kRecordHead;
-        UseFile::Put(half);
-        CrashFile::AwaitRoom(agent, record);
-        QVERIFY(agent.owns_lock());
-        UseFile::Put(half);
-        QCOMPARE(CrashFile::End().iUnprotected, quint64(1));
-        CrashFile::Done(CrashFile::End());
-        UseFile::Put(half);
-        std::thread writer([&mutex] {
-            const std::lock_guard<QRecursiveMutex> whileItIsWaitedFor(mutex);
-            CrashFile::Done(CrashFile::End());
-        });
-        CrashFile::AwaitRoom(agent, record);
-        UseFile::Put(half);
-        agent.unlock();
-        writer.join();
-        QCOMPARE(CrashFile::End().iUnprotected, quint64(1));
-    }
-
-    // The writer finishes later what was put while there was another file, or none.
-    void marksOfBeforeDoNotCount()
-    {
-        UseFile file;
-        file.Put(kFirst);
-        file.Put(QByteArray(int(CrashFormat::kCapacity), 'x')); // finds no room
-        const CrashFile::Mark before = CrashFile::End();
-        QCOMPARE(before.iUnprotected, quint64(1));
-        CrashFile::Use(nullptr);
-        file.Begin();
-        file.Put(kSecond);
-        CrashFile::BeginWrite(Descriptor(LogName()), 0);
-        QVERIFY(file.Read().iIsAttemptOpen);
-        for (const CrashFile::Mark& mark : {CrashFile::Mark(), before}) {
-            CrashFile::Done(mark);
-            QCOMPARE(file.Read().iLines, kSecond);
-            QCOMPARE(file.Read().iUnprotected, quint64(0));
-        }
-        QVERIFY(!file.Read().iIsAttemptOpen); // it was not of the second line
-        file.Put(QByteArray(int(CrashFormat::kCapacity), 'x'));
-        QCOMPARE(file.Read().iUnprotected, quint64(1));
-        CrashFile::Done(CrashFile::End());
-        QVERIFY(file.Read().iLines.isEmpty());
-        QCOMPARE(file.Read().iUnprotected, quint64(0));
-    }
-
     void nothingIsLeftOfAHalfLineThatTellsOfARecovery()
     {
         Write(LogName(), kOther);
@@ -569,34 +325,6 @@ private Q_SLOTS:
         Write(LogName(), "2026-01-02 03:04:05.681|10|Information|Logger::SetCrashFile|recovered 1 l");
         QCOMPARE(left.Complete(), std::optional<qint64>(0));
         QCOMPARE(Text(LogName()), kOther);
-    }
-
-    void everyLengthIsChecked()
-    {
-        const QByteArray text(64, 'a');
-        for (quint64 size = 0; size < 64; ++size)
-            QVERIFY(CrashFormat::Check(text.constData(), size) != CrashFormat::Check(text.constData(), size + 1));
-        QVERIFY(CrashFormat::Check("abcdefgh12345678", 16) != CrashFormat::Check("12345678abcdefgh", 16));
-    }
-
-    // Around the end of the ring, from every position.
-    void theRingEndsAnywhere()
-    {
-        QByteArray bytes(int(sizeof(Section) + 200), '\0');
-        for (quint64 begin = 1000; begin < 1200; ++begin) {
-            auto& section = *new (bytes.data()) Section(200);
-            section.iHead = section.iTail = begin;
-            for (const QByteArray& line : {kFirst, kSecond}) {
-                const quint32 head[]
-                    = {quint32(line.size()), CrashFormat::Check(line.constData(), quint64(line.size()))};
-                section.Put(section.iHead, head, sizeof head);
-                section.Put(section.iHead + sizeof head, line.constData(), quint64(line.size()));
-                section.iHead += sizeof head + quint64(line.size());
-            }
-            const std::optional<Remains> remains = CrashFormat::Read(bytes.constData(), quint64(bytes.size()));
-            QVERIFY(remains);
-            QCOMPARE(remains->iLines, kFirst + kSecond);
-        }
     }
 };
 

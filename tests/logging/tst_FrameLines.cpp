@@ -56,8 +56,6 @@ Q_DECL_EXPORT void Function(const QString&, int)
 
 namespace {
 
-constexpr char kMangled[] = "_ZN5Frame8FunctionERK7QStringi";
-
 void Nameless()
 {
     FewBytes<__LINE__>();
@@ -154,11 +152,6 @@ class tst_FrameLines : public QObject
     Q_OBJECT
 
 private:
-    static void CompareOwn(const char* address, const QByteArray& symbol, const char* start)
-    {
-        QCOMPARE(Lines({address}), QStringList{FrameText(0, Program(), address, symbol, quintptr(address - start))});
-    }
-
     static void CompareModule(const QByteArray& path, const QByteArray& name)
     {
         const Image image(path);
@@ -173,22 +166,29 @@ private:
 private Q_SLOTS:
     void noFrames() { QCOMPARE(FrameLines::Of(nullptr, 0), QStringList()); }
 
-    void beginningOfAFunction() { CompareOwn(CodeOf(&frame_function), "frame_function", CodeOf(&frame_function)); }
-
-    void insideAFunction() { CompareOwn(CodeOf(&frame_function) + 3, "frame_function", CodeOf(&frame_function)); }
-
-    void namesStayMangled() { CompareOwn(CodeOf(&Frame::Function) + 1, kMangled, CodeOf(&Frame::Function)); }
-
-    void functionWithLettersBeyondAscii()
+    void ownFrames_data()
     {
-        CompareOwn(CodeOf(&frame_f\u00e4hre) + 2, "frame_f\xc3\xa4hre", CodeOf(&frame_f\u00e4hre));
+        QTest::addColumn<quintptr>("start");
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<QByteArray>("symbol");
+        const auto row = [](const char* name, const char* start, int offset, const char* symbol) {
+            QTest::newRow(name) << quintptr(start) << offset << QByteArray(symbol);
+        };
+        row("beginning of a function", CodeOf(&frame_function), 0, "frame_function");
+        row("inside a function", CodeOf(&frame_function), 3, "frame_function");
+        row("names stay mangled", CodeOf(&Frame::Function), 1, "_ZN5Frame8FunctionERK7QStringi");
+        row("letters beyond ASCII", CodeOf(&frame_f\u00e4hre), 2, "frame_f\xc3\xa4hre");
+        row("variable", Bytes(&frame_variable), 2, "frame_variable");
+        row("function without a name", &__executable_start, int(CodeOf(&Nameless) + 1 - &__executable_start),
+            BaseText(&__executable_start));
     }
-
-    void variable() { CompareOwn(Bytes(&frame_variable) + 2, "frame_variable", Bytes(&frame_variable)); }
-
-    void functionWithoutAName()
+    void ownFrames()
     {
-        CompareOwn(CodeOf(&Nameless) + 1, BaseText(&__executable_start), &__executable_start);
+        QFETCH(quintptr, start);
+        QFETCH(int, offset);
+        QFETCH(QByteArray, symbol);
+        const auto* const address = reinterpret_cast<const char*>(start) + offset;
+        QCOMPARE(Lines({address}), QStringList{FrameText(0, Program(), address, symbol, quintptr(offset))});
     }
 
     void beginningOfAnImage()
@@ -227,15 +227,6 @@ private Q_SLOTS:
         const char* const base = Bytes(reinterpret_cast<const void*>(::getauxval(AT_SYSINFO_EHDR)));
         const QByteArray name = base ? "linux-vdso.so.1" : "???";
         QCOMPARE(Lines({base}), QStringList{FrameText(0, name, base, BaseText(base), 0)});
-    }
-
-    void eachFrameHasItsIndex()
-    {
-        const char* const function = CodeOf(&frame_function);
-        QStringList expected;
-        for (int i = 0; i < 21; ++i)
-            expected += FrameText(i, Program(), function + 1, "frame_function", 1);
-        QCOMPARE(Lines(std::vector<const void*>(21, function + 1)), expected);
     }
 
     void framesOfSeveralImagesStayInOrder()

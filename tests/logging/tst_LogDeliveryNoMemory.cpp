@@ -5,6 +5,7 @@
 #include <NeroltOrvaneBase/LoggerAgent.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSemaphore>
 #include <QtTest/QtTest>
@@ -55,8 +56,13 @@ public:
     // Until the thread has done what came so far, and sleeps.
     void LetSleep()
     {
+        QSemaphore sleeps;
+        const auto connection = QObject::connect(
+            iThere.thread()->eventDispatcher(), &QAbstractEventDispatcher::aboutToBlock, &iThere,
+            [&sleeps] { sleeps.release(); }, Qt::DirectConnection);
         Do([] {});
-        QThread::msleep(10);
+        sleeps.acquire();
+        Do([&connection] { QObject::disconnect(connection); });
     }
 
     int Missing() const { return iPut - int(QFileInfo(QStringLiteral("app.log")).size()) / kSize; }

@@ -15,28 +15,6 @@ class tst_Rotation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void due_data()
-    {
-        QTest::addColumn<qint64>("size");
-        QTest::addColumn<qint64>("ageMSecs");
-        QTest::addColumn<bool>("isDue");
-        QTest::newRow("empty and new") << qint64(0) << qint64(0) << false;
-        QTest::newRow("as large as allowed") << qint64(104857600) << qint64(0) << false;
-        QTest::newRow("one byte too large") << qint64(104857601) << qint64(0) << true;
-        QTest::newRow("as old as allowed") << qint64(0) << qint64(86400000) << false;
-        QTest::newRow("old by a part of a second") << qint64(0) << qint64(86400999) << false;
-        QTest::newRow("one second too old") << qint64(0) << qint64(86401000) << true;
-        QTest::newRow("created in the future") << qint64(0) << qint64(-86401000) << false;
-        QTest::newRow("too large and created in the future") << qint64(104857601) << qint64(-86401000) << true;
-    }
-    void due()
-    {
-        QFETCH(qint64, size);
-        QFETCH(qint64, ageMSecs);
-        const qint64 now = kWhen.toMSecsSinceEpoch();
-        QTEST(Rotation::IsDue(size, now - ageMSecs, now), "isDue");
-    }
-
     void unknownCreationTimeIsNoAge()
     {
         const qint64 now = kWhen.toMSecsSinceEpoch();
