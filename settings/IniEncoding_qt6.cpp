@@ -118,12 +118,12 @@ const bool IniEncoding::kIsFrameworks = false;
 
 bool IniEncoding::IsRead(const QByteArray& text)
 {
-    return IsAscii(text);
+    return IsAscii(text) || text.startsWith("\xef\xbb\xbf"); // Qt 5 takes that for the mark of UTF-8, too
 }
 
 QByteArray IniEncoding::Readable(const QByteArray& text)
 {
-    return IsAscii(text) ? text : QString::fromLatin1(text).toUtf8();
+    return IsRead(text) ? text : QString::fromLatin1(text).toUtf8();
 }
 
 // Streams are not kept, either: a number of single precision would become text.

@@ -20,7 +20,7 @@ using Question = QPair<QString, QString>; // a group and a key in it
 
 Question Split(const QString& name)
 {
-    const int at = name.indexOf(kSeparator, 1);
+    const auto at = name.indexOf(kSeparator, 1);
     return at < 0 ? Question{QString(), name} : Question{name.left(at), name.mid(at + 1)};
 }
 

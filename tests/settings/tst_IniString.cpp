@@ -13,7 +13,7 @@ QString Utf8(const char* text)
     return QString::fromUtf8(text);
 }
 
-QString FromCodePoint(uint codePoint)
+QString FromCodePoint(char32_t codePoint)
 {
     return QString::fromUcs4(&codePoint, 1);
 }

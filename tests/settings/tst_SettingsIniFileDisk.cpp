@@ -162,7 +162,8 @@ private Q_SLOTS:
             for (int i = 0; i < 20; ++i) {
                 const QString section = text(1);
                 ini.SetKeyValue(section, text(1), QVariant(text(0)));
-                ini.SetKeyValue(section, text(1), QStringList{text(0), text(0)});
+                // Only while it is in memory is a list with a null character one of texts.
+                ini.SetKeyValue(section, text(1), QStringList{text(0), text(0)}.replaceInStrings(QChar(0), QChar(1)));
             }
             const QString path = NewPath();
             QVERIFY(ini.WriteFile(path));

@@ -193,7 +193,7 @@ private Q_SLOTS:
             SettingsIniFile ini;
             QVERIFY(ini.ReadFile(path));
             QCOMPARE(Sections(ini), Reference(path));
-            found += Sections(ini).size();
+            found += int(Sections(ini).size());
         }
         QVERIFY2(found > 400, QByteArray::number(found).constData());
     }

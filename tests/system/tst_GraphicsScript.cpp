@@ -1,4 +1,5 @@
 #include "PathText.h"
+#include "support/Framework.h"
 #include "support/LogText.h"
 #include "support/TestMain.h"
 #include "system/ReportText.h"
@@ -6,7 +7,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
-#include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
 using namespace PathText;
@@ -128,7 +128,7 @@ class tst_GraphicsScript : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+        TestSupport::SetLocalCodec("UTF-8");
         for (const char* const name : {"sh", "cat", "printf", "timeout", "sleep", "touch"})
             QVERIFY2(!Program(name).isEmpty(), name);
     }

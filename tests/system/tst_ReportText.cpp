@@ -1,8 +1,8 @@
 #include "PathText.h"
+#include "support/Framework.h"
 #include "support/TestMain.h"
 #include "system/ReportText.h"
 
-#include <QtCore/QTextCodec>
 #include <QtCore/QTextStream>
 #include <QtTest/QtTest>
 
@@ -47,7 +47,7 @@ class tst_ReportText : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { TestSupport::SetLocalCodec("UTF-8"); }
 
     void diagnosticScript_data() { AddPaths(); }
     void diagnosticScript()

@@ -1,13 +1,13 @@
 #include "DetachedScenario.h"
 #include "InstalledHook.h"
 #include "PathText.h"
+#include "support/Framework.h"
 #include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 #include "system/ReportText.h"
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
-#include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
 #include <algorithm>
@@ -135,7 +135,7 @@ class tst_SystemReport : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { TestSupport::SetLocalCodec("UTF-8"); }
 
     void init()
     {

@@ -1,12 +1,12 @@
 #include "InstalledHook.h"
 #include "PathText.h"
+#include "support/Framework.h"
 #include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
 #include <fcntl.h>
@@ -53,7 +53,7 @@ class tst_SystemReportFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { TestSupport::SetLocalCodec("UTF-8"); }
 
     // A fresh instance, and a fresh folder as the current one, the user's, with logs.
     void init()

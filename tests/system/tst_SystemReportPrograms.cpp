@@ -1,12 +1,12 @@
 #include "DetachedScenario.h"
 #include "InstalledHook.h"
 #include "PathText.h"
+#include "support/Framework.h"
 #include "support/LogText.h"
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QLibraryInfo>
-#include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
 #include <fcntl.h>
@@ -54,7 +54,7 @@ class tst_SystemReportPrograms : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { TestSupport::SetLocalCodec("UTF-8"); }
 
     void init()
     {

@@ -1,10 +1,10 @@
+#include "support/Framework.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/DiskSpace.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QTextCodec>
 
 #include <cerrno>
 #include <cstdio>
@@ -121,7 +121,7 @@ class tst_DiskSpace : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { TestSupport::SetLocalCodec("UTF-8"); }
 
     // A fresh folder as the current one.
     void init() { TestSupport::EnterFreshFolder(); }

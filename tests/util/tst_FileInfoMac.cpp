@@ -1,12 +1,12 @@
 #include "FileState.h"
 #include "Playground.h"
+#include "support/Framework.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
-#include <QtCore/QTextCodec>
 #include <QtCore/QTimeZone>
 
 #include <atomic>
@@ -61,7 +61,7 @@ void SetZone(const char* zone)
 
 // With an encoding of file names: creates a file with the framework, and sets its times with the class under test.
 const TestSupport::Scenario kNames("names", [](const QStringList& arguments) {
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName(arguments.value(0).toLatin1()));
+    TestSupport::SetLocalCodec(arguments.value(0).toLatin1().constData());
     const QString name = QString::fromUtf8("Gr\xc3\xbc\xc3\x9f"
                                            "e \xe6\x97\xa5\xe6\x9c\xac \xf0\x9f\x98\x80");
     QFile file(name);

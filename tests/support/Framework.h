@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QtCore/QVariant>
+
+#if QT_VERSION_MAJOR < 6
+#include <QtCore/QRegExp>
+#include <QtCore/QTextCodec>
+#endif
+
+/// What differs between the versions of the framework.
+namespace TestSupport {
+
+/// A null of the type.
+inline QVariant NullOf(int type)
+{
+#if QT_VERSION_MAJOR < 6
+    return QVariant(QVariant::Type(type));
+#else
+    return QVariant(QMetaType(type));
+#endif
+}
+
+/// Sets the encoding of file names and of the output of programs. In Qt 6 it is always UTF-8.
+inline void SetLocalCodec(const char* name)
+{
+#if QT_VERSION_MAJOR < 6
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName(name));
+#else
+    Q_UNUSED(name)
+#endif
+}
+
+} // namespace TestSupport
