@@ -23,11 +23,18 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE libneroltorvanebase)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(about "A log file that callers never wait for, settings in INI files, the
 application's folders, named threads, timers that clean up after themselves,
-and file attributes that mean the same on every platform. C++17, Qt 5 Core.
+and file attributes that mean the same on every platform. C++17, Qt ${NEROLT_QT} Core.
 .
 This package holds ")
 
-set(runtime libneroltorvanebase${PROJECT_VERSION_MAJOR})
+string(TOLOWER ${nerolt_name} package)
+set(runtime ${package}${PROJECT_VERSION_MAJOR})
+set(qt_dev qtbase5-dev)
+if(NOT NEROLT_QT EQUAL 5)
+  set(runtime ${package}-${PROJECT_VERSION_MAJOR}) # a number ends the name itself
+  set(qt_dev qt6-base-dev)
+endif()
+set(runtime lib${runtime})
 set(this_runtime "${runtime} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime})
 # Before version 3.31, CPack has no variable for the second field.
@@ -40,9 +47,9 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers postinst postrm)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "foundation library of a desktop application\n${about}the library.")
 
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libneroltorvanebase-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME lib${package}-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${this_runtime}, qtbase5-dev (>= 5.15)")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${this_runtime}, ${qt_dev} (>= ${nerolt_qt_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libneroltorvanebase-doc, lnav")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "foundation library of a desktop application (development files)\n${about}the\
  headers, the files by which CMake and\npkg-config find the library, and a format of its log for lnav.")
@@ -54,7 +61,7 @@ set(CPACK_DEBIAN_DOCUMENTATION_DESCRIPTION "foundation library of a desktop appl
  documentation.")
 
 set(CPACK_COMPONENTS_ALL Runtime Development)
-if(TARGET docs)
+if(TARGET docs AND NEROLT_QT EQUAL 5) # the same pages for both
   list(APPEND CPACK_COMPONENTS_ALL Documentation)
 endif()
 

@@ -163,7 +163,7 @@ private Q_SLOTS:
             Put(queue, QByteArray(size, 'x'));
         QList<int> found;
         for (const QList<QByteArray>& group : TakeGroups(queue))
-            found += group.size();
+            found += int(group.size());
         QCOMPARE(found, groups);
     }
 

@@ -176,7 +176,7 @@ private Q_SLOTS:
         QByteArray lines;
         for (int i = 0; i < 20000; ++i)
             lines += "2026-01-02 03:04:05.678|10|Information|f|" + QByteArray(i % 200, 'x') + '\n';
-        for (const int cut : {0, 1, 65535, 65536, 65537, 1000000, lines.size() - 1}) {
+        for (const int cut : {0, 1, 65535, 65536, 65537, 1000000, int(lines.size()) - 1}) {
             QFile::remove(QStringLiteral("app.log"));
             Left left(lines);
             left.BeginWrite();
