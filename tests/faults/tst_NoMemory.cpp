@@ -37,7 +37,7 @@ void TellTheFrameworksCrash(int, siginfo_t*, void* context)
 {
     Dl_info info = {};
     const auto* const at = reinterpret_cast<void*>(static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP]);
-    if (::dladdr(at, &info) != 0 && std::strstr(info.dli_fname, "/libQt5Core.so"))
+    if (::dladdr(at, &info) != 0 && std::strstr(info.dli_fname, "/libQt" QT_STRINGIFY(QT_VERSION_MAJOR) "Core.so"))
         ::_exit(kFrameworkCrashed);
     std::signal(SIGSEGV, SIG_DFL);
 }
