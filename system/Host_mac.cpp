@@ -3,15 +3,26 @@
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
 
-#include <QtCore/QSysInfo>
+#include <QtCore/QOperatingSystemVersion>
 
 #include <sys/sysctl.h>
 #include <sys/utsname.h>
 
+namespace {
+
+// As QSysInfo::MacintoshVersion counted: 2 for 10.0, one more for each system after that, 0 for those from 11 on.
+int MacintoshVersion()
+{
+    const QOperatingSystemVersion system = QOperatingSystemVersion::current();
+    return system.majorVersion() == 10 ? system.minorVersion() + 2 : 0;
+}
+
+} // namespace
+
 void Host::GetSystemInfo(QString& osName, QString& osVersion, QString& processor)
 {
     osName = QStringLiteral("MacOSX");
-    osVersion = HostWords::MacVersion(QSysInfo::MacintoshVersion, FileInfoMac::GetOSVersion());
+    osVersion = HostWords::MacVersion(MacintoshVersion(), FileInfoMac::GetOSVersion());
     struct utsname names = {};
     processor = HostWords::MacProcessor(::uname(&names) == 0 ? names.machine : nullptr);
 }

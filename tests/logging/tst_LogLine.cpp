@@ -2,7 +2,6 @@
 #include "support/TestMain.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QRegularExpression>
 #include <QtCore/QThread>
 #include <QtTest/QtTest>
 
@@ -18,7 +17,7 @@ QByteArray Reference(qint64 msecs, unsigned int code, const char* word, const ch
     const QString text = QLatin1Char('|') + QString::number(code) + QLatin1Char('|') + QString::fromUtf8(word)
         + QLatin1Char('|') + QString::fromUtf8(func) + QLatin1Char('|') + msg;
     QString body = text;
-    body.remove(QRegularExpression(QStringLiteral("[\r\n]")));
+    body.remove(QLatin1Char('\r')).remove(QLatin1Char('\n'));
     const QString stamp = QDateTime::fromMSecsSinceEpoch(msecs).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
     return stamp.toUtf8() + body.toUtf8() + "\n";
 }
