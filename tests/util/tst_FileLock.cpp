@@ -226,7 +226,7 @@ private Q_SLOTS:
         QFETCH(int, error);
         const Playground ground(place);
         const QDir open(QStringLiteral("/proc/self/fd"));
-        const int descriptors = open.entryList(QDir::AllEntries | QDir::System).size();
+        const auto descriptors = open.entryList(QDir::AllEntries | QDir::System).size();
         for (const QString& path : {ground.File("file"), ground.Folder("folder")}) {
             Script script(path, call, error);
             for (const QString& step : steps.split(QStringLiteral(", ")))

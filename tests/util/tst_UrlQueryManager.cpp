@@ -29,7 +29,7 @@ Parameters ListOf(const QString& text)
 {
     Parameters list;
     for (const QString& parameter : text.split(QLatin1Char('&'))) {
-        const int equals = parameter.indexOf(QLatin1Char('='));
+        const auto equals = parameter.indexOf(QLatin1Char('='));
         list += {parameter.left(equals), equals < 0 ? QString() : parameter.mid(equals + 1)};
     }
     return text.isNull() ? Parameters() : list;
