@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr QLatin1String kClassName("SystemConfig");
+constexpr QLatin1String kClassName("SystemConfig", int(sizeof("SystemConfig")) - 1);
 
 constexpr int kPatienceMSecs = 5000;
 constexpr int kEndMSecs = 1000;
