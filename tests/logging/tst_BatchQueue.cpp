@@ -10,10 +10,8 @@
 
 #include <array>
 #include <atomic>
-#include <fstream>
 #include <future>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -90,17 +88,6 @@ QList<QByteArray> Take(BatchQueue& queue)
         batches += group;
     return batches;
 }
-
-#if defined(Q_OS_LINUX) && !defined(NEROLT_SANITIZED) // the memory of sanitizers is not ours
-qint64 ResidentBytes()
-{
-    std::ifstream file("/proc/self/statm");
-    qint64 total = 0;
-    qint64 resident = 0;
-    file >> total >> resident;
-    return resident * ::sysconf(_SC_PAGESIZE);
-}
-#endif
 
 } // namespace
 
@@ -290,33 +277,6 @@ private Q_SLOTS:
         QVERIFY(!before.get());
         QVERIFY(!isDone());
     }
-
-#if defined(Q_OS_LINUX) && !defined(NEROLT_SANITIZED) // the memory of sanitizers is not ours
-    void memoryOfABurstGoesBack()
-    {
-        Reader reader;
-        BatchQueue& queue = reader.iQueue;
-        const QByteArray batch(5000, 'x');
-        Put(queue, batch);
-        const qint64 before = ResidentBytes();
-        for (int i = 0; i < 10000; ++i)
-            Put(queue, batch);
-        const qint64 between = ResidentBytes();
-        QVERIFY2(between - before > 49000000, QByteArray::number(between - before));
-        const quint64 until = queue.Count();
-        for (LogBatches next = queue.Next(until); next.iCount > 0; next = queue.Next(until))
-            queue.Done(next.iCount);
-        const qint64 atHand = ResidentBytes() - before; // batches may go on coming
-        QVERIFY2(atHand < 9 << 20, QByteArray::number(atHand));
-        for (int i = 0; i < 16; ++i)
-            queue.Shrink();
-        const qint64 half = ResidentBytes() - before;
-        QVERIFY2(half < 5 << 20, QByteArray::number(half));
-        QVERIFY(queue.Rest());
-        const qint64 kept = ResidentBytes() - before;
-        QVERIFY2(kept < 1 << 20, QByteArray::number(kept));
-    }
-#endif
 
     void manyThreadsPut()
     {
