@@ -6,6 +6,7 @@
 #include <NeroltOrvaneBase/Threading.h>
 #include <NeroltOrvaneBase/Util.h>
 
+#include <QtCore/QMetaMethod>
 #include <QtCore/QVariant>
 #include <QtTest/QtTest>
 
@@ -25,6 +26,17 @@ int Slot(Function function)
     return int(value & ~std::intptr_t(1)) / kPointer;
 }
 
+/// Those that the class itself adds.
+QList<QByteArray> MethodsOf(const QMetaObject& meta)
+{
+    QList<QByteArray> methods;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        methods += (method.methodType() == QMetaMethod::Signal ? "signal " : "slot ") + method.methodSignature();
+    }
+    return methods;
+}
+
 } // namespace
 
 /// What programs have compiled in: nothing here may change before the next major version.
@@ -37,6 +49,7 @@ private Q_SLOTS:
     void objectsKeepTheirSize();
     void virtualFunctionsKeepTheirPlace();
     void enumerationsKeepTheirValues();
+    void methodsKeepTheirNumbers();
 };
 
 // The framework's own classes have different sizes.
@@ -106,6 +119,15 @@ void tst_Layout::enumerationsKeepTheirValues()
     QCOMPARE(int(FileTimeCreation), 0);
     QCOMPARE(int(FileTimeModification), 1);
     QCOMPARE(int(FileTimeWrite), 2);
+}
+
+void tst_Layout::methodsKeepTheirNumbers()
+{
+    const QList<QByteArray> agents{"signal logMessage(QByteArray)", "signal stopWorker(QByteArray)"};
+    QCOMPARE(MethodsOf(LoggerAgent::staticMetaObject), agents);
+    const QList<QByteArray> workers{"slot onStartWorker()", "slot onStopWorker(QByteArray)",
+                                    "slot onLogMessage(QByteArray)", "slot onLog()"};
+    QCOMPARE(MethodsOf(LoggerWorker::staticMetaObject), workers);
 }
 
 NEROLT_TEST_MAIN(tst_Layout)
