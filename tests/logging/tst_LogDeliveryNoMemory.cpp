@@ -1,3 +1,4 @@
+#include "support/LogText.h"
 #include "support/PrivateAccess.h"
 #include "support/ShortMemory.h"
 #include "support/TestMain.h"
@@ -27,13 +28,25 @@ public:
         iThere.moveToThread(iAgent.*LoggerAgent_iThread());
     }
 
-    ~Log()
+    ~Log() { Stop(); }
+
+    void Stop()
     {
-        Do([this] { iThere.moveToThread(nullptr); });
+        Leave();
         iAgent.StopLogging();
     }
 
+    // Nothing is done on its thread from now on.
+    void Leave()
+    {
+        if (iThere.thread())
+            Do([this] { iThere.moveToThread(nullptr); });
+    }
+
     Q_DISABLE_COPY(Log)
+
+    // Stays in the buffer until the stop.
+    void Say() { iAgent.DoLog(1, "F", "Debug", QStringLiteral("last")); }
 
     void Put()
     {
@@ -110,6 +123,20 @@ private Q_SLOTS:
         go.release();
         QVERIFY(lacked);
         QTRY_COMPARE(log.Missing(), 0);
+    }
+
+    void batchThatTheThreadIsNotToldOfComesBeforeTheLastLines()
+    {
+        Log log;
+        log.LetSleep();
+        log.Leave();
+        QVERIFY(log.PutWithoutMemory());
+        log.Say();
+        log.Stop();
+        const QList<QByteArray> lines = LogText::Lines(LogText::Read(QStringLiteral("app.log")));
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines.first().size(), kSize - 1);
+        QCOMPARE(LogText::Body(lines.last()), QByteArray("|1|Debug|F|last"));
     }
 
     void threadThatGetsNoTimer()
