@@ -197,7 +197,7 @@ std::optional<std::vector<Remains>> ReadAll(const QByteArray& file)
 
 QByteArray Kept(const Remains& remains)
 {
-    const auto lines = quint64(remains.iLines.size() + kRecordHead * remains.iLines.count('\n'));
+    const quint64 lines = quint64(remains.iLines.size()) + kRecordHead * quint64(remains.iLines.count('\n'));
     QByteArray kept(int(Aligned(sizeof(Section) + lines)), '\0');
     auto* const section = new (kept.data()) Section(quint64(kept.size()) - sizeof(Section));
     section->SetLog(remains.iLog);
