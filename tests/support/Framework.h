@@ -30,4 +30,14 @@ inline void SetLocalCodec(const char* name)
 #endif
 }
 
+/// A text in Latin-1, or in UTF-8 with its mark, in the encoding in which the framework reads INI files.
+inline QByteArray AsFrameworkReads(const QByteArray& latin1)
+{
+#if QT_VERSION_MAJOR < 6
+    return latin1;
+#else
+    return latin1.startsWith("\xef\xbb\xbf") ? latin1 : QString::fromLatin1(latin1).toUtf8();
+#endif
+}
+
 } // namespace TestSupport
