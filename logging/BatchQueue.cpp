@@ -97,15 +97,16 @@ void BatchQueue::Put(const QByteArray& batch, const CrashFile::Mark& mark, bool 
 
 void BatchQueue::Tell(bool atOnce)
 {
-    if (!iArrival || iEvents.Posts() != iPosts) {
-        iArrival = nullptr;
+    std::shared_ptr<quint64> until = iUntil.lock();
+    if (!until || iEvents.Posts() != iPosts) {
+        iUntil.reset();
         auto arrival = std::make_unique<Arrival>();
+        until = arrival->iUntil;
         iPosts = iEvents.Posts() + 1;
-        Arrival* const posted = arrival.get();
         WriterDispatcher::PostQuietly(*iReader, arrival.release());
-        iArrival = posted;
+        iUntil = until;
     }
-    iArrival->iUntil = iPut;
+    *until = iPut;
     if (atOnce) {
         iEvents.wakeUp();
         ++iPosts; // which looks like one more
@@ -157,9 +158,9 @@ CrashFile::Mark BatchQueue::LastMark() const
 quint64 BatchQueue::Until(const Arrival& arrival)
 {
     const std::lock_guard<QMutex> lock(iMutex);
-    if (&arrival == iArrival)
-        iArrival = nullptr;
-    return arrival.iUntil;
+    if (arrival.iUntil == iUntil.lock())
+        iUntil.reset();
+    return *arrival.iUntil;
 }
 
 LogBatches BatchQueue::Next(quint64 until)

@@ -38,7 +38,7 @@ public:
     private:
         friend class BatchQueue;
 
-        quint64 iUntil = 0;
+        const std::shared_ptr<quint64> iUntil = std::make_shared<quint64>(0);
     };
 
     /// For `reader`, which must live until Close, in the thread of `events`. `capacity` is how many bytes the chunks in
@@ -99,7 +99,8 @@ private:
     mutable QMutex iMutex;
     QObject* iReader; ///< null when closed
     WriterDispatcher& iEvents;
-    Arrival* iArrival = nullptr; ///< the last one, when it covers what comes
+    /// Of the last one, when it covers what comes. Without an application object events are dropped unseen.
+    std::weak_ptr<quint64> iUntil;
     quint64 iPosts = 0; ///< of events, with that one
     bool iReaderLooks = false;
     quint64 iPut = 0;

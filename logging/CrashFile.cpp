@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kPatienceMs = 1000;
+constexpr int kRoomMs = 1000;
 constexpr std::chrono::milliseconds kAgentTimeout(1000);
 
 // Never destroyed, threads may log until the very end of the process.
@@ -97,7 +97,7 @@ void CrashFile::AwaitRoom(std::unique_lock<QRecursiveMutex>& agent, quint64 byte
     };
     if (!mustWait()) // nearly always: the clock is not asked
         return;
-    const QDeadlineTimer deadline(kPatienceMs);
+    const QDeadlineTimer deadline(kRoomMs);
     while (mustWait()) {
         ::Use& use = TheUse();
         {

@@ -12,12 +12,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using CrashFormat::Attempt;
 using CrashFormat::Remains;
 
 namespace {
 
-constexpr int kPatienceMs = 1000;
+constexpr int kPipeMs = 1000;
 constexpr size_t kPieceBytes = 64 << 10;
 constexpr std::string_view kStamp = "0000-00-00 00:00:00.";
 constexpr std::string_view kRecovered = "0000-00-00 00:00:00.000|10|Information|Logger::SetCrashFile|recovered ";
@@ -129,19 +128,19 @@ private:
     int iDescriptor;
 };
 
-bool IsFile(const struct stat& status, const Attempt& attempt)
+bool IsFile(const struct stat& status, const CrashFormat::Attempt& attempt)
 {
     return quint64(status.st_dev) == attempt.iDevice && quint64(status.st_ino) == attempt.iInode;
 }
 
-bool IsAt(const QByteArray& name, const Attempt& attempt)
+bool IsAt(const QByteArray& name, const CrashFormat::Attempt& attempt)
 {
     struct stat status = {};
     return ::stat(name.constData(), &status) == 0 && IsFile(status, attempt);
 }
 
 // The name that the file of the attempt has now: others may have rotated it. Empty when it is gone.
-QByteArray NameOf(const QByteArray& log, const Attempt& attempt)
+QByteArray NameOf(const QByteArray& log, const CrashFormat::Attempt& attempt)
 {
     if (IsAt(log, attempt))
         return log;
@@ -196,7 +195,7 @@ std::optional<Found> Find(const ReadableFile& file, const QByteArray& lines, qui
 // All or nothing of each line.
 bool Append(const Descriptor& file, const QByteArray& lines)
 {
-    const qint64 written = file.Write(lines.constData(), lines.size(), kPatienceMs);
+    const qint64 written = file.Write(lines.constData(), lines.size(), kPipeMs);
     if (written == lines.size())
         return true;
     file.TakeBack(written - (lines.left(int(written)).lastIndexOf('\n') + 1));

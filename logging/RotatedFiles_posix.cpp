@@ -43,6 +43,7 @@ std::vector<QByteArray> RotatedFiles::Of(const QByteArray& log)
     std::vector<QByteArray> files;
     const QByteArray folder = log.left(log.lastIndexOf('/') + 1);
     const std::unique_ptr<DIR, CloseFolder> listing(::opendir(folder.isEmpty() ? "." : folder.constData()));
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads this listing
     while (const dirent* const entry = listing ? ::readdir(listing.get()) : nullptr) {
         const QByteArray file = folder + entry->d_name;
         if (Rotation::IsRotatedPath(log, file))

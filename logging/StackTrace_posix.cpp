@@ -19,7 +19,7 @@ QString Describe(const QString& line)
     TraceInfo frame = StackFrame::Parse(line);
     if (!frame.iFunctionName.startsWith(QLatin1String("-[")) && !StackFrame::Demangle(frame.iFunctionName))
         LogIf::Debug(kFunc, [&] { return QLatin1String("demangle failed for FunctionName ") + frame.iFunctionName; });
-    const QString text = StackFrame::Text(frame);
+    QString text = StackFrame::Text(frame);
     Logger::LogDebug(kFunc, text);
     LogIf::Debug(kFunc, [&] { return QLatin1String("function name ") + line; });
     return text;
