@@ -28,8 +28,6 @@ struct Use
 };
 
 std::atomic<Use*> gUse{nullptr};
-// That of the use. Changes with the agent's mutex held, and with that of the use.
-std::atomic<CrashFile*> gFile{nullptr};
 
 Use& TheUse()
 {
@@ -44,9 +42,11 @@ Use& TheUse()
 
 } // namespace
 
+std::atomic<CrashFile*> CrashFile::iCurrent{nullptr};
+
 std::shared_ptr<CrashFile> CrashFile::Used()
 {
-    if (!gFile.load())
+    if (!iCurrent.load())
         return nullptr;
     const std::lock_guard<QMutex> lock(TheUse().iMutex);
     return TheUse().iFile;
@@ -54,14 +54,14 @@ std::shared_ptr<CrashFile> CrashFile::Used()
 
 void CrashFile::Use(std::shared_ptr<CrashFile> file)
 {
-    if (!file && !gFile.load())
+    if (!file && !iCurrent.load())
         return;
     ::Use& use = TheUse();
     const std::lock_guard<QMutex> lock(use.iMutex);
     use.iLast = use.iFile ? End() : use.iLast;
     if (file)
         file->Continue(use.iFile.get(), use.iLast);
-    gFile = file.get();
+    iCurrent = file.get();
     use.iFile.swap(file);
     use.iRoom.wakeAll();
 }
@@ -74,14 +74,9 @@ void CrashFile::GiveUp()
 // Another thread may have held its mutex, so that this one is given up.
 void CrashFile::ForgetInCopy()
 {
-    if (const CrashFile* const file = gFile.exchange(nullptr))
+    if (const CrashFile* const file = iCurrent.exchange(nullptr))
         file->Abandon();
     gUse = nullptr;
-}
-
-CrashFile* CrashFile::Current()
-{
-    return gFile.load(std::memory_order_relaxed);
 }
 
 bool CrashFile::HasRoom(quint64 bytes) const
@@ -161,20 +156,20 @@ void CrashFile::SetLog(const QByteArray& name)
 
 void CrashFile::BeginWrite(const Descriptor& file, qint64 offset)
 {
-    if (!gFile.load())
+    if (!iCurrent.load())
         return;
     const std::lock_guard<QMutex> lock(TheUse().iMutex);
-    if (CrashFile* const used = gFile)
+    if (CrashFile* const used = iCurrent)
         used->iSection.SetAttempt(file.Which(), offset);
 }
 
 void CrashFile::Done(const Mark& mark)
 {
-    if (!gFile.load())
+    if (!iCurrent.load())
         return;
     ::Use& use = TheUse();
     const std::lock_guard<QMutex> lock(use.iMutex);
-    CrashFile* const used = gFile;
+    CrashFile* const used = iCurrent;
     if (!used || mark.iEnd < used->iSection.iTail)
         return;
     used->iSection.iTail = mark.iEnd;

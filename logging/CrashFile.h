@@ -5,6 +5,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QMutex>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -62,7 +63,7 @@ public:
 
     /// @name For whoever logs, with the agent's mutex held
     /// @{
-    static CrashFile* Current();
+    static CrashFile* Current() { return iCurrent.load(std::memory_order_relaxed); }
     /// Waits for room without the mutex, which is not owned afterwards when it could not be had in time. Gives up after
     /// a second, and then at once until the writer goes on.
     static void AwaitRoom(std::unique_lock<QRecursiveMutex>& agent, quint64 bytes);
@@ -103,6 +104,9 @@ private:
     void Add(const char* line, int size);
     void Continue(CrashFile* before, const Mark& end);
     void Abandon() const;
+
+    // That of the use. Changes with the agent's mutex held, and with that of the use.
+    static std::atomic<CrashFile*> iCurrent;
 
     const QByteArray iName;
     Mapping iMapping;

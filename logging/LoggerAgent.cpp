@@ -1,6 +1,7 @@
 #include "CrashFile.h"
 #include "LogLine.h"
 #include "LoggingThread.h"
+#include "Now_posix.h"
 #include "Swallow.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -85,7 +86,7 @@ LoggerAgent::~LoggerAgent() = default;
     if (!word || (level & ~Level()) != 0)
         return;
     DoLog(code, func, word, msg);
-    if (iHasLoggersLevel && (level & Logger::iFlushLevels.load(std::memory_order_relaxed)) != 0)
+    if (Q_UNLIKELY((level & Logger::iFlushLevels.load(std::memory_order_relaxed)) != 0 && iHasLoggersLevel))
         HandOver();
     if (level != LoggerDefs::Error && level != LoggerDefs::Exception)
         return;
@@ -153,9 +154,9 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
 {
     std::unique_lock<QRecursiveMutex> lock(iMutex, kBufferTimeout);
     const bool isProtected = iHasLoggersLevel && CrashFile::Current();
-    if (isProtected)
+    if (Q_UNLIKELY(isProtected))
         CrashFile::AwaitRoom(lock, BytesOf(func, msg));
-    if (!lock) {
+    if (Q_UNLIKELY(!lock)) {
         if (iHasLoggersLevel)
             LogProgress::Lose();
         return;
@@ -163,9 +164,9 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     if (iBuffer.capacity() == 0)
         iBuffer.reserve(kBufferBytes);
     const auto before = iBuffer.size();
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = MSecsSinceEpoch();
     LogLine::Append(iBuffer, now, code, levelWord, func, msg);
-    if (isProtected)
+    if (Q_UNLIKELY(isProtected))
         CrashFile::Put(iBuffer.constData() + before, int(iBuffer.size() - before));
     iLastLineSecs = now / 1000;
     iHasLines = true;
@@ -180,7 +181,7 @@ QString LoggerAgent::ExceptionCodeText(LoggerDefs::ExtraErrorInfoType kind, unsi
     batch.swap(iBuffer);
     iHasLines = false;
     Q_EMIT logMessage(batch);
-    if (!iThread && iHasLoggersLevel) { // it is lost
+    if (Q_UNLIKELY(!iThread && iHasLoggersLevel)) { // it is lost
         LogProgress::Lose();
         CrashFile::Done(CrashFile::End());
     }
