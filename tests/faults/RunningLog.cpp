@@ -19,6 +19,8 @@ NEROLT_PRIVATE(LoggerWorker, iQueue, QList<QByteArray>)
 
 namespace {
 
+constexpr int kPatienceMs = 60000;
+
 LoggerAgent* Agent()
 {
     return (Logger::GetInstance()->*Logger_iAgent()).load();
@@ -49,8 +51,7 @@ void RunningLog::WhileTheWriterStandsStill(const std::function<void()>& call)
     stands->acquire();
     call();
     end->release();
-    if (Agent()) // not stopped by the call
-        HandOver();
+    Logger::Flush(kPatienceMs); // false when it was stopped meanwhile
 }
 
 qint64 RunningLog::ResidentKiB()
