@@ -28,7 +28,9 @@ private Q_SLOTS:
         QVERIFY(count > 2);
         const QStringList lines = FrameLines::Of(addresses.data(), count);
         QCOMPARE(lines.size(), count);
-        QVERIFY2(lines.first().contains(QLatin1String("frame_of_this_test")), qPrintable(lines.first()));
+        // The sanitizers put a frame of their own before it.
+        const QStringList begin = lines.mid(0, 2).filter(QStringLiteral("frame_of_this_test"));
+        QVERIFY2(!begin.isEmpty(), qPrintable(lines.first()));
         QCOMPARE(FrameLines::Of(addresses.data(), count, 2), lines.mid(2));
         QCOMPARE(FrameLines::Of(addresses.data(), 1), lines.mid(0, 1));
     }
