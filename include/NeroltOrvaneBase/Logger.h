@@ -79,6 +79,7 @@ public:
     ///
     /// The file has 4 MiB, and is removed when the log stops. If the disk is so slow that it fills up, each call waits
     /// for at most a second, and its line is then not protected. An empty path ends the protection.
+    /// Do not open the file in the process that uses it: closing it would let other processes take it.
     ///
     /// Returns false and changes nothing if the file cannot be made or has no room on the disk, if a living process
     /// uses it, if something else is there, or if the log is stopped. A relative path refers to the current folder. Any
