@@ -266,6 +266,16 @@ private Q_SLOTS:
         QCOMPARE(reader.Told(), QList<quint64>{1});
     }
 
+    // As the framework does when there is no application object: nobody adds to an event that is gone.
+    void anEventThatIsDroppedUnseenIsPostedAnew()
+    {
+        Reader reader;
+        Put(reader.iQueue, "one\n");
+        QCoreApplication::removePostedEvents(&reader);
+        Put(reader.iQueue, "two\n");
+        QCOMPARE(reader.Told(), QList<quint64>{2});
+    }
+
     void nobodyWaitsForWhatIsNotTakenAnyMore()
     {
         Reader reader;
