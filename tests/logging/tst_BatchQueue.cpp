@@ -271,6 +271,7 @@ private Q_SLOTS:
     {
         Reader reader;
         Put(reader.iQueue, "one\n");
+        reader.iEvents.wakeUp(); // which the post does where the reader has this dispatcher
         QCoreApplication::removePostedEvents(&reader);
         Put(reader.iQueue, "two\n");
         QCOMPARE(reader.Told(), QList<quint64>{2});
