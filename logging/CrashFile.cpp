@@ -7,6 +7,7 @@
 #include <QtCore/QWaitCondition>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -127,17 +128,19 @@ void CrashFile::Add(const char* line, int size)
         iSection.iUnprotected.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    const quint32 head[] = {quint32(size), CrashFormat::Check(line, quint64(size))};
-    static_assert(sizeof head == kHead);
+    const auto length = quint32(size);
     const quint64 position = iSection.iHead.load(std::memory_order_relaxed);
     if (iAt + record < CrashFormat::kCapacity) {
         char* const out = iSection.Bytes() + iAt;
-        std::memcpy(out, head, kHead);
-        std::memcpy(out + kHead, line, size_t(size));
+        const quint32 check = CrashFormat::Copy(out + kHead, line, length);
+        std::memcpy(out, &length, sizeof length);
+        std::memcpy(out + sizeof length, &check, sizeof check);
         iAt += record;
     } else {
-        iSection.Put(position, head, kHead);
-        iSection.Put(position + kHead, line, quint64(size));
+        const std::array<quint32, 2> head = {length, CrashFormat::Check(line, length)};
+        static_assert(sizeof head == kHead);
+        iSection.Put(position, head.data(), kHead);
+        iSection.Put(position + kHead, line, length);
         iAt = (position + record) % CrashFormat::kCapacity;
     }
     iSection.iHead.store(position + record, std::memory_order_release);

@@ -1,5 +1,7 @@
 #include "CrashFormat.h"
 
+#include <QtCore/QtEndian>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -14,6 +16,7 @@ constexpr std::array<char, 8> kMagic = {'N', 'e', 'r', 'o', 'l', 't', 'C', 'F'};
 constexpr quint32 kVersion = 1;
 constexpr quint32 kByteOrder = 0x01020304;
 constexpr quint64 kAlignment = alignof(Section);
+constexpr quint64 kWord = sizeof(quint64);
 
 static_assert(std::atomic<quint64>::is_always_lock_free && std::atomic<quint32>::is_always_lock_free,
               "other processes read what they leave in memory");
@@ -21,6 +24,37 @@ static_assert(std::atomic<quint64>::is_always_lock_free && std::atomic<quint32>:
 quint64 Aligned(quint64 size)
 {
     return (size + kAlignment - 1) & ~(kAlignment - 1);
+}
+
+// Two sums of eight bytes at a time, one of them weighted by the place. Calls `take` with each place that it has read.
+// The last eight bytes may overlap those before: a processor waits when it reads together what was just written in
+// pieces.
+template <typename Take>
+quint32 SumOf(const char* bytes, quint64 size, Take take)
+{
+    quint64 sum = size;
+    quint64 weighted = 0;
+    const auto add = [&sum, &weighted](quint64 word) {
+        sum += word;
+        weighted += sum;
+    };
+    const auto word = [bytes, take](quint64 at) {
+        const auto read = qFromLittleEndian<quint64>(bytes + at);
+        take(at);
+        return read;
+    };
+    const quint64 rest = size % kWord;
+    for (quint64 at = 0; at + kWord <= size; at += kWord)
+        add(word(at));
+    if (size < kWord) {
+        quint64 few = 0;
+        std::memcpy(&few, bytes, size);
+        add(few);
+    } else if (rest > 0) {
+        add(word(size - kWord) >> (8 * (kWord - rest)));
+    }
+    const quint64 both = (sum ^ (weighted << 7 | weighted >> 57)) * 0x9e3779b97f4a7c15;
+    return quint32(both >> 32);
 }
 
 template <typename Piece>
@@ -128,23 +162,16 @@ void Section::SetAttempt(const Descriptor::Identity& file, qint64 offset)
     iIsAttemptSet.store(1);
 }
 
-// Two sums of eight bytes at a time, one of them weighted by the place.
 quint32 Check(const char* bytes, quint64 size)
 {
-    quint64 sum = size;
-    quint64 weighted = 0;
-    for (; size >= sizeof(quint64); bytes += sizeof(quint64), size -= sizeof(quint64)) {
-        quint64 word = 0;
-        std::memcpy(&word, bytes, sizeof word);
-        sum += word;
-        weighted += sum;
-    }
-    quint64 word = 0;
-    std::memcpy(&word, bytes, size);
-    sum += word;
-    weighted += sum;
-    const quint64 both = (sum ^ (weighted << 7 | weighted >> 57)) * 0x9e3779b97f4a7c15;
-    return quint32(both >> 32);
+    return SumOf(bytes, size, [](quint64) {});
+}
+
+quint32 Copy(char* to, const char* bytes, quint64 size)
+{
+    if (size < kWord)
+        std::memcpy(to, bytes, size);
+    return SumOf(bytes, size, [to, bytes](quint64 at) { std::memcpy(to + at, bytes + at, kWord); });
 }
 
 quint64 SizeOf(const char* bytes, quint64 size)

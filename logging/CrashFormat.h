@@ -88,6 +88,8 @@ constexpr int kRecordHead = 8; ///< bytes before a line
 
 /// Of the bytes of a line or another piece. Finds damage, and is no defence against forgery.
 quint32 Check(const char* bytes, quint64 size);
+/// Copies them, and returns their check.
+quint32 Copy(char* to, const char* bytes, quint64 size);
 
 /// What a section holds.
 struct Remains
