@@ -132,11 +132,15 @@ class TestPage(unittest.TestCase):
             theirs["processor"] = summary(1999, 999, 2999)
             self.assertEqual(len(self.missed(results)), 1)
             theirs["processor"] = summary(2000, 1000, 3000)
-        for scenario in (Scenario(CRASH_FILE, kind, threads) for kind in ("flat", "bursty") for threads in (1, 4)):
-            logs[scenario]["mean"] = summary(2031, 1031, 3031)
-            self.assertEqual(len(self.missed(results)), 1)
-            logs[scenario]["mean"] = summary(2030, 1030, 3030)
-            self.assertEqual(self.missed(results), [])
+        for threads in (1, 4):
+            flat = logs[Scenario(CRASH_FILE, threads=threads)]
+            bursty = logs[Scenario(CRASH_FILE, "bursty", threads)]
+            for more, missed in ((30.5, 1), (29.5, 0)):
+                flat["lines/s"] = summary(*(1e9 / (1e9 / rate + more) for rate in (2000, 1000, 3000)))
+                self.assertEqual(len(self.missed(results)), missed)
+            for more, missed in ((31, 1), (30, 0)):
+                bursty["p50"] = summary(2000 + more, 1000 + more, 3000 + more)
+                self.assertEqual(len(self.missed(results)), missed)
         logs[Scenario("glog", "bursty")]["p99.9"] = summary(1999, 999, 2999)
         self.assertEqual(len(self.missed(results)), 1)
 
