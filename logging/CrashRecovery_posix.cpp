@@ -139,16 +139,18 @@ bool IsAt(const QByteArray& name, const CrashFormat::Attempt& attempt)
     return ::stat(name.constData(), &status) == 0 && IsFile(status, attempt);
 }
 
-// The name that the file of the attempt has now: others may have rotated it. Empty when it is gone.
-QByteArray NameOf(const QByteArray& log, const CrashFormat::Attempt& attempt)
+// The name that the file of the attempt has now: others may have rotated it. Empty when it is gone; no value when that
+// cannot be told.
+std::optional<QByteArray> NameOf(const QByteArray& log, const CrashFormat::Attempt& attempt)
 {
     if (IsAt(log, attempt))
         return log;
-    for (const QByteArray& name : RotatedFiles::Of(log)) {
-        if (IsAt(name, attempt))
-            return name;
-    }
-    return QByteArray();
+    const auto rotated = RotatedFiles::Of(log);
+    if (!rotated)
+        return std::nullopt;
+    const auto found
+        = std::find_if(rotated->begin(), rotated->end(), [&](const QByteArray& name) { return IsAt(name, attempt); });
+    return found == rotated->end() ? QByteArray() : *found;
 }
 
 // Nothing else has a place in the log's.
@@ -210,10 +212,12 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
     const QByteArray& lines = remains.iLines;
     const WriteSignals::Blocker blocker;
     const QByteArray log = remains.iLog.isEmpty() ? newLog : remains.iLog;
-    const QByteArray attempted = remains.iIsAttemptOpen ? NameOf(log, *remains.iAttempt) : QByteArray();
-    if (lines.isEmpty() && attempted.isEmpty())
+    const auto attempted = remains.iIsAttemptOpen ? NameOf(log, *remains.iAttempt) : QByteArray();
+    if (lines.isEmpty() && (!attempted || attempted->isEmpty()))
         return 0;
-    const QByteArray& name = attempted.isEmpty() ? log : attempted;
+    if (!attempted)
+        return std::nullopt;
+    const QByteArray& name = attempted->isEmpty() ? log : *attempted;
     if (!CanBeLog(name))
         return std::nullopt;
     const Descriptor file(name);
@@ -225,7 +229,7 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
         if (!(readable.Which() == file.Which()) || !IsLog(readable, remains))
             return std::nullopt;
         const qint64 size = file.Size();
-        if (attempted.isEmpty() || remains.iAttempt->iOffset > quint64(size)) { // or somebody has emptied it
+        if (attempted->isEmpty() || remains.iAttempt->iOffset > quint64(size)) { // or somebody has emptied it
             found.iEndsWithin = size > 0 && !EndsLine(readable, size);
             section.SetAttempt(file.Which(), size);
         } else if (const std::optional<Found> there = Find(readable, lines, remains.iAttempt->iOffset)) {

@@ -5,6 +5,7 @@
 #include <QtCore/QMutex>
 
 #include <algorithm>
+#include <cerrno>
 #include <dirent.h>
 #include <memory>
 #include <mutex>
@@ -38,17 +39,22 @@ bool IsFileOfItsOwn(const struct stat& file, const QByteArray& log)
 
 } // namespace
 
-std::vector<QByteArray> RotatedFiles::Of(const QByteArray& log)
+std::optional<std::vector<QByteArray>> RotatedFiles::Of(const QByteArray& log)
 {
     std::vector<QByteArray> files;
     const QByteArray folder = log.left(log.lastIndexOf('/') + 1);
     const std::unique_ptr<DIR, CloseFolder> listing(::opendir(folder.isEmpty() ? "." : folder.constData()));
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread reads this listing
-    while (const dirent* const entry = listing ? ::readdir(listing.get()) : nullptr) {
+    const auto next = [&listing] {
+        errno = 0; // readdir returns null at the end, too
+        return listing ? ::readdir(listing.get()) : nullptr; // NOLINT(concurrency-mt-unsafe): this thread's listing
+    };
+    while (const dirent* const entry = next()) {
         const QByteArray file = folder + entry->d_name;
         if (Rotation::IsRotatedPath(log, file))
             files.push_back(file);
     }
+    if (!listing || errno != 0)
+        return std::nullopt;
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -68,7 +74,7 @@ void RotatedFiles::Prune(const QByteArray& log)
     }
     if (left.iCount == 0 && left.iBytes == 0)
         return;
-    const std::vector<QByteArray> files = Of(log);
+    const std::vector<QByteArray> files = Of(log).value_or(std::vector<QByteArray>());
     int count = 0;
     qint64 bytes = 0;
     for (auto file = files.rbegin(); file != files.rend(); ++file) {
