@@ -72,6 +72,7 @@ add_library(NeroltOrvaneBase ${library_type}
   logging/Stamp.cpp
   logging/WriterDispatcher.cpp
   settings/IIniFileBase.cpp
+  settings/IniChanges.cpp
   settings/IniDisk.cpp
   settings/IniEncoding_qt${NEROLT_QT}.cpp
   settings/IniFile.cpp
@@ -81,6 +82,7 @@ add_library(NeroltOrvaneBase ${library_type}
   settings/IniText.cpp
   settings/ReadableIni.cpp
   settings/SettingsIniFile.cpp
+  settings/StandIns.cpp
   settings/StreamedValue.cpp
   system/HostWords.cpp
   system/ReportText.cpp

@@ -4,15 +4,14 @@
 #include "IniNames.h"
 #include "IniText.h"
 #include "ReadableIni.h"
+#include "StandIns.h"
 
-#include <QtCore/QByteArrayList>
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
-#include <QtCore/QUuid>
 
 #include <algorithm>
 #include <atomic>
@@ -40,37 +39,6 @@ QString Bindable(const QString& path)
     return StateOf(path).iKind == Kind::Other ? path + QLatin1String("/none") : path;
 }
 
-QString Normal(const QString& key)
-{
-    return key.contains(kSeparator) ? key.split(kSeparator, Qt::SkipEmptyParts).join(kSeparator) : key;
-}
-
-QString Full(const QString& group, const QString& key)
-{
-    const QString start = Normal(group);
-    return start.isEmpty() ? Normal(key) : start + kSeparator + Normal(key);
-}
-
-QString Full(const IniSettings::Change& change)
-{
-    return Full(change.iGroup, change.iKey);
-}
-
-IniNames::Name NameOf(const IniSettings::Change& change)
-{
-    const bool isSection = !change.iGroup.isEmpty() && !change.iGroup.contains(kSeparator);
-    return isSection ? IniNames::Name{change.iGroup, Normal(change.iKey)} : IniNames::Split(Full(change));
-}
-
-// Whether the removal of one of the keys also removes this one.
-bool IsBelow(const QString& key, const QSet<QString>& removed)
-{
-    QString name = Normal(key);
-    while (!name.isEmpty() && !removed.contains(name))
-        name.truncate(std::max(int(name.lastIndexOf(kSeparator)), 0));
-    return removed.contains(name);
-}
-
 // The keys that the framework finds when it reads the file again. If it finds too few, either a read failed or the
 // framework did not write this text.
 QStringList KeysOf(const Backup& backup, const QByteArray& text)
@@ -84,35 +52,6 @@ QStringList KeysOf(const Backup& backup, const QByteArray& text)
             keys.swap(more);
     }
     return keys;
-}
-
-/// Texts that are put in the place of values while QSettings writes them.
-class StandIns
-{
-public:
-    QByteArray For(const QByteArray& value)
-    {
-        iValues += value;
-        return iMark + QByteArray::number(iValues.size() - 1) + 'x';
-    }
-    QByteArray Restored(const QByteArray& text) const;
-
-private:
-    const QByteArray iMark = QUuid::createUuid().toByteArray(QUuid::Id128);
-    QByteArrayList iValues;
-};
-
-QByteArray StandIns::Restored(const QByteArray& text) const
-{
-    QByteArray restored;
-    int from = 0;
-    for (int at = int(text.indexOf(iMark)); at >= 0; at = int(text.indexOf(iMark, from))) {
-        const int number = at + int(iMark.size());
-        const int end = int(text.indexOf('x', number));
-        restored += text.mid(from, at - from) + iValues.value(text.mid(number, end - number).toInt());
-        from = end + 1;
-    }
-    return restored + text.mid(from);
 }
 
 void ApplyTo(QSettings& settings, const IniSettings::Change& change)
@@ -141,10 +80,10 @@ IniSettings::IniSettings(const QString& path, bool isCopy)
 
 IniSettings::~IniSettings()
 {
-    if (!HasChanges())
+    if (iChanges.IsEmpty())
         return;
     Save();
-    if (HasChanges())
+    if (!iChanges.IsEmpty())
         --gUnsaved;
 }
 
@@ -155,9 +94,9 @@ void IniSettings::Add(const Change& change)
         Refresh();
     else if (!iHasLooked)
         IsReadable();
-    if (!HasChanges())
+    if (iChanges.IsEmpty())
         ++gUnsaved;
-    iChanges += change;
+    iChanges.Add(change);
     if (!iIsFrameworks)
         iIsForgotten = true; // until all is known that is to be written
     if (!iIsReadable || iIsForgotten)
@@ -165,42 +104,6 @@ void IniSettings::Add(const Change& change)
     beginGroup(change.iGroup);
     ApplyTo(*this, change);
     endGroup();
-}
-
-void IniSettings::ForEachChange(const std::function<void(const Change&)>& function) const
-{
-    std::for_each(iChanges.begin(), iChanges.end(), function);
-    if (iMany)
-        iMany(function);
-}
-
-const IniSettings::Change* IniSettings::Unsaved(const QString& group, const QString& key) const
-{
-    const QString name = Full(group, key);
-    for (auto change = iChanges.rbegin(); change != iChanges.rend(); ++change) {
-        const QString changed = Full(*change);
-        if (change->iIsRemoval ? IsBelow(name, {Normal(changed)}) : changed == name)
-            return &*change;
-    }
-    return nullptr;
-}
-
-QSet<QString> IniSettings::Removed() const
-{
-    QSet<QString> removed;
-    ForEachChange([&removed](const Change& change) {
-        if (change.iIsRemoval)
-            removed += Normal(Full(change));
-    });
-    return removed;
-}
-
-bool IniSettings::HasEffectOn(const QStringList& keys) const
-{
-    const QSet<QString> removed = Removed();
-    bool sets = false;
-    ForEachChange([&sets](const Change& change) { sets = sets || !change.iIsRemoval; });
-    return sets || std::any_of(keys.begin(), keys.end(), [&](const QString& key) { return IsBelow(key, removed); });
 }
 
 // Checks the text once for each version of the file.
@@ -230,7 +133,7 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
 bool IniSettings::Refresh()
 {
     const bool isReadable = IsReadable();
-    if (gUnsaved > 0 && (isReadable || HasChanges())) {
+    if (gUnsaved > 0 && (isReadable || !iChanges.IsEmpty())) {
         Save();
     } else if (isReadable && !iHasTaken) {
         sync();
@@ -254,7 +157,7 @@ void IniSettings::Apply()
     TakeAll(*this); // outside of all groups
     QString group;
     beginGroup(group);
-    ForEachChange([&](const Change& change) {
+    iChanges.ForEach([&](const Change& change) {
         if (change.iGroup != group) {
             endGroup();
             group = change.iGroup;
@@ -273,10 +176,9 @@ bool IniSettings::Save()
         IniDisk::RemoveLeftovers(TargetOf(iPath));
     for (int i = 0; i < kRounds; ++i) {
         if (TrySave()) {
-            if (HasChanges())
+            if (!iChanges.IsEmpty())
                 --gUnsaved;
-            iChanges.clear();
-            iMany = nullptr;
+            iChanges.Clear();
             iIsForgotten = false;
             return true;
         }
@@ -288,12 +190,12 @@ bool IniSettings::Save()
 bool IniSettings::Save(const Changes& changes)
 {
     ++gUnsaved;
-    iMany = changes;
+    iChanges.SetMany(changes);
     iIsForgotten = true;
     const bool isSaved = Save();
     if (!isSaved)
         --gUnsaved;
-    iMany = nullptr;
+    iChanges.SetMany(nullptr);
     return isSaved;
 }
 
@@ -302,11 +204,9 @@ bool IniSettings::IsWhole(const QByteArray& before, const QByteArray& after, con
 {
     if (!after.isEmpty() && !after.endsWith('\n'))
         return false;
-    const QSet<QString> removed = Removed();
-    const auto isRemoved = [&removed](const QString& key) { return IsBelow(key, removed); };
-    const IniNames::Name last = IniNames::Last(after);
-    bool isCut = false;
-    ForEachChange([&](const Change& change) { isCut = isCut || (!change.iIsRemoval && last < NameOf(change)); });
+    const QSet<QString> removed = iChanges.Removed();
+    const auto isRemoved = [&removed](const QString& key) { return IniChanges::IsBelow(key, removed); };
+    const bool isCut = iChanges.SetAfter(IniNames::Last(after));
     if (!isCut && IniNames::AreKept(before, after, isRemoved))
         return true; // without building lists of all keys
     const QStringList keys = allKeys();
@@ -341,7 +241,7 @@ bool IniSettings::TrySave()
     sync();
     const State changed = StateOf(iEncodedPath);
     if (changed == state)
-        return status() != AccessError || !HasEffectOn(isFile ? KeysOf(backup, text) : QStringList());
+        return status() != AccessError || !iChanges.HaveEffectOn(isFile ? KeysOf(backup, text) : QStringList());
     Content after;
     if (after.Read(iPath) && IsWhole(text, after.Bytes(), backup)) {
         LookAt(changed, after.Bytes());
@@ -378,7 +278,7 @@ bool IniSettings::IsWritableHere(const QByteArray& text) const
         isPlain = false;
         return QString();
     };
-    ForEachChange([&](const Change& change) {
+    iChanges.ForEach([&](const Change& change) {
         if (isPlain)
             IniEncoding::Writable(change.iValue, standIn);
     });
@@ -407,7 +307,7 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
         return false;
     IniSettings copy(path, true);
     const auto changes = [&](const auto& function) {
-        ForEachChange([&](const Change& change) {
+        iChanges.ForEach([&](const Change& change) {
             const auto standIn = [&](const QByteArray& value) { return QString::fromLatin1(standIns.For(value)); };
             function({change.iGroup, change.iKey, IniEncoding::Writable(change.iValue, standIn), change.iIsRemoval});
         });

@@ -1,14 +1,9 @@
 #pragma once
 
+#include "IniChanges.h"
 #include "IniDisk.h"
 
-#include <QtCore/QSet>
 #include <QtCore/QSettings>
-#include <QtCore/QVariant>
-#include <QtCore/QVector>
-
-#include <functional>
-#include <memory>
 
 /// The framework's settings on an INI file, with safeguards: the framework does not see values that it cannot decode
 /// safely, a path that is not a file is not opened, and if a change could not be written completely, the file gets its
@@ -16,16 +11,8 @@
 class IniSettings : public QSettings // clazy:exclude=missing-qobject-macro
 {
 public:
-    struct Change
-    {
-        QString iGroup;
-        QString iKey;
-        QVariant iValue;
-        bool iIsRemoval = false;
-    };
-
-    /// Calls a function for each change.
-    using Changes = std::function<void(const std::function<void(const Change&)>&)>;
+    using Change = IniChanges::Change;
+    using Changes = IniChanges::Many;
 
     explicit IniSettings(const QString& path);
     ~IniSettings() override;
@@ -37,7 +24,7 @@ public:
     /// Loads changes from the disk, and writes unsaved ones. Returns IsReadable.
     bool Refresh();
     /// The last change of a key that is not in the file yet, or null.
-    const Change* Unsaved(const QString& group, const QString& key) const;
+    const Change* Unsaved(const QString& group, const QString& key) const { return iChanges.Last(group, key); }
     /// Changes memory only.
     void Add(const Change& change);
     /// Call it outside of all groups. False if a change is not in the file; the next change tries it again.
@@ -52,12 +39,8 @@ private:
     /// With `isCopy`, the file is one in which nothing is left for IniEncoding to do.
     IniSettings(const QString& path, bool isCopy);
 
-    QSet<QString> Removed() const;
-    bool HasEffectOn(const QStringList& keys) const;
     bool IsWritableHere(const QByteArray& text) const;
     void LookAt(const IniDisk::State& state, const QByteArray& text);
-    bool HasChanges() const { return iMany || !iChanges.empty(); }
-    void ForEachChange(const std::function<void(const Change&)>& function) const;
     bool TrySave();
     void TakeAnew();
     bool TrySaveBeside(const QByteArray& text);
@@ -76,6 +59,5 @@ private:
     bool iIsForgotten = false; ///< QSettings has no unsaved changes
     bool iHasTidied = false; ///< has removed the files that killed writers left
     IniDisk::State iState;
-    QVector<Change> iChanges;
-    Changes iMany;
+    IniChanges iChanges;
 };
