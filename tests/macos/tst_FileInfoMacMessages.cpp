@@ -1,4 +1,5 @@
 #include "FakeFoundation.h"
+#include "FoundationMessages.h"
 
 #include <NeroltOrvaneBase/FileInfoMac.h>
 
@@ -6,40 +7,21 @@
 #include <QtTest/QTest>
 
 #include <climits>
-#include <cmath>
 #include <optional>
-
-// The runtime keeps its tables until the end. The fake counts the objects.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:libobjc.so";
-}
 
 Q_DECLARE_METATYPE(FakeFoundation::Answers)
 Q_DECLARE_METATYPE(FileTimeType)
 Q_DECLARE_METATYPE(std::optional<qint64>)
 
-namespace {
-
 using FakeFoundation::Answers;
+using namespace FoundationMessages;
+
+namespace {
 
 constexpr double kCreated = 1500000000.125;
 constexpr double kModified = 1700000000.875;
 constexpr qint64 kCreatedMs = 1500000000125;
 constexpr qint64 kModifiedMs = 1700000000875;
-
-const QString kManager = QStringLiteral("+[NSFileManager defaultManager]");
-
-QString Quoted(const QString& path)
-{
-    return QLatin1Char('"') + path + QLatin1Char('"');
-}
-
-QString Exists(const QString& path)
-{
-    return QLatin1String("-[NSFileManager fileExistsAtPath:") + Quoted(path) + QLatin1Char(']');
-}
 
 QString Attributes(const QString& path)
 {
@@ -51,38 +33,9 @@ QString Attribute(const char* name)
     return QLatin1String("-[NSDictionary objectForKeyedSubscript:") + QLatin1String(name) + QLatin1Char(']');
 }
 
-QString Pair(const QString& name, const QString& value)
-{
-    return QLatin1String("+[NSDictionary dictionaryWithObjects:{") + value + QLatin1String("} forKeys:{") + name
-        + QLatin1String("} count:1]");
-}
-
-QString Set(const QString& name, const QString& value, const QString& path)
-{
-    return QLatin1String("-[NSFileManager setAttributes:{") + name + QLatin1String(" = ") + value
-        + QLatin1String("} ofItemAtPath:") + Quoted(path) + QLatin1String(" error:nil]");
-}
-
 QString Date(qint64 msecs)
 {
     return QStringLiteral("date %1").arg(msecs);
-}
-
-QString Number(bool value)
-{
-    return QStringLiteral("number %1").arg(int(value));
-}
-
-QStringList SetMessages(const char* name, const QString& value, const QString& path)
-{
-    const QString attribute = QLatin1String(name);
-    return {Pair(attribute, value), kManager, Set(attribute, value, path)};
-}
-
-QStringList LockMessages(const QString& path, bool readOnly)
-{
-    return QStringList{kManager, Exists(path), QStringLiteral("+[NSNumber numberWithBool:%1]").arg(int(readOnly))}
-    + SetMessages("NSFileImmutable", Number(readOnly), path);
 }
 
 // Both dates exist, and every call succeeds.
@@ -92,24 +45,6 @@ Answers Willing()
     answers.iCreationDate = kCreated;
     answers.iModificationDate = kModified;
     return answers;
-}
-
-void AddPaths()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("plain") << QStringLiteral("/Users/user/Library/Logs/host.log");
-    QTest::newRow("blanks and quotes") << QStringLiteral("/a b/\"c\" 'd'");
-    QTest::newRow("percent") << QStringLiteral("/%1/%@/%");
-    QTest::newRow("umlauts, composed") << QString::fromUtf8("/\xC3\xA4\xC3\xB6\xC3\xBC");
-    QTest::newRow("umlaut, decomposed") << QString::fromUtf8("/a\xCC\x88");
-    QTest::newRow("beyond the basic plane") << QString::fromUtf8("/\xF0\x9F\x98\x80");
-    QTest::newRow("Hebrew, from the right") << QString::fromUtf8("/\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D");
-    QTest::newRow("half a character") << QString(QLatin1Char('/')) + QChar(0xD83D);
-    QTest::newRow("NUL within") << QStringLiteral("/a") + QChar(0) + QLatin1Char('b');
-    QTest::newRow("NUL alone") << QString(QChar(0));
-    QTest::newRow("a folder, with its slash") << QStringLiteral("/tmp/");
-    QTest::newRow("relative") << QStringLiteral("file");
-    QTest::newRow("long") << QString(5000, QLatin1Char('x'));
 }
 
 void AddStrangeTypes()
@@ -309,6 +244,19 @@ private slots:
         QCOMPARE(FakeFoundation::Messages(), once + once);
     }
 
+    // Any value except NO means YES.
+    void otherYes()
+    {
+        Answers answers = Willing();
+        answers.iFileExists = 2;
+        answers.iSetAttributes = 0x80;
+        FakeFoundation::Start(answers);
+        FileInfoMac info(QStringLiteral("/a"));
+        QVERIFY(info.GetTime(FileTimeCreation).isValid());
+        QCOMPARE(int(info.SetTime(QDateTime::fromMSecsSinceEpoch(0), FileTimeWrite)), 1);
+        QCOMPARE(int(info.SetReadOnlyFlag(true)), 1);
+    }
+
     void setInvalidTime()
     {
         QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetTime(QDateTime(), FileTimeModification));
@@ -343,107 +291,6 @@ private slots:
         const QString path = QStringLiteral("/a");
         QVERIFY(!FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(0), type));
         QCOMPARE(FakeFoundation::Messages(), SetMessages(name, Date(0), path));
-    }
-
-    void lock_data() { AddPaths(); }
-    void lock()
-    {
-        QFETCH(QString, path);
-        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(true));
-        QCOMPARE(FakeFoundation::Messages(), LockMessages(path, true));
-    }
-
-    void unlock_data() { AddPaths(); }
-    void unlock()
-    {
-        QFETCH(QString, path);
-        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(false));
-        QCOMPARE(FakeFoundation::Messages(), LockMessages(path, false));
-    }
-
-    void lockFails_data()
-    {
-        QTest::addColumn<Answers>("answers");
-        QTest::addColumn<bool>("readOnly");
-        QTest::addColumn<QStringList>("messages");
-        const QString path = QStringLiteral("/a");
-        for (const bool readOnly : {true, false}) {
-            const char* const word = readOnly ? "locking" : "unlocking";
-            Answers answers;
-            answers.iFileExists = 0;
-            QTest::addRow("%s, no file", word) << answers << readOnly << QStringList{kManager, Exists(path)};
-            answers = Answers();
-            answers.iSetAttributes = 0;
-            QTest::addRow("%s, refused", word) << answers << readOnly << LockMessages(path, readOnly);
-            answers = Answers();
-            answers.iHasManager = false;
-            QTest::addRow("%s, no file manager", word) << answers << readOnly << QStringList{kManager};
-        }
-    }
-    void lockFails()
-    {
-        QFETCH(Answers, answers);
-        QFETCH(bool, readOnly);
-        QFETCH(QStringList, messages);
-        FakeFoundation::Start(answers);
-        QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetReadOnlyFlag(readOnly));
-        QCOMPARE(FakeFoundation::Messages(), messages);
-    }
-
-    // Any value except NO means YES.
-    void otherYes()
-    {
-        Answers answers = Willing();
-        answers.iFileExists = 2;
-        answers.iSetAttributes = 0x80;
-        FakeFoundation::Start(answers);
-        FileInfoMac info(QStringLiteral("/a"));
-        QVERIFY(info.GetTime(FileTimeCreation).isValid());
-        QCOMPARE(int(info.SetReadOnlyFlag(true)), 1);
-        QCOMPARE(int(info.SetTime(QDateTime::fromMSecsSinceEpoch(0), FileTimeWrite)), 1);
-    }
-
-    void version_data()
-    {
-        QTest::addColumn<int>("major");
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<int>("patch");
-        QTest::newRow("10.15.7") << 10 << 15 << 7;
-        QTest::newRow("11.0") << 11 << 0 << 0;
-        QTest::newRow("14.2.1") << 14 << 2 << 1;
-        QTest::newRow("10.10") << 10 << 10 << 0;
-        QTest::newRow("greatest") << INT_MAX << INT_MAX << INT_MAX;
-        QTest::newRow("zero") << 0 << 0 << 3;
-    }
-    void version()
-    {
-        QFETCH(int, major);
-        QFETCH(int, minor);
-        QFETCH(int, patch);
-        Answers answers;
-        answers.iMajor = major;
-        answers.iMinor = minor;
-        answers.iPatch = patch;
-        FakeFoundation::Start(answers);
-        const OSVersion version = FileInfoMac::GetOSVersion();
-        QCOMPARE(version.iMajor, major);
-        QCOMPARE(version.iMinor, minor);
-        const QStringList expected{QStringLiteral("+[NSProcessInfo processInfo]"),
-                                   QStringLiteral("-[NSProcessInfo operatingSystemVersion]")};
-        QCOMPARE(FakeFoundation::Messages(), expected);
-    }
-
-    void versionWithoutProcessInfo()
-    {
-        Answers answers;
-        answers.iHasProcessInfo = false;
-        answers.iMajor = 14;
-        answers.iMinor = 2;
-        FakeFoundation::Start(answers);
-        const OSVersion version = FileInfoMac::GetOSVersion();
-        QCOMPARE(version.iMajor, 0);
-        QCOMPARE(version.iMinor, 0);
-        QCOMPARE(FakeFoundation::Messages(), QStringList{QStringLiteral("+[NSProcessInfo processInfo]")});
     }
 };
 
