@@ -1,11 +1,11 @@
 #include "CrashKills.h"
 
-#include "CallDeath.h"
+#include "CrashLives.h"
+#include "CrashedLog.h"
 #include "Lines.h"
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
-
-#include <NeroltOrvaneBase/Logger.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -14,30 +14,21 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <functional>
-#include <new>
-#include <stdexcept>
 #include <sys/mman.h>
-#include <sys/resource.h>
-#include <thread>
 #include <unistd.h>
 
+using namespace CrashLives;
+using namespace CrashedLog;
 using CrashKills::Death;
 using CrashKills::Event;
 using CrashKills::Outcome;
 using CrashKills::Plan;
-using TestSupport::Scenario;
 
 namespace {
 
 constexpr int kTimeoutMs = 60000;
-constexpr int kMostThreads = 4;
-constexpr int kMostRuns = 8;
 constexpr int kFlatOutUsecs = 8000; // the longest life
 constexpr int kSteadyUsecs = 24000;
 constexpr int kRecoveryUsecs = 3000;
@@ -45,172 +36,20 @@ constexpr int kPauseUsecs = 50;
 constexpr int kMostCalls = 90; // of a start that completes a log
 constexpr int kMostRotationCalls = 16;
 constexpr int kMostWrites = 6;
-constexpr int kRefused = 77;
-constexpr int kLastLines = 4; // all levels that pass
 constexpr qint64 kMaxBytes = 104857600;
 
-const QString kLog = QStringLiteral("app.log");
-const QString kOtherLog = QStringLiteral("other.log");
-const QString kRotatedLogs = QStringLiteral("app-*.log");
-const QString kOtherRotatedLogs = QStringLiteral("other-*.log");
-const QString kCrashFile = QStringLiteral("app.crash");
-constexpr const char* kSaid = "said";
-constexpr const char* kTorn = "<no line feed>";
 constexpr const char* kRecovered = "|10|Information|Logger::SetCrashFile|recovered ";
-
-// What the processes tell, in memory that outlives them.
-struct Said
-{
-    std::atomic<int> iStarted{0};
-    std::atomic<int> iLogging{0};
-    std::array<std::atomic<int>, kMostRuns * kMostThreads> iReturned{}; ///< calls, of each speaker
-};
-
-// In a file of the current folder, which must have its size.
-Said* Share(const QByteArray& path)
-{
-    const int file = ::open(path.constData(), O_RDWR | O_CLOEXEC);
-    void* const memory = ::mmap(nullptr, sizeof(Said), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    ::close(file);
-    if (memory == MAP_FAILED)
-        qFatal("no shared memory");
-    return static_cast<Said*>(memory);
-}
-
-// --- The children
-
-int Argument(const QStringList& arguments, int number)
-{
-    return arguments.value(number).toInt();
-}
-
-void SayOn(Said& said, int speaker, int number, int pauseUsecs)
-{
-    Lines::Say(speaker, number);
-    said.iReturned.at(size_t(speaker)).store(number + 1, std::memory_order_release);
-    if (pauseUsecs > 0)
-        ::usleep(useconds_t(pauseUsecs));
-}
-
-[[noreturn]] void Die(Death death)
-{
-    switch (death) {
-    case Death::Crash:
-        std::signal(SIGSEGV, SIG_DFL); // not the sanitizer's
-        *static_cast<volatile char*>(::mmap(nullptr, 1, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) = 1;
-        break;
-    case Death::Abort:
-        std::abort();
-    case Death::Exception:
-        throw std::runtime_error("nobody catches it");
-    case Death::Exit:
-        ::_exit(1);
-    case Death::Kill:
-    case Death::AtCall:
-    case Death::InWrite:
-        break;
-    }
-    ::kill(::getpid(), SIGKILL);
-    ::_exit(kRefused);
-}
-
-void Start()
-{
-    struct rlimit none = {};
-    ::setrlimit(RLIMIT_CORE, &none);
-    Logger::GetInstance()->SetLevel(Lines::kAlwaysOn);
-    if (!Logger::SetCrashFile(kCrashFile))
-        ::_exit(kRefused);
-    Logger::SetLoggerFileName(kLog, false);
-}
-
-struct Load
-{
-    int iRun;
-    int iThreads;
-    int iPauseUsecs;
-    std::chrono::microseconds iLife;
-    Death iDeath;
-    bool iChanges;
-    std::function<void(Death)> iArm;
-};
-
-// The main thread is the first speaker.
-[[noreturn]] void LogUntilDeath(Said& said, const Load& load)
-{
-    const int first = load.iRun * kMostThreads;
-    for (int thread = 1; thread < load.iThreads; ++thread) {
-        std::thread([&said, &load, speaker = first + thread] {
-            for (int number = 0;; ++number)
-                SayOn(said, speaker, number, load.iPauseUsecs);
-        }).detach();
-    }
-    auto begin = std::chrono::steady_clock::now();
-    bool isToChange = load.iChanges;
-    for (int number = 0;; ++number) {
-        SayOn(said, first, number, load.iPauseUsecs);
-        said.iLogging.store(load.iRun + 1);
-        const auto lived = std::chrono::steady_clock::now() - begin;
-        if (isToChange && lived > load.iLife / 2) {
-            Logger::SetLoggerFileName(kOtherLog, true);
-            load.iArm(load.iDeath);
-            isToChange = false;
-            begin = std::chrono::steady_clock::now(); // it may have taken long
-        } else if (load.iDeath != Death::Kill && lived > load.iLife) {
-            Die(load.iDeath);
-        }
-    }
-}
-
-// Arguments: run, threads, pause, life, death, change, half calls, whether they count from a rename, write, its
-// percent.
-const Scenario crashKilled("crashKilled", [](const QStringList& arguments) {
-    Said& said = *Share(kSaid);
-    const auto arm = [&arguments](Death death) {
-        if (death == Death::AtCall)
-            CallDeath::AfterCalls(Argument(arguments, 6), Argument(arguments, 7) != 0);
-        else if (death == Death::InWrite)
-            CallDeath::InWrite(Argument(arguments, 8), Argument(arguments, 9));
-    };
-    const Load load{Argument(arguments, 0),
-                    Argument(arguments, 1),
-                    Argument(arguments, 2),
-                    std::chrono::microseconds(Argument(arguments, 3)),
-                    Death(Argument(arguments, 4)),
-                    Argument(arguments, 5) != 0,
-                    arm};
-    said.iStarted.store(load.iRun + 1);
-    if (load.iRun > 0)
-        arm(load.iDeath);
-    Start();
-    if (load.iRun == 0 && !load.iChanges)
-        arm(load.iDeath);
-    LogUntilDeath(said, load);
-    return kRefused;
-});
-
-// The argument: run.
-const Scenario crashCompleted("crashCompleted", [](const QStringList& arguments) {
-    Said& said = *Share(kSaid);
-    Start();
-    for (int number = 0; number < kLastLines; ++number)
-        SayOn(said, Argument(arguments, 0) * kMostThreads, number, 0);
-    Logger::StopLogging();
-    return 0;
-});
-
-// --- The parent
 
 class Child
 {
 public:
     Child(const QString& folder, const char* scenario, const QList<int>& numbers)
     {
-        QStringList arguments{QStringLiteral("--scenario"), QString::fromLatin1(scenario)};
+        QStringList arguments;
         for (const int number : numbers)
             arguments += QString::number(number);
         iProcess.setWorkingDirectory(folder);
-        iProcess.start(QCoreApplication::applicationFilePath(), arguments);
+        TestSupport::StartScenario(iProcess, scenario, arguments);
     }
 
     bool IsRunning() { return iProcess.state() != QProcess::NotRunning && !iProcess.waitForFinished(0); }
@@ -228,59 +67,9 @@ private:
     QProcess iProcess;
 };
 
-using Text = QList<QByteArray>;
-
 bool IsPassed(int number)
 {
-    return (Lines::LevelOf(number) & Lines::kAlwaysOn) != 0;
-}
-
-bool IsHeader(const QByteArray& line)
-{
-    constexpr int kStamp = 23;
-    return line.mid(kStamp).startsWith("continued from ");
-}
-
-bool IsLogsOwn(const QByteArray& body)
-{
-    for (const char* const start : {"StopLogging|stopping logging file path is ", "SetLoggerFileName|Existing path is ",
-                                    "SetLoggerFileName|New path is "}) {
-        const QByteArray whole = QByteArray("|10|Information|Logger::") + start;
-        if (body == whole + kLog.toLatin1() || body == whole + kOtherLog.toLatin1())
-            return true;
-    }
-    return false;
-}
-
-// Those that are whole.
-qint64 Count(const Text& lines)
-{
-    return std::count_if(lines.begin(), lines.end(),
-                         [](const QByteArray& line) { return !line.endsWith(kTorn) && !IsHeader(line); });
-}
-
-// The lines in the buffer when the log changes its file are in both.
-void RemoveTwofold(const Text& log, Text& other)
-{
-    int at = other.isEmpty() ? -1 : log.indexOf(other.first());
-    while (at >= 0 && at < log.size() && !other.isEmpty() && log.at(at) == other.first()) {
-        other.removeFirst();
-        ++at;
-    }
-}
-
-// What is in the log and its rotated files, in order, without what it was filled with at first.
-Text LinesOf(const QDir& folder, const QString& log, const QString& rotated, qint64 filled)
-{
-    Text lines;
-    const QStringList names = folder.entryList({rotated}, QDir::Files, QDir::Name) + QStringList{log};
-    for (const QString& name : names) {
-        QFile file(folder.filePath(name));
-        if (file.open(QIODevice::ReadOnly) && file.seek(filled))
-            lines += LogText::Lines(file.readAll());
-        filled = 0;
-    }
-    return lines;
+    return (Lines::LevelOf(number) & StartedLog::kAlwaysOn) != 0;
 }
 
 class Life
@@ -305,8 +94,8 @@ private:
     void JudgeLine(const QByteArray& line, const Lines::Said& said);
     void JudgeRecovered(const QByteArray& line);
     void JudgeSpeakers();
-    Text LogLines() const { return LinesOf(iFolder, kLog, kRotatedLogs, iFilled); }
-    Text OtherLines() const { return LinesOf(iFolder, kOtherLog, kOtherRotatedLogs, 0); }
+    Text LogLines() const { return LinesOf(iFolder, kLog, iFilled); }
+    Text OtherLines() const { return LinesOf(iFolder, kOtherLog, 0); }
     void SkipTo(size_t speaker, int number);
     int Below(int most) { return iRandom.bounded(most); }
     void Fail(const QByteArray& fault)
@@ -353,7 +142,7 @@ void Life::KillOne(int run, Death death)
     const int longest = isRecovery ? kRecoveryUsecs : iPlan.iPauseUsecs > 0 ? kSteadyUsecs : kFlatOutUsecs;
     const int life = Below(longest);
     const bool isChanging = !isRecovery && iPlan.iEvent == Event::Change;
-    Child child(iFolder.path(), "crashKilled",
+    Child child(iFolder.path(), kKilled,
                 {run, isRecovery ? 1 : iPlan.iThreads, isRecovery ? 0 : iPlan.iPauseUsecs, life, int(death),
                  int(isChanging), Below(2 * (isAtRename ? kMostRotationCalls : kMostCalls)), int(isAtRename),
                  Below(isRecovery || isChanging ? 1 : kMostWrites), Below(100)});
@@ -372,7 +161,7 @@ void Life::KillOne(int run, Death death)
 // The next process: nothing happens to it.
 void Life::Complete(int run)
 {
-    Child child(iFolder.path(), "crashCompleted", {run});
+    Child child(iFolder.path(), kCompleted, {run});
     const int code = child.ExitCode();
     if (code != 0)
         Fail("the next process ended with " + QByteArray::number(code) + ": " + child.Stderr());
@@ -388,7 +177,7 @@ void Life::Run()
     const Text log = LogLines();
     const Text other = OtherLines();
     for (const QByteArray& line : log + other)
-        iOutcome.iTorn += line.endsWith(kTorn);
+        iOutcome.iTorn += IsTorn(line);
     Complete(run);
     if (iOutcome.iFault.isEmpty())
         Judge(Count(log) + Count(other));

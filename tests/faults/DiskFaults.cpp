@@ -6,6 +6,7 @@
 #include "RunningLog.h"
 #include "support/LogText.h"
 #include "support/OrdinaryUser.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/Logger.h>
 
@@ -18,7 +19,7 @@
 #include <sys/stat.h>
 
 using namespace FaultTable;
-using Lines::kAlwaysOn;
+using StartedLog::kAlwaysOn;
 
 namespace {
 

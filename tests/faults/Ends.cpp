@@ -2,6 +2,7 @@
 
 #include "Lines.h"
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/Logger.h>
@@ -36,8 +37,7 @@ bool HasBegun()
 
 // Other threads continue to log while the process ends.
 const Scenario endsUnderLoad("endsUnderLoad", [](const QStringList& arguments) {
-    Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
-    Logger::SetLoggerFileName(QString::fromUtf8(kLog), false);
+    StartedLog::Start(QString::fromUtf8(kLog));
     static std::atomic<int> lines{0};
     for (int thread = 1; thread <= 3; ++thread) {
         std::thread([thread] {

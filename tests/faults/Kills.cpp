@@ -3,6 +3,7 @@
 #include "Lines.h"
 #include "RunningLog.h"
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
@@ -44,8 +45,7 @@ void Promise(int number)
 
 // The first thread reports how many of its lines are in the file. The others only add load.
 const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments) {
-    Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
-    Logger::SetLoggerFileName(arguments.value(0), false);
+    StartedLog::Start(arguments.value(0));
     std::vector<std::thread> others;
     for (int thread = 1; thread < kSpeakers; ++thread) {
         others.emplace_back([thread] {
@@ -88,8 +88,7 @@ public:
     Child(const char* scenario, const QStringList& arguments)
     {
         iProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        iProcess.start(QCoreApplication::applicationFilePath(),
-                       QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+        TestSupport::StartScenario(iProcess, scenario, arguments);
     }
 
     bool HasBegun() { return iProcess.canReadLine() || iProcess.waitForReadyRead(kAnswerTimeoutMs); }
@@ -113,7 +112,7 @@ void LiveFor(QRandomGenerator& random)
 
 bool IsStopped(int number)
 {
-    return (Lines::LevelOf(number) & (LoggerDefs::Debug | LoggerDefs::Trace)) != 0;
+    return (Lines::LevelOf(number) & StartedLog::kAlwaysOn) == 0;
 }
 
 // The file holds the first lines of each thread, without a gap.

@@ -1,6 +1,7 @@
 #include "Lines.h"
 
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/Logger.h>
 
@@ -155,7 +156,7 @@ QList<int> Lines::Expected(int from, int to)
 {
     QList<int> numbers;
     for (int number = from; number < to; ++number) {
-        if (LevelOf(number) & kAlwaysOn)
+        if (LevelOf(number) & StartedLog::kAlwaysOn)
             numbers += number;
     }
     return numbers;

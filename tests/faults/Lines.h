@@ -17,9 +17,6 @@ struct Said
     int iNumber;
 };
 
-/// The mask of most tests: all levels except those that are dropped after a second.
-constexpr int kAlwaysOn = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
-
 /// The level of a line. Every third line uses another entry point of the logger.
 LoggerDefs::LogValues LevelOf(int number);
 
@@ -36,7 +33,7 @@ std::optional<Said> Whose(const QByteArray& body);
 
 /// The numbers of the complete lines in a log, in their order.
 QList<int> Numbers(const QByteArray& log);
-/// Those that kAlwaysOn lets through.
+/// Those that StartedLog::kAlwaysOn lets through.
 QList<int> Expected(int from, int to);
 
 /// Whether the line contains a speaker's name, complete or not.

@@ -3,6 +3,7 @@
 #include "Lines.h"
 #include "LoadFiles.h"
 #include "RunningLog.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -19,7 +20,7 @@
 #include <atomic>
 #include <thread>
 
-using Lines::kAlwaysOn;
+using StartedLog::kAlwaysOn;
 
 namespace {
 

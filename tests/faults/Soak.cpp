@@ -63,8 +63,7 @@ QByteArray InProcess(const char* scenario, const QStringList& arguments, const Q
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.setWorkingDirectory(folder);
-    process.start(QCoreApplication::applicationFilePath(),
-                  QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+    TestSupport::StartScenario(process, scenario, arguments);
     // A process that does not end is a fault.
     process.waitForFinished(int(deadline.remainingTime()) + 600000);
     const bool isOk = process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit;

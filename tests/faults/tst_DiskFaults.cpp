@@ -2,6 +2,7 @@
 #include "Lines.h"
 #include "RunningLog.h"
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/Logger.h>
@@ -87,10 +88,9 @@ const Scenario intrude("intrude", [](const QStringList&) {
 });
 
 const Scenario intrudedUpon("intrudedUpon", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(LoggerDefs::kLockedLevel & ~(LoggerDefs::Debug | LoggerDefs::Trace));
-    Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
+    StartedLog::Start();
     QProcess other;
-    other.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--scenario"), QStringLiteral("intrude")});
+    TestSupport::StartScenario(other, "intrude");
     int number = 0;
     for (; number < kLines || other.state() != QProcess::NotRunning; ++number) {
         Lines::Say(0, number);

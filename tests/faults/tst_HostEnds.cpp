@@ -3,6 +3,7 @@
 #include "RunningLog.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/HookedSingleton.h>
@@ -25,20 +26,14 @@
 NEROLT_PRIVATE_STATIC(HookedSingleton, iInstance, HookedSingleton*)
 
 using Lines::Expected;
-using Lines::kAlwaysOn;
 using Lines::Numbers;
 using Lines::SayTen;
+using StartedLog::kAlwaysOn;
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::Scenario;
 
 namespace {
-
-const QString kLog = QStringLiteral("app.log");
-
-void Start()
-{
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
-    Logger::SetLoggerFileName(kLog, false);
-}
 
 // --- How a host ends, step by step
 

@@ -1,6 +1,7 @@
 #include "Lines.h"
 #include "support/LogScenario.h"
 #include "support/Others.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
@@ -11,20 +12,14 @@
 #include <unistd.h>
 
 using Lines::Expected;
-using Lines::kAlwaysOn;
 using Lines::Numbers;
 using Lines::SayTen;
+using StartedLog::kAlwaysOn;
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::Scenario;
 
 namespace {
-
-const QString kLog = QStringLiteral("app.log");
-
-void Start()
-{
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
-    Logger::SetLoggerFileName(kLog, false);
-}
 
 // Whether so many children, one after the other, came to their end.
 template <typename Child>

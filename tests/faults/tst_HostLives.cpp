@@ -3,6 +3,7 @@
 #include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 #include "support/Others.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
@@ -21,14 +22,14 @@
 #include <unistd.h>
 
 using Lines::Expected;
-using Lines::kAlwaysOn;
 using Lines::Numbers;
 using Lines::SayTen;
+using StartedLog::kAlwaysOn;
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::Scenario;
 
 namespace {
-
-const QString kLog = QStringLiteral("app.log");
 
 std::atomic<bool> gNoThreads{false};
 std::atomic<bool> gBrokenPipe{false};
@@ -47,12 +48,6 @@ int BrokenPipe()
         return -1;
     ::close(ends[0]);
     return ends[1];
-}
-
-void Start(const QString& path = kLog)
-{
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
-    Logger::SetLoggerFileName(path, true);
 }
 
 // Does what the agent's timer does.

@@ -1,6 +1,7 @@
 #include "Lines.h"
 #include "support/LogText.h"
 #include "support/OrdinaryUser.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
@@ -18,19 +19,17 @@
 #include <utility>
 #include <vector>
 
+using StartedLog::kLog;
 using TestSupport::Scenario;
 
 namespace {
 
-const QString kLog = QStringLiteral("app.log");
 constexpr int kLines = 4000;
 constexpr int kTimeoutMs = 60000;
-constexpr int kLevel = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
 // Begins on a signal, so that all processes start together.
 const Scenario sharesTheLog("sharesTheLog", [](const QStringList& arguments) {
-    Logger::GetInstance()->SetLevel(kLevel);
-    Logger::SetLoggerFileName(kLog, false);
+    StartedLog::Start();
     std::puts("ready");
     std::fflush(stdout);
     std::getchar();
@@ -55,8 +54,7 @@ void RunTogether(int processes)
     for (int i = 0; i < processes; ++i) {
         all.push_back(std::make_unique<QProcess>());
         all.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        all.back()->start(QCoreApplication::applicationFilePath(),
-                          {QStringLiteral("--scenario"), QStringLiteral("sharesTheLog"), QString::number(i)});
+        TestSupport::StartScenario(*all.back(), "sharesTheLog", {QString::number(i)});
     }
     for (const auto& process : all)
         QVERIFY(process->waitForReadyRead(kTimeoutMs));
@@ -127,7 +125,8 @@ private Q_SLOTS:
         for (int process = 0; process < processes; ++process) {
             for (int number = 0; number < kLines; ++number) {
                 const auto times = found.iTimes.find({process, number});
-                QCOMPARE(times == found.iTimes.end() ? 0 : times->second, int(Lines::LevelOf(number) & kLevel ? 1 : 0));
+                QCOMPARE(times == found.iTimes.end() ? 0 : times->second,
+                         int(Lines::LevelOf(number) & StartedLog::kAlwaysOn ? 1 : 0));
             }
         }
     }

@@ -1,6 +1,7 @@
 #include "CrashRun.h"
 
 #include "support/LogText.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/Logger.h>
 
@@ -17,8 +18,6 @@ using TestSupport::Scenario;
 using TestSupport::ScenarioResult;
 
 namespace {
-
-constexpr int kAlwaysOn = 63 & ~(LoggerDefs::Debug | LoggerDefs::Trace);
 
 void Die(const QString& way)
 {
@@ -98,7 +97,7 @@ QList<QByteArray> CrashRun::BodiesOf(const QDir& folder, const char* file)
 bool CrashRun::Begin(const QStringList& arguments)
 {
     QDir::setCurrent(arguments.value(0));
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    Logger::GetInstance()->SetLevel(StartedLog::kAlwaysOn);
     return Logger::SetCrashFile(kCrashFile);
 }
 

@@ -1,5 +1,6 @@
 #include "faults/RunningLog.h"
 #include "support/LogScenario.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/LoggerWorker.h>
 
@@ -15,6 +16,8 @@ NEROLT_PRIVATE(LoggerAgent, iBuffer, QByteArray)
 NEROLT_PRIVATE(LoggerAgent, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iWorker, LoggerWorker*)
 
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::RunScenario;
 using TestSupport::Scenario;
 using TestSupport::ScenarioResult;
@@ -29,14 +32,7 @@ using TestSupport::ScenarioResult;
 
 namespace {
 
-const QString kLog = QStringLiteral("log");
 const QString kBroken = QStringLiteral("none/log");
-
-void Start(const QString& path = kLog)
-{
-    Logger::GetInstance()->SetLevel(63 & ~(LoggerDefs::Debug | LoggerDefs::Trace));
-    Logger::SetLoggerFileName(path, true);
-}
 
 void Say(const char* what)
 {
@@ -194,7 +190,7 @@ const Scenario levelsAreHandedOver("levelsAreHandedOver", [](const QStringList&)
                                         "|30|Warning|f|goes",
                                         "|8|Exception|f|goes, too",
                                         "|30|Warning|f|waits again",
-                                        "|10|Information|Logger::StopLogging|stopping logging file path is log"};
+                                        "|10|Information|Logger::StopLogging|stopping logging file path is app.log"};
     REQUIRE(LogText::Bodies(LogText::Read(kLog)) == expected);
     return 0;
 });

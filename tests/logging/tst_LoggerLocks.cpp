@@ -2,6 +2,7 @@
 #include "faults/RunningLog.h"
 #include "support/LogScenario.h"
 #include "support/Others.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
@@ -18,25 +19,19 @@
 NEROLT_PRIVATE(Logger, iMutex, QRecursiveMutex)
 
 using LogScenario::Captured;
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::RunScenario;
 using TestSupport::Scenario;
 using Lines = QList<QByteArray>;
 
 namespace {
 
-const QString kLog = QStringLiteral("app.log");
 const QString kMsg = QStringLiteral("m");
-constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
 void LogError(unsigned int code = 1, const QString& msg = kMsg)
 {
     Logger::LogError(code, LoggerDefs::NoExtraInfo, "F", msg, 0, 0);
-}
-
-void Start()
-{
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
 }
 
 // Holds the logger's mutex on a thread of its own.

@@ -1,6 +1,7 @@
 #include "EntryPoints.h"
 #include "support/LogScenario.h"
 #include "support/Others.h"
+#include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
@@ -18,23 +19,18 @@
 NEROLT_PRIVATE_STATIC(Logger, iInstance, std::atomic<Logger*>)
 
 using LogScenario::LeftBy;
+using StartedLog::kAlwaysOn;
+using StartedLog::kLog;
+using StartedLog::Start;
 using TestSupport::RunScenario;
 using TestSupport::Scenario;
 using Lines = QList<QByteArray>;
 
 namespace {
 
-const QString kLog = QStringLiteral("app.log");
 const QString kMsg = QStringLiteral("m");
-constexpr int kLevels = LoggerDefs::Information | LoggerDefs::Error | LoggerDefs::Warning | LoggerDefs::Exception;
 
 const QByteArray kStopping = "|10|Information|Logger::StopLogging|stopping logging file path is app.log";
-
-void Start()
-{
-    Logger::GetInstance()->SetLevel(kLevels);
-    Logger::SetLoggerFileName(kLog, false);
-}
 
 void WaitForMore(const std::atomic<int>& lines)
 {
@@ -122,7 +118,7 @@ const Scenario stopOnAnotherThread("stopOnAnotherThread", [](const QStringList&)
 // What the logging thread says about its timers while a change of files waits for it cannot be said: the change holds
 // the mutex. After the agent was taken out it is not even tried.
 const Scenario traceWhileStopping("traceWhileStopping", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(kLevels | LoggerDefs::Trace | LoggerDefs::Debug);
+    Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Trace | LoggerDefs::Debug);
     Logger::SetLoggerFileName(kLog, false);
     Logger::LogWarning("F", kMsg);
     QElapsedTimer elapsed;
@@ -134,9 +130,9 @@ const Scenario traceWhileStopping("traceWhileStopping", [](const QStringList&) {
 });
 
 const Scenario staticDestructor("staticDestructor", [](const QStringList& arguments) {
-    Logger::GetInstance()->SetLevel(kLevels);
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
     Logger::SetLoggerFileName(kLog, false);
-    Logger::ResetLoggingLevel(kLevels);
+    Logger::ResetLoggingLevel(kAlwaysOn);
     // The thread is up when its first line has arrived: Qt does not bear one that starts while the process ends.
     if (!QTest::qWaitFor([] { return !LogText::Read(kLog).isEmpty(); }))
         return 1;

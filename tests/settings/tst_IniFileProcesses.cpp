@@ -92,8 +92,7 @@ public:
     explicit Process(const char* scenario, const QStringList& arguments)
     {
         iProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        iProcess.start(QCoreApplication::applicationFilePath(),
-                       QStringList{QStringLiteral("--scenario"), QString::fromLatin1(scenario)} + arguments);
+        TestSupport::StartScenario(iProcess, scenario, arguments);
     }
     ~Process()
     {

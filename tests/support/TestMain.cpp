@@ -64,6 +64,12 @@ QString TestSupport::EnterFreshFolder()
     return QDir::currentPath();
 }
 
+void TestSupport::StartScenario(QProcess& process, const char* name, const QStringList& arguments,
+                                const QString& program)
+{
+    process.start(program, QStringList{QString::fromLatin1(kScenarioOption), QString::fromLatin1(name)} + arguments);
+}
+
 TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QStringList& arguments)
 {
     static int count = 0;
@@ -74,8 +80,7 @@ TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QSt
 
     QProcess process;
     process.setWorkingDirectory(result.iFolder.path());
-    process.start(QCoreApplication::applicationFilePath(),
-                  QStringList{QString::fromLatin1(kScenarioOption), QString::fromLatin1(name)} + arguments);
+    StartScenario(process, name, arguments);
     result.iTimedOut = !process.waitForFinished(kScenarioTimeoutMs);
     if (result.iTimedOut) {
         process.kill();

@@ -8,6 +8,8 @@
 
 #include <functional>
 
+class QProcess;
+
 /// Shared by all test programs: a scratch folder of its own for each, which is the home and the current folder while it
 /// runs and is removed afterwards, and scenarios that run in a process of their own.
 namespace TestSupport {
@@ -39,6 +41,10 @@ struct ScenarioResult
     bool IsOk() const { return !iTimedOut && !iCrashed && iExitCode == 0; }
     QByteArray Describe() const;
 };
+
+/// Starts this program again, or a copy of it, for one scenario.
+void StartScenario(QProcess& process, const char* name, const QStringList& arguments = {},
+                   const QString& program = QCoreApplication::applicationFilePath());
 
 /// Runs this program again for one scenario and waits until it ends, or kills it after a minute.
 ScenarioResult RunScenario(const char* name, const QStringList& arguments = {});

@@ -33,7 +33,7 @@ TestSupport::ScenarioResult DetachedScenario::Run(const char* name, const QStrin
     QProcess process;
     process.setProcessEnvironment(iEnvironment);
     process.setStandardInputFile(QProcess::nullDevice());
-    process.start(iProgram, QStringList{QStringLiteral("--scenario"), QString::fromUtf8(name)} + arguments);
+    TestSupport::StartScenario(process, name, arguments, iProgram);
     result.iTimedOut = !process.waitForStarted() || !process.waitForFinished(kMinute);
     ::close(iPipe[1]);
     iPipe[1] = -1;

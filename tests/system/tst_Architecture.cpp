@@ -323,7 +323,7 @@ private:
     {
         QProcess process;
         process.setProcessEnvironment(iEnvironment);
-        process.start(program, QStringList{Text("--scenario"), Text(scenario)} + arguments);
+        TestSupport::StartScenario(process, scenario, arguments, program);
         const bool isDone = process.waitForFinished(60000);
         if (!isDone)
             process.kill();

@@ -189,7 +189,7 @@ private Q_SLOTS:
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
         const QString item = LoginItem(contents + Text("/Resources"), kRecord);
         QProcess process;
-        process.start(program, {Text("--scenario"), Text("bundledStartAtBoot")});
+        TestSupport::StartScenario(process, "bundledStartAtBoot", {}, program);
         QVERIFY(process.waitForFinished(60000));
         QCOMPARE(process.exitCode(), 0);
         QCOMPARE(LogText::Read(item + Text(".calls")), QByteArray("1\n<enable>\n"));

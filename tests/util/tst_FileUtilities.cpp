@@ -187,34 +187,33 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("asRoot");
         QTest::addColumn<int>("mode");
-        QTest::addColumn<bool>("isWritable");
         QTest::addColumn<int>("permissions");
         QTest::addColumn<bool>("changes");
-        const auto row = [](const char* name, bool asRoot, int mode, bool isWritable, int permissions, bool changes) {
-            QTest::newRow(name) << asRoot << mode << isWritable << permissions << changes;
+        const auto row = [](const char* name, bool asRoot, int mode, int permissions, bool changes) {
+            QTest::newRow(name) << asRoot << mode << permissions << changes;
         };
-        row("ordinary r--r--r--", false, 0444, false, 0x4444, true);
-        row("ordinary rw-r--r--", false, 0644, true, 0x6644, false);
-        row("ordinary rw-------", false, 0600, true, 0x6600, false);
-        row("ordinary rwxrwxrwx", false, 0777, true, 0x7777, false);
-        row("ordinary -wx------", false, 0300, true, 0x3300, true);
-        row("ordinary r-xrwxrwx", false, 0577, false, 0x5577, true);
-        row("ordinary ---------", false, 0000, false, 0x0000, true);
-        row("ordinary rwsr-xr-x", false, 04755, true, 0x7755, false);
+        row("ordinary r--r--r--", false, 0444, 0x4444, true);
+        row("ordinary rw-r--r--", false, 0644, 0x6644, false);
+        row("ordinary rw-------", false, 0600, 0x6600, false);
+        row("ordinary rwxrwxrwx", false, 0777, 0x7777, false);
+        row("ordinary -wx------", false, 0300, 0x3300, true);
+        row("ordinary r-xrwxrwx", false, 0577, 0x5577, true);
+        row("ordinary ---------", false, 0000, 0x0000, true);
+        row("ordinary rwsr-xr-x", false, 04755, 0x7755, false);
         if (!OrdinaryUser::IsTestRoot())
             return;
-        row("root r--r--r--", true, 0444, true, 0x4644, true);
-        row("root rw-r--r--", true, 0644, true, 0x6644, false);
-        row("root -wx------", true, 0300, true, 0x3700, true);
-        row("root ---------", true, 0000, true, 0x0600, true);
+        row("root r--r--r--", true, 0444, 0x4644, true);
+        row("root rw-r--r--", true, 0644, 0x6644, false);
+        row("root -wx------", true, 0300, 0x3700, true);
+        row("root ---------", true, 0000, 0x0600, true);
     }
     void reset()
     {
         QFETCH(bool, asRoot);
         QFETCH(int, mode);
-        QFETCH(bool, isWritable);
         QFETCH(int, permissions);
         QFETCH(bool, changes);
+        const bool isWritable = (permissions & QFileDevice::WriteUser) != 0;
         for (const int mask : {LogScenario::kAllLevels, int(LoggerDefs::Trace), 55, 0}) {
             const Playground ground(TestSupport::Scratch());
             const QString path = ground.File("%1 file", mode);
