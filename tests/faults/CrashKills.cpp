@@ -150,7 +150,7 @@ void Life::KillOne(int run, Death death)
         const std::atomic<int>& begun = isRecovery ? iSaid->iStarted : iSaid->iLogging;
         while (begun.load() != run + 1 && child.IsRunning())
             ::usleep(100);
-        ::usleep(useconds_t(life));
+        ::usleep(useconds_t(life)); // death comes at any moment
         child.Kill();
     }
     if (child.ExitCode() == kRefused)

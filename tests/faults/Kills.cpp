@@ -52,7 +52,7 @@ const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments)
             for (int number = 0;; ++number) {
                 Lines::Say(thread, number);
                 if (number % 64 == 0)
-                    ::usleep(50);
+                    ::usleep(50); // leaves the log to the first
             }
         });
     }
@@ -105,6 +105,7 @@ private:
     QProcess iProcess;
 };
 
+// The moment of the death is the matter, and it may be any.
 void LiveFor(QRandomGenerator& random)
 {
     ::usleep(useconds_t(random.bounded(kLongestLifeMs * 1000)));

@@ -32,33 +32,27 @@ QString MakeText(int index)
     return text;
 }
 
-// Never destroyed: a thread may log until the very end of the process.
-const QString& Text(int number)
-{
-    static const auto* const texts = [] {
-        auto* const all = new std::vector<QString>;
-        for (int i = 0; i < kTexts; ++i)
-            all->push_back(MakeText(i));
-        return all;
-    }();
-    return (*texts)[size_t(number % kTexts)];
-}
+// Made before main: a process that is copied while one of its threads made them would wait for that thread, which it
+// has not. Never destroyed: a thread may log until the very end of the process.
+const std::vector<QString>& gTexts = *[] {
+    auto* const all = new std::vector<QString>;
+    for (int i = 0; i < kTexts; ++i)
+        all->push_back(MakeText(i));
+    return all;
+}();
 
-// The form of this text in the file.
-const QByteArray& TextInFile(int number)
-{
-    static const auto* const texts = [] {
-        auto* const all = new std::vector<QByteArray>;
-        for (int i = 0; i < kTexts; ++i)
-            all->push_back(Text(i).toUtf8().replace('\r', "").replace('\n', ""));
-        return all;
-    }();
-    return (*texts)[size_t(number % kTexts)];
-}
+// The form of these texts in the file.
+const std::vector<QByteArray>& gTextsInFile = *[] {
+    auto* const all = new std::vector<QByteArray>;
+    for (const QString& text : gTexts)
+        all->push_back(text.toUtf8().replace('\r', "").replace('\n', ""));
+    return all;
+}();
 
 QString Message(int thread, int number)
 {
-    return QString::number(thread) + QLatin1Char(' ') + QString::number(number) + QLatin1Char(' ') + Text(number);
+    return QString::number(thread) + QLatin1Char(' ') + QString::number(number) + QLatin1Char(' ')
+        + gTexts[size_t(number % kTexts)];
 }
 
 QByteArray CodeAndLevel(int number)
@@ -114,7 +108,7 @@ void Lines::Say(int thread, int number)
 QByteArray Lines::Body(int thread, int number)
 {
     return '|' + CodeAndLevel(number) + '|' + kSpeaker + '|' + QByteArray::number(thread) + ' '
-        + QByteArray::number(number) + ' ' + TextInFile(number);
+        + QByteArray::number(number) + ' ' + gTextsInFile[size_t(number % kTexts)];
 }
 
 std::optional<Lines::Said> Lines::Whose(const QByteArray& body)

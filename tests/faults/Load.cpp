@@ -27,7 +27,6 @@ namespace {
 constexpr qint64 kMaxBytes = 104857600;
 // A line is dropped after 1000 ms without the lock.
 constexpr qint64 kLateUsecs = 950000;
-constexpr int kNextSecondMs = 1100;
 constexpr int kPatienceMs = 60000;
 
 class CountingReporter final : public IErrorReporter
@@ -57,7 +56,7 @@ private:
     void Prepare(int file);
     void Burst(int index, int newFile);
     bool RotationsCome(int file, int count);
-    void Rest() { QThread::msleep(kNextSecondMs); }
+    void Rest();
     QByteArray UseFiles();
     void Figures();
 
@@ -127,7 +126,7 @@ void Runner::ChangeLevels(const std::function<bool()>& isEnough)
     while (!isEnough()) {
         SetMask(kAlwaysOn | kOptional[iRandom.bounded(4)], iRandom.bounded(2) == 0);
         iOutcome.iPeakKiB = std::max(iOutcome.iPeakKiB, RunningLog::ResidentKiB());
-        QThread::msleep(2);
+        QThread::msleep(2); // the pace of the changes
     }
     // With debug or trace on, a change of files takes a second and lines are dropped meanwhile.
     SetMask(kAlwaysOn, false);
@@ -162,6 +161,14 @@ void Runner::Burst(int index, int newFile)
         ChangeFile(newFile);
     }
     ChangeLevels([&] { return iSpoken == target; });
+}
+
+// Until the next rotated file gets another name, which tells the second.
+void Runner::Rest()
+{
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    while (QDateTime::currentSecsSinceEpoch() == second)
+        QThread::msleep(10);
 }
 
 bool Runner::RotationsCome(int file, int count)

@@ -86,7 +86,6 @@ const Scenario beforeTheStart("beforeTheStart", [](const QStringList&) {
 // Other threads log, list threads and create new ones during the forks.
 const Scenario beforeTheStartUnderLoad("beforeTheStartUnderLoad", [](const QStringList& arguments) {
     const bool logs = arguments.contains("others log");
-    Lines::Body(0, 0); // its own statics are not the matter
     if (logs)
         Logger::GetInstance()->SetLevel(kAlwaysOn);
     const Others others(3, [logs](int thread, int number) {

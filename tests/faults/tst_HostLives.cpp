@@ -180,10 +180,17 @@ public:
     std::atomic<bool> iCalled{false};
 };
 
+// Keeps the log so long that those who want it wait in the kernel, where a thread can be terminated.
 class SlowReporter final : public IErrorReporter
 {
 public:
-    void ReportError(const QString&, const QString&) override { QThread::msleep(100); }
+    void ReportError(const QString&, const QString&) override
+    {
+        QThread::msleep(100);
+        ++iCalls;
+    }
+
+    std::atomic<int> iCalls{0};
 };
 
 // A thread that waits for the log is terminated in functions that must not be unwound.
@@ -213,7 +220,9 @@ const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&)
     while (!hasBegun)
         QThread::yieldCurrentThread();
     thread->terminate();
-    QThread::msleep(500); // so that it waits while others have waited for long
+    const int calls = reporter.iCalls + 5; // meanwhile it waits for the log
+    while (reporter.iCalls < calls)
+        QThread::yieldCurrentThread();
     isToEnd = true;
     if (!thread->wait(30000))
         return 1;
