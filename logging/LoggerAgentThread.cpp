@@ -216,6 +216,7 @@ void LoggerAgent::WriteRestHere(LoggingThread& thread)
 // Never deleted here: the list of threads comes before all other locks.
 void LoggerAgent::End(LoggingThread& thread)
 {
+    thread.requestInterruption();
     thread.quit();
     if (thread.wait(kThreadEndMs)) {
         thread.disconnect();

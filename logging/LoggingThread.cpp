@@ -8,6 +8,7 @@
 
 #include <NeroltOrvaneBase/LoggerWorker.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
 
 #include <algorithm>
@@ -16,7 +17,7 @@
 namespace {
 
 constexpr qint64 kMostWaiting = qint64(1) << 30;
-constexpr unsigned long kOutOfMemoryMs = 10;
+constexpr unsigned long kPauseMs = 10;
 
 // What may wait for a disk that stands still: beyond it the host would pay for its log with its life.
 qint64 MostWaiting()
@@ -70,19 +71,23 @@ void LoggingThread::run()
     iWorker.reset();
 }
 
-// Without memory for an event loop it does without one until there is some.
+// Without memory for an event loop it does without one until there is some. So it does without an application object,
+// where the framework's event loop warns: also at the end of a process, when the framework can no longer do that.
 void LoggingThread::WaitForEvents()
 {
     bool ended = false;
     while (!ended) {
         Swallow([&] {
+            ended = isInterruptionRequested();
+            if (ended || !QCoreApplication::instance())
+                return;
             QEventLoop loop;
             loop.exec();
             ended = true;
         });
         if (!ended) {
             Swallow([this] { eventDispatcher()->processEvents(QEventLoop::AllEvents); });
-            msleep(kOutOfMemoryMs);
+            msleep(kPauseMs);
         }
     }
 }

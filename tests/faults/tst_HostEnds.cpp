@@ -99,11 +99,18 @@ const Scenario hostEnds("hostEnds", [](const QStringList& arguments) {
 // --- Ends of the process
 
 const Scenario processEnds("processEnds", [](const QStringList& arguments) {
+    const QString how = arguments.value(0);
+    if (how == QLatin1String("start at exit")) {
+        std::atexit([] {
+            Start();
+            Logger::StopLogging();
+        });
+        return 0;
+    }
     Start();
     SayTen(0);
     RunningLog::HandOver();
     SayTen(10);
-    const QString how = arguments.value(0);
     if (how == QLatin1String("_exit"))
         ::_exit(0);
     if (how == QLatin1String("quick_exit"))
@@ -179,27 +186,28 @@ private Q_SLOTS:
     void endOfTheProcess_data()
     {
         QTest::addColumn<QString>("how");
-        QTest::addColumn<bool>("stops");
-        QTest::newRow("return from main") << QString() << false;
-        QTest::newRow("exit") << QStringLiteral("exit") << false;
-        QTest::newRow("quick_exit") << QStringLiteral("quick_exit") << false;
-        QTest::newRow("_exit") << QStringLiteral("_exit") << false;
-        QTest::newRow("stop in the loop's last moment") << QStringLiteral("stop in the loop's last moment") << true;
-        QTest::newRow("exit, stop at exit") << QStringLiteral("exit, stop at exit") << true;
+        QTest::addColumn<int>("lines");
+        QTest::newRow("return from main") << QString() << 10;
+        QTest::newRow("exit") << QStringLiteral("exit") << 10;
+        QTest::newRow("quick_exit") << QStringLiteral("quick_exit") << 10;
+        QTest::newRow("_exit") << QStringLiteral("_exit") << 10;
+        QTest::newRow("stop in the loop's last moment") << QStringLiteral("stop in the loop's last moment") << 20;
+        QTest::newRow("exit, stop at exit") << QStringLiteral("exit, stop at exit") << 20;
 #ifndef NEROLT_SANITIZED // nor are its objects deleted
         // The framework delivers nothing after its application object is destroyed.
-        QTest::newRow("stop at exit") << QStringLiteral("stop at exit") << false;
-        QTest::newRow("cleanup at exit") << QStringLiteral("cleanup at exit") << false;
+        QTest::newRow("stop at exit") << QStringLiteral("stop at exit") << 10;
+        QTest::newRow("cleanup at exit") << QStringLiteral("cleanup at exit") << 10;
+        QTest::newRow("start at exit") << QStringLiteral("start at exit") << 0;
 #endif
     }
     void endOfTheProcess()
     {
         QFETCH(QString, how);
-        QFETCH(bool, stops);
+        QFETCH(int, lines);
         const auto result = TestSupport::RunScenario("processEnds", {how});
         QVERIFY2(result.IsOk(), result.Describe());
         QCOMPARE(result.iStderr, QByteArray());
-        QCOMPARE(Numbers(Text(result)), Expected(0, stops ? 20 : 10));
+        QCOMPARE(Numbers(Text(result)), Expected(0, lines));
     }
 
     void endUnderLoad_data()

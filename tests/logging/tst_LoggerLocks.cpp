@@ -132,6 +132,7 @@ const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QString
             lines += log.Lines();
     }
     changer.join();
+    Logger::StopLogging();
     const QByteArray head = "|10|Information|Logger::SetLoggerFileName|";
     return lines == Lines{head + "Existing path is app.log", head + "New path is b.log"} ? 0 : 1;
 });
