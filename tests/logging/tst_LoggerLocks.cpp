@@ -122,16 +122,18 @@ const Scenario whileLocked("whileLocked", [](const QStringList&) {
 
 const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QStringList&) {
     Start();
-    Captured log(LoggerDefs::Information);
-    std::thread changer;
     Lines lines;
     {
-        const Contention contention;
-        changer = std::thread([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
-        while (lines.size() < 2)
-            lines += log.Lines();
+        Captured log(LoggerDefs::Information);
+        std::thread changer;
+        {
+            const Contention contention;
+            changer = std::thread([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
+            while (lines.size() < 2)
+                lines += log.Lines();
+        }
+        changer.join();
     }
-    changer.join();
     Logger::StopLogging();
     const QByteArray head = "|10|Information|Logger::SetLoggerFileName|";
     return lines == Lines{head + "Existing path is app.log", head + "New path is b.log"} ? 0 : 1;
