@@ -180,7 +180,7 @@ Expected Host::WhatToExpect() const
     expected.iIsRecovering = iIsRecovering;
     for (int thread = 0; thread < iOptions.iThreads; ++thread)
         expected.iLoadLines += iLoad.Logged(thread);
-    expected.iErrors = iErrors.Codes().size();
+    expected.iErrors = int(iErrors.Codes().size());
     expected.iThreadsListed = iOptions.iThreads + 1;
     expected.iSilenced = kSilenced;
     return expected;

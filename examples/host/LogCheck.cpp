@@ -58,7 +58,7 @@ private:
         QFile file(iFolder.PathOf(name));
         if (!file.open(QIODevice::ReadOnly))
             return Fail(QStringLiteral("cannot read %1").arg(file.fileName()));
-        const int number = iLog.iFiles.indexOf(name);
+        const auto number = iLog.iFiles.indexOf(name);
         if (number == 0)
             file.seek(iExpected.iBytesBefore);
         else

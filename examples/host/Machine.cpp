@@ -25,7 +25,7 @@ QString UpdateUrl(const QString& osName, const QString& osVersion)
 QString FunctionName(const QString& frame)
 {
     const QString start = QStringLiteral(" FunctionName ");
-    const int from = frame.indexOf(start) + start.size();
+    const auto from = frame.indexOf(start) + start.size();
     const QString name = frame.mid(from, frame.indexOf(QLatin1String(" Offset ")) - from);
     return name.left(name.indexOf(QLatin1Char('(')));
 }

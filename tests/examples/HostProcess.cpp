@@ -109,7 +109,7 @@ void HostProcess::OpenTerminal()
     ::fcntl(iMaster, F_SETFL, O_NONBLOCK);
 }
 
-void HostProcess::setupChildProcess()
+void HostProcess::BeforeProgram()
 {
     if (iIsOrdinaryUser)
         BecomeOrdinaryUser();

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "support/Framework.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QByteArray>
-#include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryDir>
@@ -35,7 +35,7 @@ private:
 QByteArray Row(const QByteArray& summary, const QByteArray& label);
 
 /// Runs the host program as a user may run it.
-class HostProcess : public QProcess
+class HostProcess : public TestSupport::Process
 {
 public:
     HostProcess();
@@ -65,10 +65,8 @@ public:
     QByteArray Out() { return readAllStandardOutput(); }
     QByteArray Err() { return readAllStandardError(); }
 
-protected:
-    void setupChildProcess() override;
-
 private:
+    void BeforeProgram() override;
     void ReadScreen();
     bool Signal(int signal) { return ::kill(pid_t(processId()), signal) == 0; }
     bool Hold(const QDeadlineTimer& deadline);

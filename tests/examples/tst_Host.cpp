@@ -224,8 +224,8 @@ private Q_SLOTS:
         int lines = 0;
         for (int thread = 0; thread < 4; ++thread) {
             const QList<int> numbers = LoadLines(text, thread);
-            QCOMPARE(numbers, CountTo(numbers.size()));
-            lines += numbers.size();
+            QCOMPARE(numbers, CountTo(int(numbers.size())));
+            lines += int(numbers.size());
         }
         QVERIFY(lines >= 1000);
         const QByteArray recovered = Row(next.Out(), "last crash");

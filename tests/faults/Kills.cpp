@@ -165,7 +165,7 @@ bool IsState(const QByteArray& text, int a, int b)
 
 int NumberOf(const QByteArray& text, const QByteArray& key)
 {
-    const int at = text.indexOf('\n' + key + '=');
+    const auto at = text.indexOf('\n' + key + '=');
     return at < 0 ? 0 : text.mid(at + 3).split('-').first().toInt();
 }
 

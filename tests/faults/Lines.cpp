@@ -113,7 +113,7 @@ QByteArray Lines::Body(int thread, int number)
 
 std::optional<Lines::Said> Lines::Whose(const QByteArray& body)
 {
-    const int at = body.indexOf("|Speaker|");
+    const auto at = body.indexOf("|Speaker|");
     if (at < 0)
         return std::nullopt;
     const char* const words = body.constData() + at + kSpeakerSize + 2;

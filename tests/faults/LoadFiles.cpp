@@ -56,7 +56,7 @@ private:
 void Checker::File(int file)
 {
     const QStringList rotated = LoadFiles::Rotated(file);
-    iOutcome.iRotations += rotated.size();
+    iOutcome.iRotations += int(rotated.size());
     iExpectedAgain = iBuffered;
     QString before;
     for (const QString& name : rotated) {
@@ -99,7 +99,7 @@ void Checker::Line(const QByteArray& line)
     const bool isReset = line.contains("|10|Information|Logger::ResetLoggingLevel|resetting log level ");
     iResets += isReset;
     iBuffered += line;
-    iBufferedBytes += line.size() + 1;
+    iBufferedBytes += int(line.size()) + 1;
     if (iBufferedBytes > kBatchBytes || isReset) {
         iBuffered.clear();
         iBufferedBytes = 0;

@@ -169,7 +169,7 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe());
         QCOMPARE(result.iStderr, QByteArray());
         // Up to the first stop, and nothing afterwards.
-        const int stop = order.indexOf(QRegularExpression(QStringLiteral("[LC]")));
+        const auto stop = order.indexOf(QRegularExpression(QStringLiteral("[LC]")));
         QList<int> expected;
         for (int i = 0; i <= stop; ++i)
             expected += Expected(0, 10);

@@ -77,9 +77,9 @@ void Put(const QString& path, const QByteArray& bytes)
         qFatal("cannot write %s", qPrintable(path));
 }
 
-int Fail(const char* what, int number)
+int Fail(const char* what, qint64 number)
 {
-    std::fprintf(stderr, "%s %d\n", what, number);
+    std::fprintf(stderr, "%s %lld\n", what, number);
     return 1;
 }
 
@@ -87,7 +87,7 @@ int Fail(const char* what, int number)
 bool IsWhole(const QByteArray& text)
 {
     QByteArray rest = text;
-    const int at = rest.indexOf("changed=");
+    const auto at = rest.indexOf("changed=");
     if (at >= 0)
         rest.remove(at, rest.indexOf('\n', at) + 1 - at);
     return rest == Text();

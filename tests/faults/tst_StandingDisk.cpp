@@ -125,7 +125,7 @@ private Q_SLOTS:
         const auto result = TestSupport::RunScenario("standing", {QString::number(meanwhile)});
         QVERIFY2(result.IsOk(), result.Describe());
         const Found found = Read(result.iFolder.filePath(QStringLiteral("app.log")));
-        const int kept = found.iNumbers.size();
+        const int kept = int(found.iNumbers.size());
         QVERIFY2(kept > kLeast && kept < kFit + 200, QByteArray::number(kept));
         // All lines up to the gap, then the line that counts it, then the lines after the disk was back.
         int inOrder = 0;

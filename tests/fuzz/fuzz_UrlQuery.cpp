@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     QUrl url(Fuzz::Text(data));
     const QUrl original = url;
     const auto items = QUrlQuery(url.query()).queryItems();
-    const int chosen = data.ConsumeIntegralInRange(-1, qMin(items.size(), 100) - 1);
+    const int chosen = data.ConsumeIntegralInRange(-1, qMin(int(items.size()), 100) - 1);
     const QString key = chosen < 0 ? Fuzz::Text(data) : items.at(chosen).first;
     const QString value = Fuzz::Text(data);
     const bool isPlain = IsPlain(key);

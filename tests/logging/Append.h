@@ -19,10 +19,10 @@ inline QVector<int> AppendTogether(LogFile& file, const QList<QByteArray>& batch
     const QByteArray bytes = batches.join();
     std::vector<LogBatches::Batch> sizes;
     for (const QByteArray& batch : batches)
-        sizes.insert(sizes.begin(), {batch.size(), {}});
+        sizes.insert(sizes.begin(), {int(batch.size()), {}});
     QVector<int> done;
     const char* from = bytes.constData();
-    for (int left = batches.size(); left > 0; left -= done.last()) {
+    for (int left = int(batches.size()); left > 0; left -= done.last()) {
         done += file.Append({from, &sizes[size_t(left - 1)], left}).iBatches;
         for (int i = 0; i < done.last(); ++i)
             from += sizes[size_t(left - 1 - i)].iSize;

@@ -36,7 +36,7 @@ public:
     Q_DISABLE_COPY(UseFile)
 
     void Begin() { CrashFile::Use(CrashFile::Open(iName)); }
-    static void Put(const QByteArray& line) { CrashFile::Put(line.constData(), line.size()); }
+    static void Put(const QByteArray& line) { CrashFile::Put(line.constData(), int(line.size())); }
     Remains Read() const { return CrashFormat::ReadAll(Text(iName)).value().back(); }
 
 private:

@@ -96,7 +96,7 @@ private Q_SLOTS:
             Left left(lines);
             left.BeginWrite();
             Write(LogName(), lines.left(cut));
-            const int expected = 2 - (cut >= kFirst.size()) - (cut == lines.size());
+            const qint64 expected = 2 - (cut >= kFirst.size()) - (cut == lines.size());
             QCOMPARE(left.Complete(), std::optional<qint64>(expected));
             QCOMPARE(Text(LogName()), kOther + lines);
             // And again, as if it had died before it could tell.

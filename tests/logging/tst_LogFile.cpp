@@ -32,9 +32,8 @@ const QDateTime kNow(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
 
 int OpenDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd"))
-        .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
-        .size();
+    return int(
+        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
 QByteArray Log()

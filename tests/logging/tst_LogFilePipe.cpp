@@ -102,7 +102,7 @@ private Q_SLOTS:
         const QVector<int> done = AppendTogether(file, batches);
         reader.join();
         ::close(descriptor);
-        QCOMPARE(done, QVector<int>{batches.size()});
+        QCOMPARE(done, QVector<int>{int(batches.size())});
         QVERIFY(read == batches.join());
         QCOMPARE(gSignals, 0);
         QVERIFY(gPatience.size() > signalsMeanwhile);

@@ -287,7 +287,7 @@ private Q_SLOTS:
         QCOMPARE(old.mid(1) + fresh.mid(1), expected);
         QCOMPARE(old.first(), QByteArray("<no stamp>|old"));
         QCOMPARE(fresh.first(), "<no stamp>2024-03-05 14:07:09.042continued from " + rotated.toLatin1());
-        const int bytes = LogText::Read(result.iFolder.filePath(rotated)).size() - int(sizeof("|old"));
+        const auto bytes = LogText::Read(result.iFolder.filePath(rotated)).size() - int(sizeof("|old"));
         QVERIFY(bytes > 5000 && bytes < 5100); // one batch
     }
 };

@@ -134,7 +134,7 @@ private Q_SLOTS:
             agent.StartThread();
             QEventLoop loop;
             loop.processEvents();
-            timers = TimersOf(agent).size();
+            timers = int(TimersOf(agent).size());
             agent.StopLogging();
         }).join();
         QCOMPARE(timers, 1);
@@ -188,7 +188,7 @@ private Q_SLOTS:
         if (!hasLines)
             agent.SendBufferToThread();
         ForgedClock::Advance(quietSecs * 1000);
-        const int before = agent.iBatches.size();
+        const auto before = agent.iBatches.size();
         QSemaphore held;
         QSemaphore ticked;
         std::thread holder([&] {

@@ -106,7 +106,7 @@ const Scenario whileLocked("whileLocked", [](const QStringList&) {
                 returned.release();
             });
         }
-        returned.acquire(kAtOnce.size() + kAfterASecond.size());
+        returned.acquire(int(kAtOnce.size() + kAfterASecond.size()));
         for (int i = 0; i < entryPoints.size(); ++i) {
             const qint64 msecs = waited[size_t(i)];
             std::printf("%s: %s\n", entryPoints[i].iName,

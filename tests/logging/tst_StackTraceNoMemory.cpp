@@ -38,7 +38,7 @@ Attempt TraceWith(int allocations)
 const Scenario memoryEnds("memoryEnds", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(arguments.value(0).toInt());
     Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
-    const auto lines = [](const QString& text) { return text.count(QStringLiteral("\r\n")); };
+    const auto lines = [](const QString& text) { return int(text.count(QStringLiteral("\r\n"))); };
     const int expected = lines(TraceWith(kPlenty).iText);
     int allocations = 0;
     int thrown = 0;

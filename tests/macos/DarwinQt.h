@@ -1,18 +1,20 @@
 #pragma once
 
-// Included first in a source for macOS: what the framework declares only there, and for its documentation. No other
-// header may see that macro.
+// Included first in a source for macOS: what the framework declares only there. No other header may see that macro.
 
-#define Q_QDOC
+#include <QtCore/qglobal.h>
+
+#define Q_OS_DARWIN
 #include <QtCore/qstring.h>
-#undef Q_QDOC
+#undef Q_OS_DARWIN
 
+#include <QtCore/qcalendar.h>
 #include <QtCore/qnamespace.h>
 #include <QtCore/qshareddata.h>
 
-#define Q_QDOC
+#define Q_OS_DARWIN
 #include <QtCore/qdatetime.h>
-#undef Q_QDOC
+#undef Q_OS_DARWIN
 
 /// The framework's own. Its definition is with the rest of the fake Foundation.
 class QMacAutoReleasePool

@@ -106,7 +106,7 @@ private slots:
         QFETCH(QList<QByteArray>, texts);
         Start(texts);
         void* addresses[21] = {};
-        const QStringList lines = FrameLines::Of(addresses, texts.size());
+        const QStringList lines = FrameLines::Of(addresses, int(texts.size()));
         QCOMPARE(gFrees, 1);
         QCOMPARE(gCalls.size(), 1);
         QCOMPARE(gCalls.first().iAddresses, static_cast<void* const*>(addresses));

@@ -30,7 +30,7 @@ QVector<Question> QuestionsTo(const QByteArray& text)
     QStringList names{QStringLiteral("a/none"), QStringLiteral("a/b/none")};
     const ListedSettings file(NewFile(text));
     for (const QString& key : file.Keys()) {
-        for (int at = key.indexOf(kSeparator, 1); at >= 0; at = key.indexOf(kSeparator, at + 1))
+        for (auto at = key.indexOf(kSeparator, 1); at >= 0; at = key.indexOf(kSeparator, at + 1))
             names += key.left(at);
         names += key;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QLibraryInfo>
+#include <QtCore/QProcess>
 #include <QtCore/QVariant>
 
 #if QT_VERSION_MAJOR < 6
@@ -29,6 +31,37 @@ inline void SetLocalCodec(const char* name)
     Q_UNUSED(name)
 #endif
 }
+
+/// The folder of the framework's programs.
+inline QString ProgramsFolder()
+{
+#if QT_VERSION_MAJOR < 6
+    return QLibraryInfo::location(QLibraryInfo::BinariesPath);
+#else
+    return QLibraryInfo::path(QLibraryInfo::BinariesPath);
+#endif
+}
+
+/// A child process that does something before it becomes its program.
+class Process : public QProcess
+{
+#if QT_VERSION_MAJOR < 6
+protected:
+    void setupChildProcess() final
+    {
+        BeforeProgram();
+    }
+#else
+public:
+    Process()
+    {
+        setChildProcessModifier([this] { BeforeProgram(); });
+    }
+#endif
+
+private:
+    virtual void BeforeProgram() = 0;
+};
 
 /// A text in Latin-1, or in UTF-8 with its mark, in the encoding in which the framework reads INI files.
 inline QByteArray AsFrameworkReads(const QByteArray& latin1)

@@ -1,5 +1,7 @@
 #include "DetachedScenario.h"
 
+#include <QtCore/QTemporaryFile>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -30,8 +32,11 @@ TestSupport::ScenarioResult DetachedScenario::Run(const char* name, const QStrin
 {
     TestSupport::ScenarioResult result;
     result.iFolder = QDir::current();
+    QTemporaryFile errors; // what is left writes there, too: a pipe without its reader would end it
+    errors.open();
     QProcess process;
     process.setProcessEnvironment(iEnvironment);
+    process.setStandardErrorFile(errors.fileName());
     process.setStandardInputFile(QProcess::nullDevice());
     TestSupport::StartScenario(process, name, arguments, iProgram);
     result.iTimedOut = !process.waitForStarted() || !process.waitForFinished(kMinute);
@@ -40,7 +45,7 @@ TestSupport::ScenarioResult DetachedScenario::Run(const char* name, const QStrin
     result.iCrashed = process.exitStatus() == QProcess::CrashExit;
     result.iExitCode = process.exitCode();
     result.iStdout = process.readAllStandardOutput();
-    result.iStderr = process.readAllStandardError();
+    result.iStderr = errors.readAll();
     return result;
 }
 

@@ -6,7 +6,6 @@
 
 #include <NeroltOrvaneBase/SystemConfig.h>
 
-#include <QtCore/QLibraryInfo>
 #include <QtTest/QtTest>
 
 #include <fcntl.h>
@@ -139,7 +138,7 @@ private Q_SLOTS:
     // The framework's own program, and the tools of this machine.
     void realPrograms()
     {
-        const QString qtdiag = QLibraryInfo::location(QLibraryInfo::BinariesPath) + Text("/qtdiag");
+        const QString qtdiag = TestSupport::ProgramsFolder() + Text("/qtdiag");
         QVERIFY2(QFile::exists(qtdiag), qPrintable(qtdiag));
         QVERIFY(QDir().mkdir(Text("p q")) && QDir().mkpath(iLogs) && QFile::link(qtdiag, Text("p q/qtdiag")));
         DetachedScenario scenario;
