@@ -39,7 +39,7 @@ qint64 CrashedLog::Count(const Text& lines)
 
 void CrashedLog::RemoveTwofold(const Text& log, Text& other)
 {
-    int at = other.isEmpty() ? -1 : log.indexOf(other.first());
+    auto at = other.isEmpty() ? -1 : log.indexOf(other.first());
     while (at >= 0 && at < log.size() && !other.isEmpty() && log.at(at) == other.first()) {
         other.removeFirst();
         ++at;
