@@ -82,6 +82,7 @@ add_library(NeroltOrvaneBase ${library_type}
   settings/IniText.cpp
   settings/ReadableIni.cpp
   settings/SettingsIniFile.cpp
+  settings/SharedChanges.cpp
   settings/StandIns.cpp
   settings/StreamedValue.cpp
   system/HostWords.cpp
@@ -152,6 +153,7 @@ set_target_properties(NeroltOrvaneBase PROPERTIES
   CXX_EXTENSIONS OFF
   CXX_VISIBILITY_PRESET hidden
   POSITION_INDEPENDENT_CODE ON
+  OBJCXX_STANDARD 17
   OBJCXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON
   VERSION ${PROJECT_VERSION}

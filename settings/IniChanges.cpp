@@ -36,6 +36,13 @@ void IniChanges::Clear()
     iMany = nullptr;
 }
 
+IniChanges IniChanges::TakeAdded()
+{
+    IniChanges taken;
+    taken.iChanges.swap(iChanges);
+    return taken;
+}
+
 void IniChanges::ForEach(const Function& function) const
 {
     std::for_each(iChanges.begin(), iChanges.end(), function);
@@ -52,6 +59,14 @@ const IniChanges::Change* IniChanges::Last(const QString& group, const QString& 
             return &*change;
     }
     return nullptr;
+}
+
+QHash<QString, QVariant> IniChanges::Values() const
+{
+    QHash<QString, QVariant> values;
+    for (const Change& change : iChanges)
+        values[Full(change)] = change.iIsRemoval ? QVariant() : change.iValue;
+    return values;
 }
 
 bool IniChanges::SetAfter(const IniNames::Name& name) const

@@ -2,6 +2,7 @@
 
 #include "IniNames.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
@@ -28,11 +29,17 @@ public:
     /// Changes that come after those added, without a copy of them.
     void SetMany(const Many& many) { iMany = many; }
     void Clear();
+    /// Puts those added to others before those added here.
+    void Prepend(const IniChanges& earlier) { iChanges = earlier.iChanges + iChanges; }
+    /// Those added, which are not here any more.
+    IniChanges TakeAdded();
 
     bool IsEmpty() const { return !iMany && iChanges.empty(); }
     void ForEach(const Function& function) const;
     /// The last one added that sets or removes the key, or null.
     const Change* Last(const QString& group, const QString& key) const;
+    /// Of those added, by their whole names, the values; null for a key that is removed.
+    QHash<QString, QVariant> Values() const;
     /// Whether one sets a key that comes after this name in the file.
     bool SetAfter(const IniNames::Name& name) const;
     /// Whether they change anything in a file with these keys.

@@ -8,6 +8,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QHash>
 #include <QtCore/QSettings>
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
@@ -95,14 +96,34 @@ void LogSetting(const char* what, const QVariant& value, const QString& key, con
     });
 }
 
-bool MergeGroup(const QString& group, QSettings& source, const QSettings& there, IniSettings& target, bool overwrite)
+// The values that a merge finds in its target.
+class Target
+{
+public:
+    Target(const IniSettings& target, const QSettings& file)
+        : iUnknown(target.Unknown())
+        , iFile(file)
+    {
+    }
+    bool Has(const QString& name) const
+    {
+        const auto unknown = iUnknown.constFind(name);
+        return !Framework::IsNull(unknown == iUnknown.constEnd() ? iFile.value(name) : *unknown);
+    }
+
+private:
+    const QHash<QString, QVariant> iUnknown;
+    const QSettings& iFile;
+};
+
+bool MergeGroup(const QString& group, QSettings& source, const Target& there, IniSettings& target, bool overwrite)
 {
     const Group sourceGroup(source, group);
     bool changed = false;
     const QStringList keys = source.childKeys();
     for (const QString& key : keys) {
         const QString path = group + QLatin1Char('/') + key;
-        if (key.isEmpty() || (!overwrite && !Framework::IsNull(there.value(path))))
+        if (key.isEmpty() || (!overwrite && there.Has(path)))
             continue; // the framework stores no value without a name
         const QVariant value = source.value(key);
         LogSetting(overwrite ? "Overwrite (if existing) setting value " : "setting value ", value, key, group);
@@ -123,7 +144,7 @@ bool Find(QSettings& settings, const QString& group, const QString& key, QString
 bool FindAnywhere(IniSettings& settings, const QString& group, const QString& key, QString& text)
 {
     const bool isReadable = settings.Refresh();
-    if (const IniSettings::Change* const change = settings.Unsaved(group, key)) {
+    if (const auto change = settings.Unsaved(group, key)) {
         text = IniFile::SettingValue(change->iValue, false);
         return !change->iIsRemoval;
     }
@@ -227,8 +248,9 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
     std::unique_ptr<ReadableIni> rest;
     if (!target.IsReadable())
         rest = std::make_unique<ReadableIni>(target.Path(), ReadableIni::Refused::Empty);
-    const QSettings& there = rest ? rest->Settings() : target;
-    TakeAll(there);
+    const QSettings& file = rest ? rest->Settings() : target;
+    TakeAll(file);
+    const Target there(target, file);
     bool changed = false;
     const QStringList groups = source.childGroups();
     for (const QString& group : groups) {

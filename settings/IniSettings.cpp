@@ -6,6 +6,7 @@
 #include "ReadableIni.h"
 #include "StandIns.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QEvent>
@@ -14,7 +15,6 @@
 #include <QtCore/QLockFile>
 
 #include <algorithm>
-#include <atomic>
 #include <utility>
 
 using IniDisk::Backup;
@@ -32,7 +32,7 @@ constexpr int kLockMSecs = 2000;
 
 /// The number of objects with changes that are not in their files. QSettings shares unsaved changes between objects on
 /// one file, so the next look-up of one object would write the changes of another.
-std::atomic<int> gUnsaved{0};
+std::atomic<int>& gUnsaved = SharedChanges::sUnsaved;
 
 QString Bindable(const QString& path)
 {
@@ -75,12 +75,13 @@ IniSettings::IniSettings(const QString& path, bool isCopy)
     , iEncodedPath(QFile::encodeName(iPath))
     , iIsElsewhere(fileName() != iPath)
     , iIsFrameworks(isCopy || IniEncoding::kIsFrameworks)
+    , iShared(iIsFrameworks ? nullptr : SharedChanges::Of(iPath))
 {
 }
 
 IniSettings::~IniSettings()
 {
-    if (iChanges.IsEmpty())
+    if (!HasUnsaved())
         return;
     Save();
     if (!iChanges.IsEmpty())
@@ -94,16 +95,51 @@ void IniSettings::Add(const Change& change)
         Refresh();
     else if (!iHasLooked)
         IsReadable();
+    if (iShared)
+        return Share(change);
     if (iChanges.IsEmpty())
         ++gUnsaved;
     iChanges.Add(change);
-    if (!iIsFrameworks)
-        iIsForgotten = true; // until all is known that is to be written
     if (!iIsReadable || iIsForgotten)
         return;
     beginGroup(change.iGroup);
     ApplyTo(*this, change);
     endGroup();
+}
+
+// As QSettings does with changes.
+void IniSettings::Share(const Change& change)
+{
+    iShared->Add(change);
+    if (!std::exchange(iHasPosted, true))
+        QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
+}
+
+void IniSettings::TakeShared()
+{
+    const IniChanges taken = iShared ? iShared->Take() : IniChanges();
+    if (taken.IsEmpty())
+        return;
+    if (iChanges.IsEmpty())
+        ++gUnsaved;
+    iChanges.Prepend(taken);
+    iIsForgotten = true;
+}
+
+void IniSettings::ReturnShared()
+{
+    if (!iShared || iChanges.IsEmpty())
+        return;
+    iShared->PutBack(iChanges.TakeAdded());
+    if (iChanges.IsEmpty())
+        --gUnsaved;
+}
+
+std::optional<IniSettings::Change> IniSettings::Unsaved(const QString& group, const QString& key) const
+{
+    const IniChanges changes = iShared ? iShared->All() : iChanges;
+    const Change* const last = changes.Last(group, key);
+    return last ? std::make_optional(*last) : std::nullopt;
 }
 
 // Checks the text once for each version of the file.
@@ -133,7 +169,7 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
 bool IniSettings::Refresh()
 {
     const bool isReadable = IsReadable();
-    if (gUnsaved > 0 && (isReadable || !iChanges.IsEmpty())) {
+    if (gUnsaved > 0 && (isReadable || HasUnsaved())) {
         Save();
     } else if (isReadable && !iHasTaken) {
         sync();
@@ -148,6 +184,7 @@ bool IniSettings::event(QEvent* event)
 {
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
+    iHasPosted = false;
     Save();
     return true;
 }
@@ -174,6 +211,7 @@ bool IniSettings::Save()
     const FolderLock lock(TargetOf(iPath));
     if (!std::exchange(iHasTidied, true))
         IniDisk::RemoveLeftovers(TargetOf(iPath));
+    TakeShared();
     for (int i = 0; i < kRounds; ++i) {
         if (TrySave()) {
             if (!iChanges.IsEmpty())
@@ -184,6 +222,7 @@ bool IniSettings::Save()
         }
         iIsForgotten = true;
     }
+    ReturnShared();
     return false;
 }
 

@@ -2,8 +2,12 @@
 
 #include "IniChanges.h"
 #include "IniDisk.h"
+#include "SharedChanges.h"
 
 #include <QtCore/QSettings>
+
+#include <memory>
+#include <optional>
 
 /// The framework's settings on an INI file, with safeguards: the framework does not see values that it cannot decode
 /// safely, a path that is not a file is not opened, and if a change could not be written completely, the file gets its
@@ -23,8 +27,10 @@ public:
     bool IsReadable();
     /// Loads changes from the disk, and writes unsaved ones. Returns IsReadable.
     bool Refresh();
-    /// The last change of a key that is not in the file yet, or null.
-    const Change* Unsaved(const QString& group, const QString& key) const { return iChanges.Last(group, key); }
+    /// The last change of a key that is not in the file yet.
+    std::optional<Change> Unsaved(const QString& group, const QString& key) const;
+    /// By their whole names, the values that are not in the file yet and that QSettings does not know; null if removed.
+    QHash<QString, QVariant> Unknown() const { return iShared ? iShared->All().Values() : QHash<QString, QVariant>(); }
     /// Changes memory only.
     void Add(const Change& change);
     /// Call it outside of all groups. False if a change is not in the file; the next change tries it again.
@@ -41,6 +47,10 @@ private:
 
     bool IsWritableHere(const QByteArray& text) const;
     void LookAt(const IniDisk::State& state, const QByteArray& text);
+    bool HasUnsaved() const { return !iChanges.IsEmpty() || (iShared && !iShared->All().IsEmpty()); }
+    void Share(const Change& change);
+    void TakeShared();
+    void ReturnShared();
     bool TrySave();
     void TakeAnew();
     bool TrySaveBeside(const QByteArray& text);
@@ -59,5 +69,7 @@ private:
     bool iIsForgotten = false; ///< QSettings has no unsaved changes
     bool iHasTidied = false; ///< has removed the files that killed writers left
     IniDisk::State iState;
+    const std::shared_ptr<SharedChanges> iShared; ///< null if QSettings shares changes; iChanges is for Save only then
     IniChanges iChanges;
+    bool iHasPosted = false; ///< an event that saves what is shared
 };

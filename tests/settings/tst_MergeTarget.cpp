@@ -113,6 +113,22 @@ private Q_SLOTS:
         QCOMPARE(Get(other, "A", "x"), QStringLiteral("1"));
     }
 
+    void isKeptForAllObjectsWhileTheFileCannotBeWritten()
+    {
+        const QString folder = NewFile("no folder");
+        const QString target = folder + QStringLiteral("/target.ini");
+        const IniFile other(target);
+        auto ini = std::make_unique<IniFile>(target);
+        QVERIFY(ini->Merge(NewFile("[A]\nx=1\n"), kNoSection));
+        QCOMPARE(Get(other, "A", "x"), QStringLiteral("1"));
+        QCOMPARE(Get(*ini, "A", "x"), QStringLiteral("1"));
+        ini.reset();
+        QCOMPARE(Get(other, "A", "x"), QStringLiteral("1"));
+        QVERIFY(QFile::remove(folder) && QDir().mkdir(folder));
+        QCOMPARE(Get(other, "A", "x"), QStringLiteral("1"));
+        QCOMPARE(Read(target), QByteArray("[A]\nx=1\n"));
+    }
+
     // A merge does not read the file first: docs/settings.md says what to do.
     void goesByWhatItsObjectSawLast()
     {
