@@ -78,6 +78,7 @@ add_library(NeroltOrvaneBase ${library_type}
   settings/IniFile.cpp
   settings/IniNames.cpp
   settings/IniSettings.cpp
+  settings/IniSettingsBeside.cpp
   settings/IniString.cpp
   settings/IniText.cpp
   settings/ReadableIni.cpp

@@ -1,0 +1,82 @@
+#include "IniEncoding.h"
+#include "IniSettings.h"
+#include "IniText.h"
+#include "StandIns.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLockFile>
+#include <QtCore/QTemporaryDir>
+
+// How settings are saved that QSettings would not read or write as they are: through a copy of the file.
+
+namespace {
+
+constexpr int kLockMSecs = 2000;
+
+} // namespace
+
+// Whether QSettings would write all values as they are to be written.
+bool IniSettings::IsWritableHere(const QByteArray& text) const
+{
+    if (iIsFrameworks)
+        return true;
+    bool isPlain = IniEncoding::IsKept(text);
+    const auto standIn = [&isPlain](const QByteArray&) {
+        isPlain = false;
+        return QString();
+    };
+    iChanges.ForEach([&](const Change& change) {
+        if (isPlain)
+            IniEncoding::Writable(change.iValue, standIn);
+    });
+    return isPlain;
+}
+
+// Saves through a copy in which harmless values replace those that QSettings cannot read or would write differently.
+bool IniSettings::TrySaveBeside(const QByteArray& text)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("settings.ini"));
+    const QVector<IniText::Line> lines = IniText::LinesOf(text, [](const char* from, const char* to) {
+        return !IniEncoding::IsKept(QByteArray::fromRawData(from, int(to - from))) || IniText::IsRefused(from, to);
+    });
+    StandIns standIns;
+    const auto hidden = [&](int i) {
+        const QByteArray value = text.mid(lines[i].iValueFrom, lines[i].iTo - lines[i].iValueFrom);
+        const bool isRefused = IniText::IsRefused(value.constBegin(), value.constEnd());
+        return standIns.For(isRefused ? value : IniEncoding::Rewritten(value));
+    };
+    if (!iIsFrameworks)
+        QFileInfo(IniDisk::TargetOf(iPath)).dir().mkpath(QStringLiteral(".")); // as QSettings does
+    QLockFile lock(iPath + QLatin1String(".lock"));
+    if (!IniDisk::Put(path, IniEncoding::Readable(IniText::WithValues(text, lines, hidden)))
+        || !lock.tryLock(kLockMSecs))
+        return false;
+    IniSettings copy(path, true);
+    const auto changes = [&](const auto& function) {
+        iChanges.ForEach([&](const Change& change) {
+            const auto standIn = [&](const QByteArray& value) { return QString::fromLatin1(standIns.For(value)); };
+            function({change.iGroup, change.iKey, IniEncoding::Writable(change.iValue, standIn), change.iIsRemoval});
+        });
+    };
+    IniDisk::Content content;
+    if (!copy.Save(changes) || !content.Read(path))
+        return false;
+    return Replace(standIns.Restored(content.Bytes()));
+}
+
+// Others notice a new version by its time and size.
+bool IniSettings::Replace(const QByteArray& text) const
+{
+    const QString target = IniDisk::TargetOf(iPath);
+    const QDateTime before = QFileInfo(target).lastModified();
+    if (!IniDisk::Replace(target, text))
+        return false;
+    QFile file(target);
+    if (QFileInfo(target).lastModified() == before && file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
+        file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
+    return true;
+}
