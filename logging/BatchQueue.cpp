@@ -155,6 +155,13 @@ CrashFile::Mark BatchQueue::LastMark() const
     return iLastMark;
 }
 
+void BatchQueue::Wake()
+{
+    const std::lock_guard<QMutex> lock(iMutex);
+    if (iReader)
+        iEvents.wakeUp();
+}
+
 quint64 BatchQueue::Until(const Arrival& arrival)
 {
     const std::lock_guard<QMutex> lock(iMutex);

@@ -61,6 +61,8 @@ public:
     quint64 Count() const;
     /// How far the lines go that have been put.
     CrashFile::Mark LastMark() const;
+    /// Lets the reader's thread look whether it is to go on. Any thread may call.
+    void Wake();
 
     /// @name Only for the reader
     /// @{

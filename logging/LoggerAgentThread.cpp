@@ -218,6 +218,7 @@ void LoggerAgent::End(LoggingThread& thread)
 {
     thread.requestInterruption();
     thread.quit();
+    thread.Queue().Wake();
     if (thread.wait(kThreadEndMs)) {
         thread.disconnect();
         Swallow([&thread] { thread.deleteLater(); });

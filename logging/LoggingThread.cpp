@@ -17,7 +17,7 @@
 namespace {
 
 constexpr qint64 kMostWaiting = qint64(1) << 30;
-constexpr unsigned long kPauseMs = 10;
+constexpr unsigned long kOutOfMemoryMs = 10;
 
 // What may wait for a disk that stands still: beyond it the host would pay for its log with its life.
 qint64 MostWaiting()
@@ -71,23 +71,25 @@ void LoggingThread::run()
     iWorker.reset();
 }
 
-// Without memory for an event loop it does without one until there is some. So it does without an application object,
-// where the framework's event loop warns: also at the end of a process, when the framework can no longer do that.
+// Without an application object the framework's event loop would warn; at the end of a process the framework can no
+// longer do even that. Without memory for an event loop the thread does without one until there is some.
 void LoggingThread::WaitForEvents()
 {
-    bool ended = false;
-    while (!ended) {
+    while (!isInterruptionRequested()) {
+        bool isOutOfMemory = true;
         Swallow([&] {
-            ended = isInterruptionRequested();
-            if (ended || !QCoreApplication::instance())
-                return;
-            QEventLoop loop;
-            loop.exec();
-            ended = true;
+            if (QCoreApplication::instance()) {
+                QEventLoop loop;
+                loop.exec();
+                requestInterruption();
+            } else {
+                eventDispatcher()->processEvents(QEventLoop::WaitForMoreEvents);
+            }
+            isOutOfMemory = false;
         });
-        if (!ended) {
+        if (isOutOfMemory) {
             Swallow([this] { eventDispatcher()->processEvents(QEventLoop::AllEvents); });
-            msleep(kPauseMs);
+            msleep(kOutOfMemoryMs);
         }
     }
 }
