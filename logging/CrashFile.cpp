@@ -73,7 +73,7 @@ void CrashFile::GiveUp()
 }
 
 // Another thread may have held its mutex, so that this one is given up.
-void CrashFile::ForgetInCopy()
+void CrashFile::ForgetInChild()
 {
     if (const CrashFile* const file = iCurrent.exchange(nullptr))
         file->Abandon();

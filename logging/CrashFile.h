@@ -51,8 +51,8 @@ public:
     static void Use(std::shared_ptr<CrashFile> file);
     /// Its lines need no protection any more. When it is not used any more.
     void GiveUp();
-    /// In a copy of the process: the file belongs to the original.
-    static void ForgetInCopy();
+    /// In a forked process: the file belongs to the parent.
+    static void ForgetInChild();
     /// Whether this is the file `name`.
     bool IsAt(const QByteArray& name) const;
     /// Completes the logs of dead processes; `newLog` is the one of lines that had none yet.

@@ -11,15 +11,15 @@ using LoggerState::ReporterMutex;
 
 namespace {
 
-// Whether this thread holds the log's locks to make a copy of the process.
+// Whether this thread holds the log's locks for a fork.
 thread_local bool tHoldsLocks = false;
 thread_local bool tHoldsCreation = false;
 
 } // namespace
 
-// Until the log starts a copy of the process (fork) gets a log like any other. The threads that it has not would never
-// give back the locks they hold, so for the moment of the copy they are held by the one that it has.
-void Logger::BeforeCopy()
+// Until the log starts, a forked process gets a log like any other. The forking thread holds the locks during the fork:
+// those of other threads would never be released in the child.
+void Logger::BeforeFork()
 {
     const NotCancelled moment;
     tHoldsLocks = false;
@@ -43,7 +43,7 @@ void Logger::BeforeCopy()
     tHoldsLocks = true;
 }
 
-void Logger::AfterCopy()
+void Logger::AfterFork()
 {
     if (tHoldsLocks) {
         Logger* const logger = iInstance.load();
@@ -55,12 +55,12 @@ void Logger::AfterCopy()
         CreationMutex().unlock();
 }
 
-// A copy made later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock. Not even
-// the agent's timer, if its thread is the one that goes on here.
-void Logger::BeginInCopy()
+// A process forked later has no logging thread: there the log is over, as after a stop, and nobody asks for a lock. Not
+// even the agent's timer, if its thread is the one that goes on here.
+void Logger::BeginInChild()
 {
-    AfterCopy();
-    CrashFile::ForgetInCopy();
+    AfterFork();
+    CrashFile::ForgetInChild();
     gUnlockedCallers = 0;
     Logger* const logger = iInstance.load();
     LoggerAgent* const agent = logger ? logger->iAgent.load() : nullptr;

@@ -8,7 +8,7 @@ namespace MappedFile {
 /// Gives an empty file `size` bytes, and blocks on the disk for all of them. False when there is no room.
 bool Reserve(int file, qint64 size);
 
-/// Copies of the process do not have this mapping.
+/// Forked processes do not have this mapping.
 void KeepFromCopies(void* memory, qint64 size);
 
 } // namespace MappedFile

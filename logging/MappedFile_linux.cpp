@@ -10,5 +10,5 @@ bool MappedFile::Reserve(int file, qint64 size)
 
 void MappedFile::KeepFromCopies(void* memory, qint64 size)
 {
-    ::madvise(memory, size_t(size), MADV_DONTFORK); // nothing in a copy touches it either
+    ::madvise(memory, size_t(size), MADV_DONTFORK); // nothing in a forked process touches it either
 }

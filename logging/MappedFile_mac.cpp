@@ -16,5 +16,5 @@ bool MappedFile::Reserve(int file, qint64 size)
 
 void MappedFile::KeepFromCopies(void* memory, qint64 size)
 {
-    ::minherit(memory, size_t(size), VM_INHERIT_NONE); // nothing in a copy touches it either
+    ::minherit(memory, size_t(size), VM_INHERIT_NONE); // nothing in a forked process touches it either
 }

@@ -19,10 +19,10 @@ void RegisteredThread::WatchForks() noexcept
     ::pthread_atfork(
         [] {
             tHoldsList = iMutex.tryLock();
-            Logger::BeforeCopy();
+            Logger::BeforeFork();
         },
         [] {
-            Logger::AfterCopy();
+            Logger::AfterFork();
             if (tHoldsList)
                 iMutex.unlock();
         },
@@ -31,7 +31,7 @@ void RegisteredThread::WatchForks() noexcept
 
 void RegisteredThread::BeginInChild(bool holdsList) noexcept
 {
-    Logger::BeginInCopy();
+    Logger::BeginInChild();
     try {
         if (holdsList) {
             iMutex.unlock();

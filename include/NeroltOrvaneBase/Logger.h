@@ -193,9 +193,9 @@ private:
     friend class RegisteredThread;
     static int UnlockForList();
     static void LockAgain(int times);
-    static void BeforeCopy();
-    static void AfterCopy();
-    static void BeginInCopy();
+    static void BeforeFork();
+    static void AfterFork();
+    static void BeginInChild();
 
     friend class LoggerAgent; // has the Logger's masks
 

@@ -25,12 +25,8 @@
 
 NEROLT_PRIVATE_STATIC(HookedSingleton, iInstance, HookedSingleton*)
 
-using Lines::Expected;
-using Lines::Numbers;
-using Lines::SayTen;
-using StartedLog::kAlwaysOn;
-using StartedLog::kLog;
-using StartedLog::Start;
+using namespace Lines;
+using namespace StartedLog;
 using TestSupport::Scenario;
 
 namespace {

@@ -11,12 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using Lines::Expected;
-using Lines::Numbers;
-using Lines::SayTen;
-using StartedLog::kAlwaysOn;
-using StartedLog::kLog;
-using StartedLog::Start;
+using namespace Lines;
+using namespace StartedLog;
 using TestSupport::Scenario;
 
 namespace {
@@ -97,7 +93,7 @@ const Scenario beforeTheStartUnderLoad("beforeTheStartUnderLoad", [](const QStri
     const bool ended = Fork(50, [] {
         RegisteredThread::LogThreads();
         Start();
-        const RegisteredThread own(nullptr, QStringLiteral("of the copy"));
+        const RegisteredThread own(nullptr, QStringLiteral("of the child"));
         RegisteredThread::LogThreads();
         SayTen(0);
         Logger::StopLogging();
@@ -138,13 +134,13 @@ const Scenario afterTheStop("afterTheStop", [](const QStringList&) {
 
 } // namespace
 
-// A copy of the process, which has none of its threads.
+// A forked process, which has none of the other threads.
 class tst_HostForks : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aCopySaysNothing_data()
+    void aChildSaysNothing_data()
     {
         QTest::addColumn<QList<int>>("numbers"); // of the lines in the log of the process
         QTest::newRow("running") << Expected(0, 20);
@@ -152,7 +148,7 @@ private Q_SLOTS:
         QTest::newRow("timer") << QList<int>();
         QTest::newRow("afterTheStop") << Expected(0, 10);
     }
-    void aCopySaysNothing()
+    void aChildSaysNothing()
     {
         const auto result = TestSupport::RunScenario(QTest::currentDataTag());
         QVERIFY2(result.IsOk(), result.Describe());
@@ -165,7 +161,7 @@ private Q_SLOTS:
         QTEST(numbers, "numbers");
     }
 
-    void aCopyMadeBeforeTheStartIsALogOfItsOwn()
+    void aChildForkedBeforeTheStartHasALogOfItsOwn()
     {
         const auto result = TestSupport::RunScenario("beforeTheStart");
         QVERIFY2(result.IsOk(), result.Describe());
@@ -176,20 +172,20 @@ private Q_SLOTS:
         QCOMPARE(numbers("child.log"), Expected(0, 10) + Expected(100, 110));
     }
 
-#ifndef NEROLT_SANITIZED // their own locks do not survive the copy
-    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads_data()
+#ifndef NEROLT_SANITIZED // their own locks do not survive the fork
+    void aChildForkedBeforeTheStartUnderLoadLogsAndListsThreads_data()
     {
         QTest::addColumn<QString>("what");
         for (const char* what : {"others log", "nobody has logged"})
             QTest::newRow(what) << QString(what);
     }
-    void aCopyMadeBeforeTheStartUnderLoadLogsAndListsThreads()
+    void aChildForkedBeforeTheStartUnderLoadLogsAndListsThreads()
     {
         QFETCH(QString, what);
         const auto result = TestSupport::RunScenario("beforeTheStartUnderLoad", {what});
         QVERIFY2(result.IsOk(), result.Describe());
         const QByteArray text = LogText::Read(result.iFolder.filePath(kLog));
-        QCOMPARE(text.count("|RegisteredThread::LogThreads|Thread: of the copy, running: 0\n"), 50);
+        QCOMPARE(text.count("|RegisteredThread::LogThreads|Thread: of the child, running: 0\n"), 50);
         QVERIFY(Numbers(text).size() >= 50 * Expected(0, 10).size());
     }
 #endif

@@ -21,12 +21,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-using Lines::Expected;
-using Lines::Numbers;
-using Lines::SayTen;
-using StartedLog::kAlwaysOn;
-using StartedLog::kLog;
-using StartedLog::Start;
+using namespace Lines;
+using namespace StartedLog;
 using TestSupport::Scenario;
 
 namespace {
