@@ -23,34 +23,26 @@ constexpr mode_t kMode = 0600;
 constexpr const char* kUnfinished = ".new";
 constexpr int kMostTries = 10; // other processes may come and go
 
-// A descriptor that reads and writes, and is closed with the object unless it is taken out.
-class File
+// For reading and writing.
+class File : public OwnedFile
 {
 public:
     File(const QByteArray& name, int flags)
-        : iDescriptor(::open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | flags, kMode))
+        : OwnedFile(::open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | flags, kMode))
     {
     }
-    ~File()
-    {
-        if (iDescriptor >= 0)
-            ::close(iDescriptor);
-    }
-    Q_DISABLE_COPY(File)
 
-    bool IsOpen() const { return iDescriptor >= 0; }
-    int Number() const { return iDescriptor; }
     int Take() { return std::exchange(iDescriptor, -1); }
 
     // Made by this user and nobody else: what is in it may be believed as far as he could do the same himself.
     bool IsOurs() const
     {
-        struct stat status = {};
-        return ::fstat(iDescriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid()
-            && status.st_nlink == 1 && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+        const struct stat status = Status();
+        return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1
+            && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
     }
 
-    // Ends with the process, and a copy of the process does not have it.
+    // Ends with the process, and a forked one does not have it.
     bool Lock() const
     {
         struct flock lock = {};
@@ -74,21 +66,18 @@ public:
     // Empty when it cannot be read, or is too large for one of ours.
     QByteArray ReadAll() const
     {
-        struct stat status = {};
-        if (::fstat(iDescriptor, &status) != 0 || status.st_size > CrashFormat::kMostBytes)
+        const qint64 size = Status().st_size;
+        if (size > CrashFormat::kMostBytes)
             return QByteArray();
-        QByteArray bytes(int(status.st_size), '\0');
+        QByteArray bytes(int(size), '\0');
         for (int done = 0; done < bytes.size();) {
-            const ssize_t read = ::pread(iDescriptor, bytes.data() + done, size_t(bytes.size() - done), done);
-            if (read == 0 || (read < 0 && errno != EINTR))
+            const ssize_t read = Read(bytes.data() + done, size_t(bytes.size() - done), done);
+            if (read <= 0)
                 return QByteArray();
-            done += std::max(int(read), 0);
+            done += int(read);
         }
         return bytes;
     }
-
-private:
-    int iDescriptor;
 };
 
 bool IsAtName(int descriptor, const QByteArray& name)

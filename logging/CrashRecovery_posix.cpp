@@ -1,9 +1,9 @@
 #include "CrashRecovery.h"
 
 #include "RotatedFiles.h"
+#include "Stamp.h"
 #include "WriteSignals.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -20,13 +20,6 @@ constexpr int kPipeMs = 1000;
 constexpr size_t kPieceBytes = 64 << 10;
 constexpr std::string_view kStamp = "0000-00-00 00:00:00.";
 constexpr std::string_view kRecovered = "0000-00-00 00:00:00.000|10|Information|Logger::SetCrashFile|recovered ";
-
-// As far as both go. A zero stands for any digit.
-bool HasForm(const char* text, int size, std::string_view form)
-{
-    const auto isOfForm = [](char is, char has) { return has == '0' ? is >= '0' && is <= '9' : is == has; };
-    return std::equal(text, text + std::min(size_t(size), form.size()), form.begin(), isOfForm);
-}
 
 // Which of the lines are in the log already.
 struct Found
@@ -64,7 +57,7 @@ public:
     {
         if (!iLine.isEmpty()) {
             const bool isCut = iLines.mid(int(iFound.iBytes)).startsWith(iLine);
-            const bool isHalf = !isCut && HasForm(iLine.constData(), int(iLine.size()), kRecovered);
+            const bool isHalf = !isCut && Stamp::HasForm(iLine.constData(), int(iLine.size()), kRecovered);
             iFound.iCut = isCut ? iLine.size() : 0;
             iFound.iHalf = isHalf ? iLine.size() : 0;
             iFound.iEndsWithin = !isCut && !isHalf;
@@ -85,47 +78,6 @@ private:
     const QByteArray& iLines;
     QByteArray iLine;
     Found iFound;
-};
-
-class ReadableFile
-{
-public:
-    explicit ReadableFile(const QByteArray& name)
-        : iDescriptor(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
-    {
-    }
-    ~ReadableFile()
-    {
-        if (iDescriptor >= 0)
-            ::close(iDescriptor);
-    }
-    Q_DISABLE_COPY(ReadableFile)
-
-    Descriptor::Identity Which() const
-    {
-        const struct stat status = Status();
-        return {status.st_dev, status.st_ino};
-    }
-
-    struct stat Status() const
-    {
-        struct stat status = {};
-        if (::fstat(iDescriptor, &status) != 0)
-            status.st_mode = 0;
-        return status;
-    }
-
-    ssize_t Read(char* bytes, size_t size, qint64 offset) const
-    {
-        ssize_t read = -1;
-        do
-            read = ::pread(iDescriptor, bytes, size, off_t(offset));
-        while (read < 0 && errno == EINTR);
-        return read;
-    }
-
-private:
-    int iDescriptor;
 };
 
 bool IsFile(const struct stat& status, const CrashFormat::Attempt& attempt)
@@ -161,24 +113,24 @@ bool CanBeLog(const QByteArray& name)
 }
 
 // A crash file in a folder that others may change can name any file of this user's. Only logs are written to.
-bool IsLog(const ReadableFile& file, const Remains& remains)
+bool IsLog(const OwnedFile& file, const Remains& remains)
 {
     const struct stat status = file.Status();
     if (status.st_size == 0 || (remains.iAttempt && IsFile(status, *remains.iAttempt)))
         return true;
     std::array<char, kStamp.size()> start = {};
     return file.Read(start.data(), start.size(), 0) == ssize_t(start.size())
-        && HasForm(start.data(), int(start.size()), kStamp);
+        && Stamp::HasForm(start.data(), int(start.size()), kStamp);
 }
 
-bool EndsLine(const ReadableFile& file, qint64 size)
+bool EndsLine(const OwnedFile& file, qint64 size)
 {
     char last = '\0';
     return file.Read(&last, 1, size - 1) == 1 && last == '\n';
 }
 
 // No value when it cannot be read: what stands there would be written again.
-std::optional<Found> Find(const ReadableFile& file, const QByteArray& lines, quint64 offset)
+std::optional<Found> Find(const OwnedFile& file, const QByteArray& lines, quint64 offset)
 {
     Search search(lines);
     std::array<char, kPieceBytes> piece; // NOLINT(cppcoreguidelines-pro-type-member-init): it is read into
@@ -225,7 +177,7 @@ std::optional<qint64> CrashRecovery::Complete(CrashFormat::Section& section, con
         return std::nullopt;
     Found found;
     if (file.IsRegular()) {
-        const ReadableFile readable(name);
+        const OwnedFile readable(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
         if (!(readable.Which() == file.Which()) || !IsLog(readable, remains))
             return std::nullopt;
         const qint64 size = file.Size();

@@ -10,7 +10,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -34,6 +33,35 @@ size_t Piece(const char* from, const char* end)
 
 } // namespace
 
+// Nothing can be done about a failing close: what is lost by then is lost.
+OwnedFile::~OwnedFile()
+{
+    if (IsOpen())
+        ::close(iDescriptor);
+}
+
+struct stat OwnedFile::Status() const
+{
+    struct stat status = {};
+    ::fstat(iDescriptor, &status); // which leaves it alone when it fails
+    return status;
+}
+
+OwnedFile::Identity OwnedFile::Which() const
+{
+    const struct stat status = Status();
+    return {status.st_dev, status.st_ino};
+}
+
+ssize_t OwnedFile::Read(char* bytes, size_t size, qint64 offset) const
+{
+    ssize_t read = -1;
+    do
+        read = ::pread(iDescriptor, bytes, size, off_t(offset));
+    while (read < 0 && errno == EINTR);
+    return read;
+}
+
 // Not blocking, so that a pipe without a reader in the log's place fails to open instead of holding up the log, and
 // with it whoever stops it. Files know no difference, but for those that another process has a lease on: it is asked to
 // give it back.
@@ -47,13 +75,6 @@ Descriptor::Descriptor(const QByteArray& name, Links links)
         if (errno == EWOULDBLOCK)
             ::usleep(kLeaseUsecs);
     }
-}
-
-// Nothing can be done about a failing close: what is lost by then is lost.
-Descriptor::~Descriptor()
-{
-    if (IsOpen())
-        ::close(iDescriptor);
 }
 
 qint64 Descriptor::Write(const char* lines, qint64 size, int patienceMs) const
@@ -110,17 +131,9 @@ bool Descriptor::IsAt(const QByteArray& name) const
     return ::stat(name.constData(), &status) == 0 && Identity{status.st_dev, status.st_ino} == Which();
 }
 
-Descriptor::Identity Descriptor::Which() const
-{
-    struct stat status = {};
-    ::fstat(iDescriptor, &status);
-    return {status.st_dev, status.st_ino};
-}
-
 bool Descriptor::IsRegular() const
 {
-    struct stat status = {};
-    return ::fstat(iDescriptor, &status) == 0 && S_ISREG(status.st_mode);
+    return S_ISREG(Status().st_mode);
 }
 
 bool Descriptor::Lock() const
@@ -128,7 +141,7 @@ bool Descriptor::Lock() const
     return ::flock(iDescriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
-// Closing would not do while a copy of the process has the file open as well.
+// Closing would not do while a forked process has the file open as well.
 void Descriptor::Unlock() const
 {
     ::flock(iDescriptor, LOCK_UN);

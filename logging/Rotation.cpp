@@ -5,9 +5,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QDateTime>
 
-#include <algorithm>
 #include <array>
-#include <string_view>
 
 namespace {
 
@@ -55,9 +53,7 @@ bool Rotation::IsRotatedPath(const QByteArray& path, const QByteArray& rotatedPa
         return false;
     const QByteArray stamp = rotatedPath.mid(around.iBefore.size(), Stamp::kToSecond);
     const auto number = [&stamp](int at, int digits) { return stamp.mid(at, digits).toInt(); };
-    constexpr std::string_view kForm = "0000-00-00_00-00-00";
-    return std::equal(kForm.begin(), kForm.end(), stamp.begin(),
-                      [](char form, char is) { return form == '0' ? is >= '0' && is <= '9' : is == form; })
+    return Stamp::HasForm(stamp.constData(), int(stamp.size()), "0000-00-00_00-00-00")
         && QDate::isValid(number(0, 4), number(5, 2), number(8, 2))
         && QTime::isValid(number(11, 2), number(14, 2), number(17, 2));
 }
