@@ -1,5 +1,9 @@
 #include "DetachedScenario.h"
 
+#include "PathText.h"
+
+#include <NeroltOrvaneBase/SystemConfig.h>
+
 #include <QtCore/QTemporaryFile>
 
 #include <fcntl.h>
@@ -9,6 +13,13 @@
 namespace {
 
 constexpr int kMinute = 60000;
+
+const TestSupport::Scenario report("report", [](const QStringList& arguments) {
+    return PathText::Logged(arguments[0].toInt(), [&] {
+        SystemConfig::SetTestPath(arguments[1]);
+        SystemConfig::ReportSystemDetails();
+    });
+});
 
 } // namespace
 

@@ -69,21 +69,12 @@ private Q_SLOTS:
                  "system_profiler SPDisplaysDataType > \"" + path.toUtf8() + "\"");
     }
 
+    // tst_GraphicsScript runs it.
     void linuxGraphicsScript_data() { AddPaths(); }
     void linuxGraphicsScript()
     {
         QFETCH(QString, path);
-        QCOMPARE(ReportText::LinuxGraphicsScript(path).toUtf8(),
-                 "{ said=; for tool in 'lspci -nnk -d ::03xx' 'lshw -C display' 'glxinfo -B' 'xrandr --query'; do "
-                 "text=$(timeout -k 1 10 $tool) || :; "
-                 "[ -z \"$text\" ] || { said=yes; printf '%s\\n\\n%s\\n\\n' \"$tool\" \"$text\"; }; done; "
-                 "[ \"$said\" ] || for file in /sys/class/drm/*/status /sys/class/drm/*/modes "
-                 "/sys/class/drm/*/device/uevent; do "
-                 "[ -s \"$file\" ] && text=$(cat \"$file\") && [ \"$text\" ] || continue; "
-                 "said=yes; printf '%s\\n\\n%s\\n\\n' \"$file\" \"$text\"; done; "
-                 "[ \"$said\" ] || echo 'No display and no graphics adapter was found.'; "
-                 "} 2>/dev/null > \""
-                     + path.toUtf8() + "\"");
+        QVERIFY(ReportText::LinuxGraphicsScript(path).toUtf8().endsWith("} 2>/dev/null > \"" + path.toUtf8() + "\""));
     }
 
     void excerpt_data()

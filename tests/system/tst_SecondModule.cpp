@@ -1,8 +1,7 @@
 #include "InstalledHook.h"
+#include "Replacement.h"
 #include "module/SecondModule.h"
 #include "support/TestMain.h"
-
-#include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QLibrary>
@@ -12,24 +11,7 @@
 #include <dlfcn.h>
 #include <memory>
 
-NEROLT_PRIVATE_STATIC(SystemConfig, sInstance, SystemConfig*)
-
 namespace {
-
-const QString kName = QStringLiteral("SystemConfig");
-
-class Replacement : public SystemConfig
-{
-public:
-    explicit Replacement(int& destroyed)
-        : iDestroyed(destroyed)
-    {
-    }
-    ~Replacement() override { ++iDestroyed; }
-
-private:
-    int& iDestroyed;
-};
 
 template <typename Pointer>
 QString FileThatHolds(Pointer pointer)

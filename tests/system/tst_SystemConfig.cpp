@@ -1,8 +1,8 @@
 #include "InstalledHook.h"
+#include "Replacement.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IOrvaneInstance.h>
-#include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtTest/QtTest>
 
@@ -10,30 +10,12 @@
 #include <cstdio>
 #include <memory>
 
-NEROLT_PRIVATE_STATIC(SystemConfig, sInstance, SystemConfig*)
-
 Q_DECLARE_METATYPE(std::string)
 Q_DECLARE_METATYPE(std::wstring)
 
 using TestSupport::Scenario;
 
 namespace {
-
-const QString kName = QStringLiteral("SystemConfig");
-
-// A host's own configuration.
-class Replacement : public SystemConfig
-{
-public:
-    explicit Replacement(int& destroyed)
-        : iDestroyed(destroyed)
-    {
-    }
-    ~Replacement() override { ++iDestroyed; }
-
-private:
-    int& iDestroyed;
-};
 
 // Asks for a path in its destructor, as a class may that saves something.
 class Asking : public SystemConfig

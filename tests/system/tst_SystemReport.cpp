@@ -21,14 +21,6 @@ using namespace PathText;
 
 namespace {
 
-// The report below a test path.
-const Scenario report("report", [](const QStringList& arguments) {
-    return Logged(arguments[0].toInt(), [&] {
-        SystemConfig::SetTestPath(arguments[1]);
-        SystemConfig::ReportSystemDetails();
-    });
-});
-
 // As an ordinary user with real and effective ids: a shell would reset an effective id alone.
 const Scenario ordinaryReport("ordinaryReport", [](const QStringList& arguments) {
     QCoreApplication::applicationDirPath(); // while it can be found

@@ -12,18 +12,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using TestSupport::Scenario;
 using namespace PathText;
 
 namespace {
-
-// The report below a test path.
-const Scenario report("report", [](const QStringList& arguments) {
-    return Logged(arguments[0].toInt(), [&] {
-        SystemConfig::SetTestPath(arguments[1]);
-        SystemConfig::ReportSystemDetails();
-    });
-});
 
 // A named pipe in the current folder. Its reader waits for Open, or for the destructor.
 class Valve

@@ -1,9 +1,8 @@
 #include "FileState.h"
+#include "FileTimes.h"
 #include "Playground.h"
 #include "support/Framework.h"
 #include "support/TestMain.h"
-
-#include <NeroltOrvaneBase/FileInfoMac.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFileInfo>
@@ -20,37 +19,17 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+using namespace FileTimes;
+
 namespace {
 
-constexpr qint64 kNsPerMs = 1000000;
-constexpr qint64 kSomeTime = 1700000000123; // 2023-11-14T22:13:20.123Z
 // What statx and uname return.
 std::atomic<unsigned int> gHiddenFields{0};
 const char* gRelease = nullptr;
 
-QDateTime Utc(qint64 msecs)
-{
-    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
-}
-
 qint64 Msecs(const char* isoTime)
 {
     return QDateTime::fromString(QString::fromLatin1(isoTime), Qt::ISODateWithMs).toMSecsSinceEpoch();
-}
-
-qint64 FloorMs(qint64 ns)
-{
-    return (ns - (ns % kNsPerMs + kNsPerMs) % kNsPerMs) / kNsPerMs;
-}
-
-QDateTime Get(const QString& path, FileTimeType type)
-{
-    return FileInfoMac(path).GetTime(type);
-}
-
-bool Set(const QString& path, FileTimeType type, const QDateTime& time = Utc(kSomeTime))
-{
-    return FileInfoMac(path).SetTime(time, type);
 }
 
 void SetZone(const char* zone)

@@ -1,10 +1,9 @@
 #include "CallFailure.h"
 #include "FileState.h"
+#include "FileTimes.h"
 #include "Playground.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
-
-#include <NeroltOrvaneBase/FileInfoMac.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -15,30 +14,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace FileTimes;
+
 namespace {
-
-constexpr qint64 kNsPerMs = 1000000;
-constexpr qint64 kSomeTime = 1700000000123; // 2023-11-14T22:13:20.123Z
-
-QDateTime Utc(qint64 msecs)
-{
-    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
-}
-
-qint64 FloorMs(qint64 ns)
-{
-    return (ns - (ns % kNsPerMs + kNsPerMs) % kNsPerMs) / kNsPerMs;
-}
-
-QDateTime Get(const QString& path, FileTimeType type)
-{
-    return FileInfoMac(path).GetTime(type);
-}
-
-bool Set(const QString& path, FileTimeType type, const QDateTime& time = Utc(kSomeTime))
-{
-    return FileInfoMac(path).SetTime(time, type);
-}
 
 // The only attribute that setting the creation time added, whatever its name.
 QByteArray CreationAttribute(const QString& place)
