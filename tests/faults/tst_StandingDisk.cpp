@@ -44,6 +44,17 @@ const Scenario standing("standing", [](const QStringList& arguments) {
     return 0;
 });
 
+const Scenario oneTooLong("oneTooLong", [](const QStringList&) {
+    gIsForged = true;
+    Logger::GetInstance()->SetLevel(LoggerDefs::Information);
+    Logger::SetLoggerFileName(QStringLiteral("app.log"), false);
+    Logger::LogInformation("F", QString(int(kMemoryMiB / 4 << 20), QLatin1Char('x')));
+    RunningLog::HandOver();
+    Say(0, 1);
+    Logger::StopLogging();
+    return 0;
+});
+
 // How much more memory there is than before the burst, while the disk stands and when the log has come to rest. All of
 // the log's work has been done once before.
 const Scenario burst("burst", [](const QStringList& arguments) {
@@ -105,6 +116,17 @@ private Q_SLOTS:
         const Found found = Read(result.iFolder.filePath(QStringLiteral("app.log")));
         QCOMPARE(found.iNumbers.size(), meanwhile + 10);
         QCOMPARE(found.iOthers.size(), 1); // the line of the stop
+    }
+
+    void aSingleLineThatNeverFitsIsCounted()
+    {
+        const auto result = TestSupport::RunScenario("oneTooLong");
+        QVERIFY2(result.IsOk(), result.Describe());
+        const Found found = Read(result.iFolder.filePath(QStringLiteral("app.log")));
+        QCOMPARE(found.iOthers.value(0),
+                 QByteArray("0 |30|Warning|LoggerAgent::SendBufferToThread|1 lines dropped, too much was waiting for "
+                            "the disk"));
+        QCOMPARE(found.iNumbers, QList<int>{0});
     }
 
 #ifndef NEROLT_SANITIZED // their memory is not ours

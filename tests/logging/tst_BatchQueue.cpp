@@ -63,6 +63,8 @@ QList<QByteArray> Split(const LogBatches& batches)
     QList<QByteArray> split;
     const char* at = batches.iBytes;
     for (int i = 0; i < batches.iCount; ++i) {
+        if (reinterpret_cast<quintptr>(&batches.At(i)) % alignof(LogBatches::Batch) != 0)
+            return {"not aligned"};
         split += QByteArray(at, batches.At(i).iSize);
         at += batches.At(i).iSize;
     }
