@@ -30,7 +30,7 @@ QString Message(bool isMixed)
 int LinesIn(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().count('\n') : 0;
+    return file.open(QIODevice::ReadOnly) ? int(file.readAll().count('\n')) : 0;
 }
 
 bool WaitForBytes(const QString& path, qint64 bytes)

@@ -89,8 +89,8 @@ private:
     int BeginOfMessage(const QByteArray& line) const
     {
         if (!iHasStamp)
-            return line.size() - iExpected.first().size();
-        const int begin = Line::kStampSize + iMark.size();
+            return int(line.size() - iExpected.first().size());
+        const int begin = int(Line::kStampSize + iMark.size());
         const bool isOurs = HasStamp(line) && line.size() >= begin
             && std::memcmp(line.constData() + Line::kStampSize, iMark.constData(), size_t(iMark.size())) == 0;
         return isOurs ? begin : -1;
@@ -100,7 +100,7 @@ private:
     bool TakeLine(const QByteArray& line)
     {
         const int begin = BeginOfMessage(line);
-        const int size = iExpected.first().size();
+        const int size = int(iExpected.first().size());
         if (begin < 0 || line.size() != begin + size)
             return false;
         const int thread = (line[begin + 7] - '0') * 10 + line[begin + 8] - '0';

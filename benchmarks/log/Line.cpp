@@ -1,6 +1,6 @@
 #include "Line.h"
 
-#include <QtCore/QVector>
+#include <string>
 
 namespace {
 
@@ -22,11 +22,11 @@ QByteArray NameOf(Line::Level level)
 
 QString Filler(bool isMixed, int characters)
 {
-    const QVector<uint> filler = QString::fromUtf8(isMixed ? kMixedFiller : kPlainFiller).toUcs4();
-    QVector<uint> text;
-    while (text.size() < characters)
+    const std::u32string filler = QString::fromUtf8(isMixed ? kMixedFiller : kPlainFiller).toStdU32String();
+    std::u32string text;
+    while (text.size() < size_t(characters))
         text += filler[text.size() % filler.size()];
-    return QString::fromUcs4(text.constData(), text.size());
+    return QString::fromStdU32String(text);
 }
 
 } // namespace

@@ -55,7 +55,7 @@ QJsonObject Compare(const Task& task, const QString& path, int rounds)
 {
     qint64 expected = -1;
     const auto measure = [&](int work) { return InUnit(Measure(task.iWorks[work], path, expected), task.iUnit); };
-    const Figures figures = Comparison::Measure(task.iWorks.size(), rounds, measure);
+    const Figures figures = Comparison::Measure(int(task.iWorks.size()), rounds, measure);
     QStringList names;
     for (const Work& work : task.iWorks)
         names += work.iName;

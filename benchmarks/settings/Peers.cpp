@@ -121,7 +121,7 @@ Task InMemoryTask()
         [](const QString& path) { return std::make_shared<QSettings>(path, QSettings::IniFormat); },
         [](QSettings& file, const QString& group, const QString& key) {
             file.beginGroup(group);
-            const int size = file.value(key).toString().size();
+            const qint64 size = file.value(key).toString().size();
             file.endGroup();
             return size;
         });

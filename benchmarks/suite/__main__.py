@@ -27,6 +27,8 @@ ROUNDS = {"logs": (6, 2), "settings": (9, 2), "trace": (25, 9), "start": (11, 5)
 def read_arguments():
     parser = argparse.ArgumentParser(prog="bench", description="Measures the library beside its peers.")
     parser.add_argument("--build", type=Path, default=Path("build/bench"), help="the build folder (%(default)s)")
+    parser.add_argument("--build-qt6", type=Path, default=Path("build/bench-qt6"),
+                        help="that of ours with Qt 6, left out when there is none (%(default)s)")
     parser.add_argument("--docs", type=Path, default=Path("docs"), help="where the page goes (%(default)s)")
     parser.add_argument("--quick", action="store_true", help="two minutes in place of ten; leaves the page as it is")
     parser.add_argument("--only", nargs="+", choices=PARTS, metavar="PART",
@@ -45,21 +47,39 @@ def show_progress(part, done, scenario):
         print(f"\r\033[K{part} {done:4.0%}  {what}", end="", file=sys.stderr, flush=True)
 
 
-def measure_all(arguments, build, parts):
+def read_build(folder):
+    """What CMake has written about it; None when it has not."""
+    file = folder / "benchmarks" / "build.json"
+    return json.loads(file.read_text(encoding="utf-8")) if file.exists() else None
+
+
+def loggers(arguments, build, qt6):
+    """{target: its program}"""
+    folder = Path("benchmarks") / "log"
+    built = [name for name in scenarios.NAMES if name in build["loggers"]]
+    found = {name: arguments.build / folder / f"bench_log_{name}" for name in built}
+    if qt6:
+        found[scenarios.QT6] = arguments.build_qt6 / folder / f"bench_log_{scenarios.OURS}"
+    return found
+
+
+def measure_all(arguments, build, qt6, parts):
     programs = arguments.build / "benchmarks"
     rounds = {name: counts[arguments.quick] for name, counts in ROUNDS.items()}
     rounds["logs"] = arguments.rounds or rounds["logs"]
     results = {"parts": parts, "quick": arguments.quick, "rounds": rounds}
-    targets = [target for target in scenarios.NAMES if target in build["loggers"]]
     log_parts = [part for part in scenarios.LOG_PARTS if part in parts]
     results["logs"] = measure.logs(
-        programs, targets, log_parts, rounds["logs"], arguments.folder, arguments.quick, show_progress
+        loggers(arguments, build, qt6), log_parts, rounds["logs"], arguments.folder, arguments.quick, show_progress
     )
     if "instructions" in parts:
         results["instructions"] = instructions.count(programs / "instructions" / "count_instructions")
     for part in ("settings", "trace"):
         if part in parts:
-            results[part] = measure.tasks(programs / part / f"bench_{part}", rounds[part], arguments.build / "results")
+            results[part] = measure.tasks(programs / part / f"bench_{part}", rounds[part])
+    if "settings" in parts and qt6:
+        program = arguments.build_qt6 / "benchmarks" / "settings" / "bench_settings"
+        results["settings with Qt 6"] = measure.tasks(program, rounds["settings"])
     if "start" in parts:
         results["start"] = start.starts(programs, rounds["start"])
     if "size" in parts:
@@ -67,14 +87,14 @@ def measure_all(arguments, build, parts):
     return results
 
 
-def add_facts(results, arguments, build, before, seconds):
-    facts = machine.facts(build, arguments.folder)
+def add_facts(results, arguments, builds, before, seconds):
+    facts = machine.facts(builds, arguments.folder)
     facts["Load before and after"] = f"{before}, {machine.load()}"
     facts["Rounds"] = f"{results['rounds']['logs']} of the log, {results['rounds']['settings']} of the settings"
     facts["Lines"] = f"{scenarios.LINES // (3 if arguments.quick else 1)} without a pause"
     facts["Measured in"] = f"{seconds:.0f} s, {time.strftime('%Y-%m-%d')}" + (", quick" if arguments.quick else "")
     results["machine"] = facts
-    results["left out"] = build["left_out"]
+    results["left out"] = builds[0]["left_out"]
     results["aims"] = aims.all_of(results)
 
 
@@ -101,10 +121,12 @@ def main():
     parts = [part for part in PARTS if not arguments.only or part in arguments.only]
     target = arguments.build / "results"
     target.mkdir(parents=True, exist_ok=True)
-    build = json.loads((arguments.build / "benchmarks" / "build.json").read_text(encoding="utf-8"))
+    build, qt6 = read_build(arguments.build), read_build(arguments.build_qt6)
+    if not build:
+        raise measure.Failure(f"{arguments.build}: there are no benchmarks")
     before, begin = machine.load(), time.monotonic()
-    results = measure_all(arguments, build, parts)
-    add_facts(results, arguments, build, before, time.monotonic() - begin)
+    results = measure_all(arguments, build, qt6, parts)
+    add_facts(results, arguments, [build, qt6] if qt6 else [build], before, time.monotonic() - begin)
     written = write_all(results, target)
     print_aims(results)
     if parts == PARTS and not arguments.quick:

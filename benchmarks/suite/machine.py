@@ -25,7 +25,8 @@ def load():
     return f"{os.getloadavg()[0]:.2f}"
 
 
-def facts(build, folder):
+def facts(builds, folder):
+    build = builds[0]
     model = _value("/proc/cpuinfo", r"^model name\s*: (.*)")
     system = _value("/etc/os-release", r'^PRETTY_NAME="(.*)"')
     return {
@@ -34,5 +35,5 @@ def facts(build, folder):
         "System": f"{system}, kernel {platform.release()}",
         "File system of the logs": measure.run(["df", "--output=fstype", folder]).stdout.split()[-1],
         "Compiler": f"{build['compiler']}, {build['kind']} {build['flags']}".strip(),
-        "Libraries": build["versions"],
+        "Libraries": ", ".join(each["versions"] for each in builds),
     }

@@ -27,8 +27,7 @@ def run(command, **options):
     return done
 
 
-def _run_scenario(programs, scenario, folder, quick):
-    program = programs / "log" / f"bench_log_{scenario.target}"
+def _run_scenario(program, scenario, folder, quick):
     with tempfile.TemporaryDirectory(prefix="bench-", dir=folder) as empty:
         return json.loads(run([*scenario.command(program, quick), "--folder", empty]).stdout)
 
@@ -39,27 +38,29 @@ def _in_turn(chosen, number):
     return chosen[start:] + chosen[:start]
 
 
-def logs(programs, targets, parts, rounds, folder, quick, progress):
-    """{scenario: {figure: summary}}. Each round runs every scenario of a part once, one process after another.
+def logs(programs, parts, rounds, folder, quick, progress):
+    """{scenario: {figure: summary}}. `programs` are those of the loggers, by name. Each round runs every scenario
+    of a part once, one process after another.
 
     The parts come one by one: what a log without a pause leaves to the disk to do would slow down single calls.
     """
     found = {}
     for part in parts:
-        chosen = scenarios.all_of(part, targets)
+        chosen = scenarios.all_of(part, programs)
         values = {scenario: {} for scenario in chosen}
         for number in range(rounds):
             for done, scenario in enumerate(_in_turn(chosen, number)):
                 progress(part, (number * len(chosen) + done) / (rounds * len(chosen)), scenario)
-                for name, value in _run_scenario(programs, scenario, folder, quick).items():
+                for name, value in _run_scenario(programs[scenario.target], scenario, folder, quick).items():
                     values[scenario].setdefault(name, []).append(value)
         for scenario, named in values.items():
             found[scenario] = {name: summary(those) for name, those in named.items()}
     return found
 
 
-def tasks(program, rounds, folder):
+def tasks(program, rounds):
     """The tasks of a program that compares by itself."""
-    target = Path(folder) / f"{program.name}.json"
-    run([program, "--rounds", rounds, "--json", target])
-    return json.loads(target.read_text(encoding="utf-8"))
+    with tempfile.TemporaryDirectory() as folder:
+        target = Path(folder) / "tasks.json"
+        run([program, "--rounds", rounds, "--json", target])
+        return json.loads(target.read_text(encoding="utf-8"))

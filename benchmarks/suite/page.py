@@ -7,7 +7,7 @@ from statistics import median
 import instructions
 import start
 from figures import ratios, shown, span
-from scenarios import COPY, HOST, LOG_PARTS, NAMES, OURS, SYNC, Scenario, measured, of_us
+from scenarios import COPY, HOST, LOG_PARTS, NAMES, OURS, QT6, SYNC, Scenario, measured, of_us
 from words import ABOUT, AIMS, CHARTS, COMMANDS, COMMANDS_NOTE, INTRODUCTION, LEFT_OUT, NOTES, PAID_FOR, TITLES
 
 NS = {"mean": "mean", "p50": "p50", "p99": "p99", "p99.9": "p99.9"}
@@ -19,8 +19,24 @@ def _table(rows, others="---:"):
     return "".join(f"| {' | '.join(row)} |\n" for row in [head, rule, *rest]) + "\n"
 
 
+def _filled(text, indent=""):
+    return textwrap.fill(text, 120, subsequent_indent=indent, break_on_hyphens=False) + "\n"
+
+
 def _prose(text):
-    return textwrap.fill(" ".join(text.split()), 120) + "\n\n"
+    return _filled(" ".join(text.split())) + "\n"
+
+
+def _qt6_head(logs, kind, what=""):
+    return [f"{what}with Qt 6"] if Scenario(QT6, kind) in logs else []
+
+
+def _with_qt6(logs, ours, target, figure, scale=1):
+    """The cell of a column that has a figure only for us."""
+    found = logs.get(ours.of(QT6))
+    if not found:
+        return []
+    return [shown(found[figure]["median"] * scale) if target == OURS else ""]
 
 
 def _flat_row(logs, ours, target):
@@ -29,12 +45,14 @@ def _flat_row(logs, ours, target):
     to_theirs = median(ratios(logs[ours]["lines/s"]["rounds"], rates["rounds"]))
     row = [NAMES[target], shown(rates["median"] / 1e6), span(rates["rounds"], 1e-6)]
     row.append("" if target == OURS else shown(to_theirs))
+    row += _with_qt6(logs, ours, target, "lines/s", 1e-6)
     row += [shown(figures[name]["median"]) for name in [*NS, "processor"]]
     return row + [shown(max(0, figures[name]["median"]) / 1048576) for name in ("peak", "kept")]
 
 
 def _flat(logs):
-    head = ["", "million lines/s", "least to most", "ours is faster by", *NS, "processor", "MiB at peak", "kept"]
+    head = ["", "million lines/s", "least to most", "ours is faster by", *_qt6_head(logs, "flat"), *NS]
+    head += ["processor", "MiB at peak", "kept"]
     text = ""
     for ours in of_us("flat"):
         rows = [_flat_row(logs, ours, target) for target in measured(logs, "flat")]
@@ -45,22 +63,24 @@ def _flat(logs):
 def _bursty(logs):
     text = ""
     for ours in of_us("bursty"):
-        rows = [["", *NS, "p99.9 least to most", "processor"]]
+        rows = [["", *NS, "p99.9 least to most", *_qt6_head(logs, "bursty", "p99.9 "), "processor"]]
         for target in measured(logs, "bursty"):
             figures = logs[ours.of(target)]
             row = [NAMES[target]] + [shown(figures[name]["median"]) for name in NS]
-            rows.append(row + [span(figures["p99.9"]["rounds"]), shown(figures["processor"]["median"])])
+            row += [span(figures["p99.9"]["rounds"]), *_with_qt6(logs, ours, target, "p99.9")]
+            rows.append(row + [shown(figures["processor"]["median"])])
         text += f"### {ours.title()}\n\n" + _table(rows)
     return text
 
 
 def _stopped(logs):
-    rows = [["", "ns", "least to most"]]
+    rows = [["", "ns", "least to most", *_qt6_head(logs, "stopped")]]
     ours = of_us("stopped")[0]
     for target in measured(logs, "stopped"):
         figure = logs[ours.of(target)]["mean"]
         name = "an empty loop" if target == COPY else NAMES[target]
-        rows.append([name, f"{figure['median']:.2f}", span(figure["rounds"])])
+        row = [name, f"{figure['median']:.2f}", span(figure["rounds"])]
+        rows.append(row + _with_qt6(logs, ours, target, "mean"))
     return _table(rows)
 
 
@@ -85,16 +105,20 @@ def _levels(logs):
     return _table(rows)
 
 
-def _tasks(tasks):
+def _tasks(tasks, tasks_with_qt6=()):
+    """The column of Qt 6 has what the same program, built with that, has measured."""
     text = ""
+    with_qt6 = {
+        (task["title"], work["name"]): shown(work["median"]) for task in tasks_with_qt6 for work in task["works"]
+    }
     for task in tasks:
         rows = [[f"{task['title']} ({task['unit']})", "median", "least to most", "ours is faster by"]]
+        rows[0] += ["median with Qt 6"] if with_qt6 else []
         ours = task["works"][0]
         for work in task["works"]:
             faster = "" if work is ours else shown(work["median"] / ours["median"])
-            rows.append(
-                [work["name"], shown(work["median"]), f"{shown(work['least'])} to {shown(work['most'])}", faster]
-            )
+            row = [work["name"], shown(work["median"]), f"{shown(work['least'])} to {shown(work['most'])}", faster]
+            rows.append(row + ([with_qt6.get((task["title"], work["name"]), "")] if with_qt6 else []))
         text += _table(rows)
     return text
 
@@ -168,7 +192,7 @@ SECTIONS = {
     "host": lambda results: _host(results["logs"]),
     "levels": lambda results: _levels(results["logs"]),
     "instructions": lambda results: _instructions(results["instructions"]),
-    "settings": lambda results: _tasks(results["settings"]),
+    "settings": lambda results: _tasks(results["settings"], results.get("settings with Qt 6", ())),
     "trace": lambda results: _tasks(results["trace"]),
     "start": lambda results: _start(results["start"]),
     "size": lambda results: _size(results["size"]),
@@ -187,7 +211,9 @@ def _paid_for(logs):
 
 def _introduction(results):
     targets = measured(results["logs"])
-    about = [textwrap.fill(f"- {text}", 120, subsequent_indent="  ") + "\n" for text in _about(targets)]
+    if any(scenario.target == QT6 for scenario in results["logs"]) or "settings with Qt 6" in results:
+        targets.append(QT6)
+    about = [_filled(f"- {text}", "  ") for text in _about(targets)]
     left_out = _prose(LEFT_OUT.format(names=", ".join(results["left out"]))) if results["left out"] else ""
     return INTRODUCTION + "".join(about) + "\n" + left_out
 

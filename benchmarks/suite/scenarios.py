@@ -8,6 +8,9 @@ ASYNC = "spdlog_async"
 SYNC = "spdlog_sync"
 COPY = "copy_write"
 NO_LOG = "no_log"
+# Ours again, built with Qt 6: a column beside its row.
+QT6 = "nerolt_qt6"
+# Who has a row.
 NAMES = {
     OURS: "NeroltOrvaneBase",
     CRASH_FILE: "NeroltOrvaneBase, crash file",
@@ -107,7 +110,7 @@ PARTS = {
 LOG_PARTS = list(PARTS)
 # Of the parts that do not take all loggers.
 TARGETS = {"host": [OURS, NO_LOG, ASYNC], "levels": [OURS]}
-LOGGERS = [target for target in NAMES if target != NO_LOG]
+LOGGERS = [*(target for target in NAMES if target != NO_LOG), QT6]
 
 
 def of_us(part):

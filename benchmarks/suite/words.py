@@ -1,6 +1,6 @@
 """What the page says besides figures."""
 
-from scenarios import ASYNC, COPY, CRASH_FILE, NO_LOG, OURS, SYNC
+from scenarios import ASYNC, COPY, CRASH_FILE, NO_LOG, OURS, QT6, SYNC
 
 INTRODUCTION = """# Performance
 
@@ -14,7 +14,7 @@ the ratios within the rounds.
 
 """
 
-# For each row of the tables that there is: whom it is about, and what.
+# For each row of the tables that there is, and for the column: whom it is about, and what.
 ABOUT = [
     ((OURS,), """Ours opens and closes its file for every batch, or for what waits together, up to 64 KiB. It looks at
         the file's age and size each time, and rotates it at 100 MiB."""),
@@ -33,6 +33,8 @@ ABOUT = [
         a time: a single thread without a lock, several under a mutex. So it is no limit: where there are several cores,
         a logger whose own thread writes can be faster."""),
     ((NO_LOG,), "No log: the same program, and nobody writes a line."),
+    ((QT6,), """With Qt 6: medians of the same programs, built with that in `build/bench-qt6`. Those of the log take
+        their turns with the others, those of the settings follow them. All other figures are with Qt 5."""),
 ]
 
 LEFT_OUT = "Left out, because CMake did not find them: {names}."

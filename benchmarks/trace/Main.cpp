@@ -31,12 +31,12 @@ Comparison::Aim AimOf(const Comparison::Figures& figures, int boost)
 QJsonObject Compare(const QVector<Peer>& peers, int depth, int rounds)
 {
     const auto measure = [&](int peer) { return Measure(peers[peer], depth); };
-    const Comparison::Figures figures = Comparison::Measure(peers.size(), rounds, measure);
+    const Comparison::Figures figures = Comparison::Measure(int(peers.size()), rounds, measure);
     QStringList names;
     for (const Peer& peer : peers)
         names += QString::fromLatin1(peer.iName);
     return Comparison::Print({QStringLiteral("A trace of %1 frames").arg(depth), QStringLiteral("us"), names}, figures,
-                             AimOf(figures, names.indexOf(QStringLiteral("Boost.Stacktrace"))));
+                             AimOf(figures, int(names.indexOf(QStringLiteral("Boost.Stacktrace")))));
 }
 
 } // namespace

@@ -18,7 +18,7 @@ struct Free
 
 struct Ours
 {
-    Q_ALWAYS_INLINE static int Frames() { return StackTrace::TraceCode().count(QLatin1Char('\n')); }
+    Q_ALWAYS_INLINE static int Frames() { return int(StackTrace::TraceCode().count(QLatin1Char('\n'))); }
 };
 
 struct LibraryOfC

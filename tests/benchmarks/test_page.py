@@ -4,6 +4,7 @@ test_page.py <folder of the suite>
 """
 
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -11,8 +12,11 @@ sys.path.insert(0, sys.argv.pop(1))
 
 import aims
 import charts
+import measure
 import page
-from scenarios import ASYNC, COPY, CRASH_FILE, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, SYNC, Scenario, all_of, of_us
+from scenarios import (
+    ASYNC, COPY, CRASH_FILE, HOST, LOG_PARTS, LOGGERS, NAMES, NO_LOG, OURS, QT6, SYNC, Scenario, all_of, of_us
+)
 
 FIGURES = ["lines/s", "mean", "p50", "p99", "p99.9", "processor", "peak", "kept", "stop", *HOST]
 
@@ -39,6 +43,15 @@ def results_of(targets):
     }
     results["aims"] = aims.all_of(results)
     return results
+
+
+def tasks_of(**works):
+    found = [{"name": name, "median": median, "least": median, "most": median} for name, median in works.items()]
+    return [{"title": "A change", "unit": "us", "works": found, "aim": ""}]
+
+
+def section_of(text, title):
+    return text[text.index(f"## {title}\n") :].split("\n## ")[0]
 
 
 def scripts(results):
@@ -87,6 +100,56 @@ class TestPage(unittest.TestCase):
         self.assertNotIn("- spdlog", text)
         self.assertNotIn("Two of the log's costs", text)
         self.assertFalse([aim for aim in results["aims"] if NAMES[ASYNC] in aim["aim"] or NAMES[SYNC] in aim["figure"]])
+
+    def test_ours_with_qt_6_has_a_column(self):
+        results = results_of([*NAMES, QT6])
+        ours = Scenario(OURS)
+        results["logs"][ours.of(QT6)]["lines/s"] = summary(4560000, 4550000, 4570000)
+        results["logs"][Scenario(QT6, "bursty")]["p99.9"] = summary(4321, 4320, 4322)
+        results["logs"][Scenario(QT6, "stopped")]["mean"] = summary(7.65, 7.64, 7.66)
+        results["parts"].append("settings")
+        results["settings"] = tasks_of(IniFile=25, QSettings=50, KConfig=75)
+        results["settings with Qt 6"] = tasks_of(QSettings=60, IniFile=30)
+        text = page.make(results, {})
+        self.assertRegex(text, r"\n- With Qt 6: .* `build/bench-qt6`")
+        without_pause = section_of(text, "Without a pause")
+        self.assertEqual(without_pause.count("| ours is faster by | with Qt 6 | mean |"), len(of_us("flat")))
+        self.assertIn(f"| {NAMES[OURS]} | 0.00 | 0.00 to 0.00 |  | 4.56 | 2000 |", without_pause)
+        self.assertIn(f"| {NAMES[SYNC]} | 0.00 | 0.00 to 0.00 | 1.00 |  | 2000 |", without_pause)
+        bursty = section_of(text, "A bursty caller")
+        self.assertEqual(bursty.count("| p99.9 least to most | p99.9 with Qt 6 | processor |"), len(of_us("bursty")))
+        self.assertIn("| 1000 to 3000 | 4321 | 2000 |", bursty)
+        stopped = section_of(text, "A call that the level stops")
+        self.assertIn("|  | ns | least to most | with Qt 6 |", stopped)
+        self.assertEqual(stopped.count("| 7.65 |"), 1)
+        settings = section_of(text, "Settings")
+        self.assertIn("| A change (us) | median | least to most | ours is faster by | median with Qt 6 |", settings)
+        self.assertIn("| IniFile | 25.0 | 25.0 to 25.0 |  | 30.0 |", settings)
+        self.assertIn("| QSettings | 50.0 | 50.0 to 50.0 | 2.00 | 60.0 |", settings)
+        self.assertIn("| KConfig | 75.0 | 75.0 to 75.0 | 3.00 |  |", settings)
+        self.assertNotIn(QT6, text)
+
+    def test_qt_6_changes_nothing_else(self):
+        results = results_of([*NAMES, QT6])
+        without = results_of(list(NAMES))
+        self.assertEqual(scripts(results), scripts(without))
+        self.assertEqual(aims.all_of(results), aims.all_of(without))
+        self.assertNotIn("Qt 6", page.make({**without, "settings": tasks_of(IniFile=25)}, {}))
+
+    def test_ours_with_qt_6_takes_its_turn(self):
+        with tempfile.TemporaryDirectory() as folder:
+            programs = {}
+            for number, name in enumerate((OURS, QT6, "glog")):
+                programs[name] = Path(folder) / name
+                programs[name].write_text(f"#!/bin/sh\necho '{{\"mean\": {number}}}'\n", encoding="utf-8")
+                programs[name].chmod(0o700)
+            turns = []
+            note = lambda part, done, scenario: turns.append(scenario.target)
+            found = measure.logs(programs, ["stopped", "host"], 2, folder, True, note)
+        self.assertEqual(found[Scenario(QT6, "stopped")]["mean"]["rounds"], [1, 1])
+        self.assertEqual(found[Scenario(OURS, "stopped")]["mean"]["rounds"], [0, 0])
+        self.assertNotIn(Scenario(QT6, "host"), found)
+        self.assertEqual(sorted(turns[:3]), sorted(programs))
 
     def test_what_the_host_feels_is_compared_with_no_log(self):
         results = results_of(list(NAMES))
