@@ -5,6 +5,8 @@
 //   values print <file> : all values as text
 //   values texts : what depends on the framework elsewhere
 
+#include "util/Framework.h"
+
 #include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/IniString.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
@@ -20,6 +22,10 @@
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
 #include <QtCore/QVariant>
+#include <QtGui/QColor>
+#include <QtGui/QColorSpace>
+#include <QtGui/QPolygonF>
+#include <QtGui/QTransform>
 
 #include <cstdio>
 
@@ -159,6 +165,10 @@ void PrintTexts()
         Put(value.key(), IniFile::SettingValue(value.value(), false));
     for (int month = 1; month <= 12; ++month)
         Put(QString::number(month), IniFile::SettingValue(QDateTime(QDate(2020, month, month), QTime(3, 4)), false));
+    // The numbers in the log.
+    const QVariantList shown{QColor(1, 2, 3), QPolygonF(), QTransform(), QColorSpace(QColorSpace::SRgb)};
+    for (const QVariant& value : shown)
+        Put(QLatin1String(value.typeName()), QString::number(Framework::TypeNumber(value)));
 }
 
 } // namespace
