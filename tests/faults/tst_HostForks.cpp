@@ -79,6 +79,30 @@ const Scenario beforeTheStart("beforeTheStart", [](const QStringList&) {
     return ended ? 0 : 1;
 });
 
+// The thread that forks is the only one that the child has.
+const Scenario onAListedThread("onAListedThread", [](const QStringList&) {
+    class Forking : public RegisteredThread
+    {
+    public:
+        using RegisteredThread::RegisteredThread;
+        bool iEnded = false;
+
+    private:
+        void run() override
+        {
+            iEnded = Fork(1, [] {
+                Start();
+                RegisteredThread::LogThreads();
+                Logger::StopLogging();
+            });
+        }
+    };
+    const RegisteredThread other(nullptr, QStringLiteral("of the parent"));
+    Forking forking(nullptr, QStringLiteral("forks"));
+    forking.start();
+    return forking.wait() && forking.iEnded ? 0 : 1;
+});
+
 // Other threads log, list threads and create new ones during the forks.
 const Scenario beforeTheStartUnderLoad("beforeTheStartUnderLoad", [](const QStringList& arguments) {
     const bool logs = arguments.contains("others log");
@@ -170,6 +194,15 @@ private Q_SLOTS:
         };
         QCOMPARE(numbers("app.log"), Expected(0, 20));
         QCOMPARE(numbers("child.log"), Expected(0, 10) + Expected(100, 110));
+    }
+
+    void aChildListsTheThreadThatForked()
+    {
+        const auto result = TestSupport::RunScenario("onAListedThread");
+        const QList<QByteArray> lines = LogScenario::LeftBy(result);
+        const QByteArray thread = "|30|Warning|RegisteredThread::LogThreads|Thread: ";
+        QVERIFY2(lines.contains(thread + "forks, running: 1"), lines.join('\n'));
+        QVERIFY2(!lines.contains(thread + "of the parent, running: 0"), lines.join('\n'));
     }
 
 #ifndef NEROLT_SANITIZED // their own locks do not survive the fork

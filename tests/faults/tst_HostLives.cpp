@@ -2,7 +2,6 @@
 #include "RunningLog.h"
 #include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
-#include "support/Others.h"
 #include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -176,54 +175,39 @@ public:
     std::atomic<bool> iCalled{false};
 };
 
-// Keeps the log so long that those who want it wait in the kernel, where a thread can be terminated.
-class SlowReporter final : public IErrorReporter
-{
-public:
-    void ReportError(const QString&, const QString&) override
-    {
-        QThread::msleep(100);
-        ++iCalls;
-    }
-
-    std::atomic<int> iCalls{0};
-};
-
-// A thread that waits for the log is terminated in functions that must not be unwound.
+// The thread's termination is pending when it calls functions that must not be unwound. Each line reaches a place where
+// it would take effect.
 const Scenario terminatedInTheList("terminatedInTheList", [](const QStringList&) {
-    SlowReporter reporter;
     Start();
     Logger::GetInstance()->SetLevel(kAlwaysOn | LoggerDefs::Debug);
-    Logger::SetErrorReporter(&reporter);
-    RegisteredThread listed(nullptr, QStringLiteral("listed"));
-    auto others = std::make_unique<Others>(3, [](int thread, int) {
-        if (thread == 1)
-            Logger::LogException(1, "F", QStringLiteral("keeps the log"), 0);
-        else
-            Logger::LogDebug("F", QStringLiteral("waits for it"));
+    Logger::SetFlushLevels(LoggerDefs::Warning | LoggerDefs::Debug);
+    LoggerAgent* const agent = (Logger::GetInstance()->*Logger_iAgent()).load();
+    int places = 0;
+    const auto place = QObject::connect(agent, &LoggerAgent::logMessage, [&places] {
+        ++places;
+        ::pthread_testcancel();
     });
+    RegisteredThread listed(nullptr, QStringLiteral("listed"));
     std::atomic<bool> hasBegun{false};
-    std::atomic<bool> isToEnd{false};
+    std::atomic<bool> isTerminated{false};
+    bool hasReturned = false;
     const std::unique_ptr<QThread> thread(QThread::create([&] {
-        while (!isToEnd) {
-            hasBegun = true;
-            listed.SetInterrupted();
-            RegisteredThread::LogThreads();
-        }
+        hasBegun = true;
+        while (!isTerminated)
+            QThread::yieldCurrentThread();
+        listed.SetInterrupted();
+        RegisteredThread::LogThreads();
+        hasReturned = true;
         ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr); // the framework's own end does not bear it
     }));
     thread->start();
     while (!hasBegun)
         QThread::yieldCurrentThread();
     thread->terminate();
-    const int calls = reporter.iCalls + 5; // meanwhile it waits for the log
-    while (reporter.iCalls < calls)
-        QThread::yieldCurrentThread();
-    isToEnd = true;
-    if (!thread->wait(30000))
+    isTerminated = true;
+    if (!thread->wait(30000) || !hasReturned || places < 2)
         return 1;
-    others.reset();
-    Logger::SetErrorReporter(nullptr);
+    QObject::disconnect(place);
     Logger::GetInstance()->SetLevel(kAlwaysOn);
     SayTen(0);
     Logger::StopLogging();
