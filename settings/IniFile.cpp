@@ -243,7 +243,6 @@ bool IniFile::Merge(const QString& mergeFilePath, const QString& overwriteSectio
     }
     ReadableIni readable(mergeFilePath);
     QSettings& source = readable.Settings();
-    source.setFallbacksEnabled(false);
     IniSettings& target = Of(iSettings);
     std::unique_ptr<ReadableIni> rest;
     if (!target.IsReadable())
@@ -292,5 +291,5 @@ QTime IniFile::GetTimeFromPrefs(const IIniFileBase& ini, const QString& group, c
     const int minute = parts.value(1).toInt(&isNumber);
     if (!isNumber)
         return DefaultTime(key);
-    return QTime(int(hour), minute < 0 || minute >= 60 ? -1 : minute, 0, 0);
+    return QTime(int(hour), minute, 0, 0);
 }
