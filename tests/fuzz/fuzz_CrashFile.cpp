@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             SetAttempt(data, section, log);
         if (data.ConsumeBool())
             Damage(data, section, kept.size());
-        file += kept.left(data.ConsumeBool() ? kept.size() : data.ConsumeIntegralInRange(0, kept.size()));
+        file += kept.left(data.ConsumeBool() ? kept.size() : data.ConsumeIntegralInRange(0, int(kept.size())));
     }
     const auto all = CrashFormat::ReadAll(file);
     for (quint64 at = quint64(kFileBytes); all && at != quint64(file.size());) {

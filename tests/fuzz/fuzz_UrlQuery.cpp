@@ -18,7 +18,7 @@ bool IsPlain(const QString& key)
 
 int Count(const QUrl& url, const QString& key)
 {
-    return QUrlQuery(url.query()).allQueryItemValues(key).size();
+    return int(QUrlQuery(url.query()).allQueryItemValues(key).size());
 }
 
 } // namespace
