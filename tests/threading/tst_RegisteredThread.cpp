@@ -116,8 +116,8 @@ private Q_SLOTS:
         RegisteredThread thread(nullptr, QString());
         QObject object;
         object.moveToThread(&thread);
+        const QThread* ranOn = nullptr; // the thread sanitizer knows that what comes before the start is ordered
         thread.start();
-        const QThread* ranOn = nullptr;
         const auto call = [&] {
             ranOn = QThread::currentThread();
             object.moveToThread(nullptr);
