@@ -168,9 +168,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QList<int>>("numbers"); // of the lines in the log of the process
         QTest::newRow("running") << Expected(0, 20);
+        QTest::newRow("afterTheStop") << Expected(0, 10);
+#ifndef NEROLT_SANITIZED // other threads hold the locks of their allocator during the fork, and it has no care for that
         QTest::newRow("underLoad") << QList<int>();
         QTest::newRow("timer") << QList<int>();
-        QTest::newRow("afterTheStop") << Expected(0, 10);
+#endif
     }
     void aChildSaysNothing()
     {
@@ -205,7 +207,7 @@ private Q_SLOTS:
         QVERIFY2(!lines.contains(thread + "of the parent, running: 0"), lines.join('\n'));
     }
 
-#ifndef NEROLT_SANITIZED // their own locks do not survive the fork
+#ifndef NEROLT_SANITIZED // as above
     void aChildForkedBeforeTheStartUnderLoadLogsAndListsThreads_data()
     {
         QTest::addColumn<QString>("what");
