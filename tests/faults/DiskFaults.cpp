@@ -167,20 +167,3 @@ void DiskFaults::RunStop(const QString& name)
     Logger::StopLogging();
     fault.iEnd();
 }
-
-QByteArray DiskFaults::ToText(const Outcome& outcome)
-{
-    return QByteArray::number(outcome.iLost) + ' ' + QByteArray::number(outcome.iTorn) + ' '
-        + QByteArray::number(outcome.iSlowestUsecs) + ' ' + outcome.iFault + '\n';
-}
-
-DiskFaults::Outcome DiskFaults::FromText(const QByteArray& text)
-{
-    const QList<QByteArray> words = text.trimmed().split(' ');
-    Outcome outcome;
-    outcome.iFault = words.size() < 3 ? QByteArray("no outcome") : words.mid(3).join(' ');
-    outcome.iLost = words.value(0).toInt();
-    outcome.iTorn = words.value(1).toInt();
-    outcome.iSlowestUsecs = words.value(2).toLongLong();
-    return outcome;
-}

@@ -27,7 +27,4 @@ Outcome Run(const QString& fault);
 /// Stops the log during the fault, while callers log without a writer. Returns only if the stop does.
 void RunStop(const QString& fault);
 
-QByteArray ToText(const Outcome& outcome);
-Outcome FromText(const QByteArray& text);
-
 } // namespace DiskFaults

@@ -109,131 +109,68 @@ void Rename(const QString& from, const QString& to)
     Require(QDir().rename(from, to), "move a folder");
 }
 
-std::vector<Fault> Full()
+void RemoveFolder()
 {
-    return {
-        {"full disk", Needs::Mount, kAround, {kDuring}, 0, FillTheDisk, EmptyTheDisk},
-        {"limit of the file's size",
-         Needs::Nothing,
-         kAround,
-         {kDuring},
-         1,
-         [] { LimitFiles(rlim_t(QFileInfo(Log()).size() + 3333)); },
-         [] { LimitFiles(RLIM_INFINITY); }},
-        {"no descriptor left", Needs::Nothing, kAround, {}, 0, TakeDescriptors, GiveDescriptorsBack},
-    };
+    Require(QFile::rename(Log(), QStringLiteral("aside.log")) && QDir().rmdir(Folder()), "remove the folder");
 }
 
-std::vector<Fault> Protected()
+void PutFolderBack()
 {
-    const auto open = [] { SetFolderMode(0755); };
-    return {
-        {"read-only file system", Needs::Mount, kAround, {}, 0, [] { SetReadOnly(true); }, [] { SetReadOnly(false); }},
-        {"read-only folder without the log",
-         Needs::OrdinaryUser,
-         kAround,
-         {},
-         0,
-         [] {
-             MoveAside();
-             SetFolderMode(0555);
-         },
-         open},
-        {"read-only folder with the log", Needs::OrdinaryUser, kEverything, {}, 0, [] { SetFolderMode(0555); }, open},
-        {"read-only log", Needs::OrdinaryUser, kAround, {}, 0, [] { SetLogMode(0444); }, [] { SetLogMode(0644); }},
-        // Everything up to the batch that finds the file too old is lost.
-        {"rename that fails",
-         Needs::OrdinaryUser,
-         {{kDuring.iFrom + DiskFaults::kBatchLines, kAll}},
-         {},
-         0,
-         [] {
-             MakeOld();
-             SetFolderMode(0555);
-         },
-         open},
-    };
+    Require(QDir().mkdir(Folder()), "put the folder back");
 }
 
-std::vector<Fault> Gone()
+void MakeFolder()
 {
-    const QString away = QStringLiteral("away");
-    return {
-        {"folder removed and put back",
-         Needs::Nothing,
-         kAround,
-         {},
-         0,
-         [] {
-             Require(QFile::rename(Log(), QStringLiteral("aside.log")) && QDir().rmdir(Folder()), "remove the folder");
-         },
-         [] { Require(QDir().mkdir(Folder()), "put the folder back"); }},
-        {"folder moved away and back",
-         Needs::Nothing,
-         kAround,
-         {},
-         0,
-         [away] { Rename(Folder(), away); },
-         [away] { Rename(away, Folder()); }},
-        {"log moved away by another program", Needs::Nothing, kEverything, {}, 0, MoveAside, [] {}},
-        {"log emptied by another program",
-         Needs::Nothing,
-         {kDuring, kAfter},
-         {},
-         0,
-         [] { Require(QFile::resize(Log(), 0), "empty the log"); },
-         [] {}},
-    };
+    MoveAside();
+    Require(QDir().mkdir(Log()), "make a folder");
 }
 
-std::vector<Fault> Replaced()
+void MakePipe()
 {
-    return {
-        {"folder in the log's place",
-         Needs::Nothing,
-         kAround,
-         {},
-         0,
-         [] {
-             MoveAside();
-             Require(QDir().mkdir(Log()), "make a folder");
-         },
-         [] { Require(QDir().rmdir(Log()), "remove the folder"); }},
-        {"link in the log's place",
-         Needs::Nothing,
-         kEverything,
-         {},
-         0,
-         [] { Link(QStringLiteral("other.log")); },
-         RemoveLog},
-        {"dangling link in the log's place",
-         Needs::Nothing,
-         kAround,
-         {},
-         0,
-         [] { Link(QStringLiteral("missing/other.log")); },
-         RemoveLog},
-        {"pipe without a reader",
-         Needs::Nothing,
-         kAround,
-         {},
-         0,
-         [] {
-             MoveAside();
-             Require(::mkfifo(QFile::encodeName(Log()).constData(), 0600) == 0, "make a pipe");
-         },
-         RemoveLog},
-    };
+    MoveAside();
+    Require(::mkfifo(QFile::encodeName(Log()).constData(), 0600) == 0, "make a pipe");
 }
+
+void Nothing() { }
 
 } // namespace
 
 std::vector<Fault> FaultTable::All()
 {
-    std::vector<Fault> all;
-    for (const auto& group : {Full(), Protected(), Gone(), Replaced()})
-        all.insert(all.end(), group.begin(), group.end());
-    return all;
+    const QString away = QStringLiteral("away");
+    const auto limit = [] { LimitFiles(rlim_t(QFileInfo(Log()).size() + 3333)); };
+    const auto unlimit = [] { LimitFiles(RLIM_INFINITY); };
+    const auto protect = [] { SetFolderMode(0555); };
+    const auto open = [] { SetFolderMode(0755); };
+    const auto protectWithout = [protect] {
+        MoveAside();
+        protect();
+    };
+    const auto protectOld = [protect] {
+        MakeOld();
+        protect();
+    };
+    const auto empty = [] { Require(QFile::resize(Log(), 0), "empty the log"); };
+    const auto removeMade = [] { Require(QDir().rmdir(Log()), "remove the folder"); };
+    return {
+        {"full disk", FillTheDisk, EmptyTheDisk, Needs::Mount, kAround, {kDuring}},
+        {"limit of the file's size", limit, unlimit, Needs::Nothing, kAround, {kDuring}, 1},
+        {"no descriptor left", TakeDescriptors, GiveDescriptorsBack},
+        {"read-only file system", [] { SetReadOnly(true); }, [] { SetReadOnly(false); }, Needs::Mount},
+        {"read-only folder without the log", protectWithout, open, Needs::OrdinaryUser},
+        {"read-only folder with the log", protect, open, Needs::OrdinaryUser, kEverything},
+        {"read-only log", [] { SetLogMode(0444); }, [] { SetLogMode(0644); }, Needs::OrdinaryUser},
+        // Everything up to the batch that finds the file too old is lost.
+        {"rename that fails", protectOld, open, Needs::OrdinaryUser, {{kDuring.iFrom + DiskFaults::kBatchLines, kAll}}},
+        {"folder removed and put back", RemoveFolder, PutFolderBack},
+        {"folder moved away and back", [away] { Rename(Folder(), away); }, [away] { Rename(away, Folder()); }},
+        {"log moved away by another program", MoveAside, Nothing, Needs::Nothing, kEverything},
+        {"log emptied by another program", empty, Nothing, Needs::Nothing, {kDuring, kAfter}},
+        {"folder in the log's place", MakeFolder, removeMade},
+        {"link in the log's place", [] { Link(QStringLiteral("other.log")); }, RemoveLog, Needs::Nothing, kEverything},
+        {"dangling link in the log's place", [] { Link(QStringLiteral("missing/other.log")); }, RemoveLog},
+        {"pipe without a reader", MakePipe, RemoveLog},
+    };
 }
 
 void FaultTable::Require(bool done, const char* what)

@@ -28,12 +28,12 @@ struct Fault
     enum class Needs { Nothing, Mount, OrdinaryUser };
 
     const char* iName;
-    Needs iNeeds;
-    QList<Range> iMust; ///< lines that must be in the files at the end
-    QList<Range> iMay; ///< lines that may be there or not
-    int iTorn; ///< lines that may be damaged
     std::function<void()> iBegin;
     std::function<void()> iEnd;
+    Needs iNeeds = Needs::Nothing;
+    QList<Range> iMust = {kBefore, kAfter}; ///< lines that must be in the files at the end
+    QList<Range> iMay = {}; ///< lines that may be there or not
+    int iTorn = 0; ///< lines that may be damaged
 };
 
 std::vector<Fault> All();

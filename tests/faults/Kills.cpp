@@ -1,14 +1,9 @@
 #include "Kills.h"
 
-#include "Lines.h"
-#include "RunningLog.h"
 #include "support/LogText.h"
-#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
-#include <NeroltOrvaneBase/Logger.h>
-#include <NeroltOrvaneBase/LoggerWorker.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -16,9 +11,7 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QVariant>
 
-#include <array>
-#include <atomic>
-#include <thread>
+#include <algorithm>
 #include <unistd.h>
 
 using TestSupport::Scenario;
@@ -27,12 +20,9 @@ namespace {
 
 constexpr int kAnswerTimeoutMs = 60000;
 constexpr int kLongestLifeMs = 40;
-constexpr int kLinesToAPromise = 37;
-constexpr int kSpeakers = 3;
 // A process that changes a file without a pause releases the lock only briefly, and the others retry at growing
 // intervals.
 constexpr int kPauseUsecs = 5000;
-constexpr int kPageBytes = 4096;
 const QString kGroup = QStringLiteral("A");
 
 // In a single call, so that the line is complete.
@@ -42,29 +32,6 @@ void Promise(int number)
     if (::write(STDOUT_FILENO, text.constData(), size_t(text.size())) != text.size())
         ::_exit(1);
 }
-
-// The first thread reports how many of its lines are in the file. The others only add load.
-const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments) {
-    StartedLog::Start(arguments.value(0));
-    std::vector<std::thread> others;
-    for (int thread = 1; thread < kSpeakers; ++thread) {
-        others.emplace_back([thread] {
-            for (int number = 0;; ++number) {
-                Lines::Say(thread, number);
-                if (number % 64 == 0)
-                    ::usleep(50); // leaves the log to the first
-            }
-        });
-    }
-    for (int number = 0;; ++number) {
-        Lines::Say(0, number);
-        if (number % kLinesToAPromise == 0) {
-            RunningLog::HandOver();
-            Promise(number);
-        }
-    }
-    return 0;
-});
 
 // No two versions have the same size: the framework may mistake two of one size and one millisecond for the same.
 QByteArray State(int number)
@@ -111,52 +78,6 @@ void LiveFor(QRandomGenerator& random)
     ::usleep(useconds_t(random.bounded(kLongestLifeMs * 1000)));
 }
 
-bool IsStopped(int number)
-{
-    return (Lines::LevelOf(number) & StartedLog::kAlwaysOn) == 0;
-}
-
-// The file holds the first lines of each thread, without a gap.
-void JudgeLog(const QByteArray& text, int promised, Kills::Outcome& outcome)
-{
-    std::array<int, kSpeakers> next{};
-    const bool isTorn = !text.isEmpty() && !text.endsWith('\n');
-    outcome.iTorn += isTorn;
-    // If a process is killed during a write, the kernel may stop at a page boundary of the file, and nowhere else.
-    if (isTorn && text.size() % kPageBytes != 0)
-        outcome.iFault = "torn after " + QByteArray::number(text.size()) + " bytes";
-    QList<QByteArray> lines = LogText::Lines(text);
-    if (isTorn)
-        lines.removeLast();
-    for (const QByteArray& line : lines) {
-        const std::optional<Lines::Said> said = Lines::Whose(LogText::Body(line));
-        if (!said || said->iThread >= kSpeakers) {
-            outcome.iFault = "a line of nobody's: " + line;
-            return;
-        }
-        int& expected = next.at(size_t(said->iThread));
-        while (IsStopped(expected))
-            ++expected;
-        if (said->iNumber != expected++)
-            outcome.iFault = "a gap before " + line;
-    }
-    while (IsStopped(next[0]))
-        ++next[0];
-    if (next[0] <= promised)
-        outcome.iFault = QByteArray::number(promised) + " promised and " + QByteArray::number(next[0]) + " found";
-    outcome.iFound += lines.size();
-}
-
-// A process that starts later appends its own lines.
-void JudgeNextLog(const QString& path, const QByteArray& before, Kills::Outcome& outcome)
-{
-    LoggerWorker worker(path);
-    worker.onStartWorker();
-    worker.onStopWorker("later\n");
-    if (LogText::Read(path) != before + "later\n")
-        outcome.iFault = "what came later is not in the log as it was said";
-}
-
 // "[A]\na=<state>\nb=<state>\n", and nothing else.
 bool IsState(const QByteArray& text, int a, int b)
 {
@@ -181,26 +102,6 @@ void EndLock(const QString& path, Kills::Outcome& outcome)
 }
 
 } // namespace
-
-void Kills::Log(quint32 seed, Outcome& outcome)
-{
-    QRandomGenerator random(seed);
-    const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("killed%1.log").arg(seed));
-    Child child("logUntilKilled", {path});
-    if (!child.HasBegun()) {
-        outcome.iFault = "a child did not begin";
-        return;
-    }
-    LiveFor(random);
-    child.Kill();
-    const int promised = child.LastWords();
-    ++outcome.iKills;
-    outcome.iPromised += promised + 1;
-    const QByteArray text = LogText::Read(path);
-    JudgeLog(text, promised, outcome);
-    JudgeNextLog(path, text, outcome);
-    QFile::remove(path);
-}
 
 void Kills::ChangeIni(quint32 seed, int rounds, Outcome& outcome)
 {

@@ -1,8 +1,9 @@
 #include "Load.h"
 
+#include "CrashedLog.h"
 #include "Lines.h"
-#include "LoadFiles.h"
 #include "RunningLog.h"
+#include "support/LogText.h"
 #include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
@@ -12,22 +13,44 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
-#include <QtCore/QMap>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QThread>
 
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
+#include <vector>
 
+using CrashedLog::Text;
 using StartedLog::kAlwaysOn;
 
 namespace {
 
 constexpr qint64 kMaxBytes = 104857600;
 // A line is dropped after 1000 ms without the lock.
-constexpr qint64 kLateUsecs = 950000;
+constexpr qint64 kLateMs = 950;
 constexpr int kPatienceMs = 60000;
+
+// Each number of each thread.
+using Flags = std::vector<std::vector<bool>>;
+
+QString Path(int file)
+{
+    return QStringLiteral("load%1.log").arg(file);
+}
+
+// Every second file is too old when the log opens it, the others are too large.
+qint64 PreparedSize(int file)
+{
+    return file % 2 == 0 ? 0 : kMaxBytes - 3000;
+}
+
+void MakeOld(int file)
+{
+    if (!FileUtilities::SetTime(Path(file), QDateTime::currentDateTime().addDays(-2), FileTimeCreation, false))
+        qFatal("cannot make a file old");
+}
 
 class CountingReporter final : public IErrorReporter
 {
@@ -41,7 +64,8 @@ class Runner
 public:
     explicit Runner(const Load::Plan& plan)
         : iPlan(plan)
-        , iRecords(size_t(plan.iThreads), LoadFiles::Records(size_t(plan.iLinesEach)))
+        , iIsLate(size_t(plan.iThreads), std::vector<bool>(size_t(plan.iLinesEach)))
+        , iIsFound(iIsLate)
     {
     }
 
@@ -49,105 +73,71 @@ public:
 
 private:
     void Speak(int thread);
-    void Record(LoadFiles::Record& record, int number, int epochBefore, int mask, qint64 usecs);
-    void SetMask(int mask, bool reset);
     void ChangeLevels(const std::function<bool()>& isEnough);
-    void ChangeFile(int file);
     void Prepare(int file);
     void Burst(int index, int newFile);
-    bool RotationsCome(int file, int count);
-    void Rest();
-    QByteArray UseFiles();
-    void Figures();
+    void AwaitRotations(int file, int count);
+    void UseFiles();
+    void Judge();
+    void JudgeLine(const QByteArray& line);
+    void JudgeMissing();
+    void Fail(const QByteArray& fault)
+    {
+        if (iOutcome.iFault.isEmpty())
+            iOutcome.iFault = fault;
+    }
 
     const Load::Plan iPlan;
-    std::vector<LoadFiles::Records> iRecords;
-    std::atomic<int> iAllowed{0};
+    Flags iIsLate;
+    Flags iIsFound;
+    std::vector<int> iLast = std::vector<int>(size_t(iPlan.iThreads), -1); // number found, of each thread
+    QByteArray iLastStamp;
+    std::atomic<int> iAllowed{0}; // so many lines of each thread
     std::atomic<qint64> iSpoken{0};
-    std::atomic<qint64> iSlowest{0};
-    std::atomic<int> iEpoch{0};
-    std::atomic<int> iMask{kAlwaysOn};
     QRandomGenerator iRandom{20240305};
     CountingReporter iReporter;
     qint64 iRested = 0;
-    int iResets = 0;
     Load::Outcome iOutcome;
 };
 
-// While the mask does not change, it decides whether the line is accepted.
-void Runner::Record(LoadFiles::Record& record, int number, int epochBefore, int mask, qint64 usecs)
-{
-    const LoggerDefs::LogValues level = Lines::LevelOf(number);
-    const bool isSure = (level & kAlwaysOn) || (epochBefore % 2 == 0 && epochBefore == iEpoch.load());
-    const bool passes = (level & kAlwaysOn) || (level & mask);
-    if (isSure && !passes)
-        record = LoadFiles::Record::Stopped;
-    else if (usecs >= kLateUsecs)
-        record = LoadFiles::Record::Late;
-    else
-        record = isSure ? LoadFiles::Record::Accepted : LoadFiles::Record::Open;
-    qint64 slowest = iSlowest.load(std::memory_order_relaxed);
-    while (usecs > slowest && !iSlowest.compare_exchange_weak(slowest, usecs)) { }
-}
-
 void Runner::Speak(int thread)
 {
-    LoadFiles::Records& records = iRecords[size_t(thread)];
     QElapsedTimer timer;
     for (int number = 0; number < iPlan.iLinesEach; ++number) {
         while (number >= iAllowed.load(std::memory_order_acquire))
             QThread::usleep(500);
-        const int epoch = iEpoch.load();
-        const int mask = iMask.load();
         timer.start();
         Lines::Say(thread, number);
-        Record(records[size_t(number)], number, epoch, mask, timer.nsecsElapsed() / 1000);
+        iIsLate[size_t(thread)][size_t(number)] = timer.elapsed() >= kLateMs;
         iSpoken.fetch_add(1, std::memory_order_relaxed);
     }
-}
-
-void Runner::SetMask(int mask, bool reset)
-{
-    ++iEpoch;
-    if (reset) {
-        Logger::ResetLoggingLevel(mask);
-        ++iResets;
-    } else {
-        Logger::GetInstance()->SetLevel(mask);
-    }
-    iMask = mask;
-    ++iEpoch;
-    ++iOutcome.iLevelChanges;
 }
 
 void Runner::ChangeLevels(const std::function<bool()>& isEnough)
 {
     constexpr int kOptional[] = {0, LoggerDefs::Debug, LoggerDefs::Trace, LoggerDefs::Debug | LoggerDefs::Trace};
     while (!isEnough()) {
-        SetMask(kAlwaysOn | kOptional[iRandom.bounded(4)], iRandom.bounded(2) == 0);
+        const int mask = kAlwaysOn | kOptional[iRandom.bounded(4)];
+        if (iRandom.bounded(2) == 0)
+            Logger::ResetLoggingLevel(mask);
+        else
+            Logger::GetInstance()->SetLevel(mask);
+        ++iOutcome.iLevelChanges;
         iOutcome.iPeakKiB = std::max(iOutcome.iPeakKiB, RunningLog::ResidentKiB());
         QThread::msleep(2); // the pace of the changes
     }
     // With debug or trace on, a change of files takes a second and lines are dropped meanwhile.
-    SetMask(kAlwaysOn, false);
+    Logger::GetInstance()->SetLevel(kAlwaysOn);
 }
 
-void Runner::ChangeFile(int file)
-{
-    Logger::SetLoggerFileName(LoadFiles::Path(file), true);
-}
-
-// Every second file is too old, the others are too large. The first batch finds them so.
 void Runner::Prepare(int file)
 {
-    const QString path = LoadFiles::Path(file);
-    const qint64 size = LoadFiles::PreparedSize(file);
-    QFile prepared(path);
-    if (!prepared.open(QIODevice::WriteOnly) || !prepared.resize(size))
+    QFile prepared(Path(file));
+    if (!prepared.open(QIODevice::WriteOnly) || !prepared.resize(PreparedSize(file)))
         qFatal("cannot prepare a file");
     prepared.close();
-    if (size < kMaxBytes / 2)
-        FileUtilities::SetTime(path, QDateTime::currentDateTime().addDays(-2), FileTimeCreation, false);
+    if (PreparedSize(file) == 0)
+        MakeOld(file);
 }
 
 // Lets the threads log their share, and changes to a new file, if any, after half of it.
@@ -158,65 +148,104 @@ void Runner::Burst(int index, int newFile)
     const qint64 target = qint64(iAllowed) * iPlan.iThreads;
     if (newFile > 0) {
         ChangeLevels([&] { return iSpoken > (before + target) / 2; });
-        ChangeFile(newFile);
+        Logger::SetLoggerFileName(Path(newFile), true);
     }
     ChangeLevels([&] { return iSpoken == target; });
 }
 
-// Until the next rotated file gets another name, which tells the second.
-void Runner::Rest()
-{
-    const qint64 second = QDateTime::currentSecsSinceEpoch();
-    while (QDateTime::currentSecsSinceEpoch() == second)
-        QThread::msleep(10);
-}
-
-bool Runner::RotationsCome(int file, int count)
+// And until the next rotated file gets another name, which tells the second.
+void Runner::AwaitRotations(int file, int count)
 {
     QElapsedTimer waited;
     waited.start();
-    while (LoadFiles::Rotated(file).size() < count) {
+    const QStringList rotated{Path(file).replace(QLatin1String(".log"), QLatin1String("-*.log"))};
+    while (QDir().entryList(rotated).size() < count) {
         if (waited.hasExpired(kPatienceMs))
-            return false;
+            return Fail(Path(file).toUtf8() + " is not rotated");
         QThread::msleep(10);
     }
     QElapsedTimer rested;
     rested.start();
-    Rest();
+    const qint64 second = QDateTime::currentSecsSinceEpoch();
+    while (QDateTime::currentSecsSinceEpoch() == second)
+        QThread::msleep(10);
     iRested += rested.elapsed();
-    return true;
 }
 
-QByteArray Runner::UseFiles()
+void Runner::UseFiles()
 {
     for (int file = 0; file < iPlan.iFiles; ++file) {
         Prepare(file);
         if (file == 0)
-            ChangeFile(file);
+            Logger::SetLoggerFileName(Path(file), true);
         Burst(2 * file, file);
-        if (!RotationsCome(file, 1))
-            return "no first rotation of file " + QByteArray::number(file);
+        AwaitRotations(file, 1);
         if (file == 0)
             iOutcome.iWarmKiB = RunningLog::ResidentKiB();
-        if (!FileUtilities::SetTime(LoadFiles::Path(file), QDateTime::currentDateTime().addDays(-2), FileTimeCreation,
-                                    false))
-            return "no file to make old";
+        MakeOld(file);
         Burst(2 * file + 1, 0);
-        if (!RotationsCome(file, 2))
-            return "no second rotation of file " + QByteArray::number(file);
+        AwaitRotations(file, 2);
     }
-    return QByteArray();
 }
 
-void Runner::Figures()
+void Runner::JudgeLine(const QByteArray& line)
 {
+    const QByteArray body = LogText::Body(line);
+    const std::optional<Lines::Said> said = Lines::Whose(body);
+    if (said) {
+        const QByteArray stamp = line.chopped(body.size());
+        if (stamp < std::exchange(iLastStamp, stamp))
+            Fail("earlier than the line before: " + line);
+        int& last = iLast.at(size_t(said->iThread));
+        if (said->iNumber <= last)
+            Fail("after " + QByteArray::number(last) + " of its thread: " + line);
+        last = said->iNumber;
+        iIsFound.at(size_t(said->iThread)).at(size_t(said->iNumber)) = true;
+    } else if (CrashedLog::IsHeader(line)) {
+        ++iOutcome.iRotations;
+    } else if (body.startsWith('<') || Lines::IsSpoken(body)) {
+        Fail("torn or forged: " + line);
+    }
+}
+
+void Runner::JudgeMissing()
+{
+    for (size_t thread = 0; thread < iIsFound.size(); ++thread) {
+        for (size_t number = 0; number < iIsFound[thread].size(); ++number) {
+            const bool isLate = iIsLate[thread][number];
+            iOutcome.iLate += isLate;
+            if (iIsFound[thread][number])
+                continue;
+            if (isLate)
+                ++iOutcome.iDropped;
+            else if (Lines::LevelOf(int(number)) & kAlwaysOn)
+                Fail("lost: " + Lines::Body(int(thread), int(number)));
+            else
+                ++iOutcome.iStopped;
+        }
+    }
+}
+
+void Runner::Judge()
+{
+    Text before;
+    for (int file = 0; file < iPlan.iFiles; ++file) {
+        const Text all = CrashedLog::LinesOf(QDir(), Path(file), PreparedSize(file));
+        Text lines = all;
+        CrashedLog::RemoveTwofold(before, lines);
+        iOutcome.iTwice += all.size() - lines.size();
+        for (const QByteArray& line : qAsConst(lines))
+            JudgeLine(line);
+        before = all;
+    }
+    JudgeMissing();
     qint64 errors = 0;
     for (int number = 0; number < iPlan.iLinesEach; ++number)
         errors += Lines::LevelOf(number) == LoggerDefs::Error || Lines::LevelOf(number) == LoggerDefs::Exception;
-    if (iOutcome.iFault.isEmpty() && iReporter.iCount != errors * iPlan.iThreads)
-        iOutcome.iFault = "the reporter heard of " + QByteArray::number(iReporter.iCount) + " errors";
-    iOutcome.iLines = iSpoken;
-    iOutcome.iSlowestUsecs = iSlowest;
+    if (iReporter.iCount != errors * iPlan.iThreads)
+        Fail("the reporter heard of " + QByteArray::number(iReporter.iCount) + " errors");
+    if (iOutcome.iRotations != 2 * iPlan.iFiles)
+        Fail(QByteArray::number(iOutcome.iRotations) + " rotations");
 }
 
 Load::Outcome Runner::Run()
@@ -229,16 +258,15 @@ Load::Outcome Runner::Run()
     std::vector<std::thread> threads;
     for (int thread = 0; thread < iPlan.iThreads; ++thread)
         threads.emplace_back([this, thread] { Speak(thread); });
-    iOutcome.iFault = UseFiles();
+    UseFiles();
     iAllowed = iPlan.iLinesEach;
     for (std::thread& thread : threads)
         thread.join();
     Logger::StopLogging();
     iOutcome.iSecs = double(time.elapsed() - iRested) / 1000;
     iOutcome.iEndKiB = RunningLog::ResidentKiB();
-    if (iOutcome.iFault.isEmpty())
-        iOutcome.iFault = LoadFiles::Check(iRecords, iPlan.iFiles, iResets, iOutcome);
-    Figures();
+    iOutcome.iLines = iSpoken;
+    Judge();
     return iOutcome;
 }
 
@@ -249,47 +277,7 @@ Load::Outcome Load::Run(const Plan& plan)
     return Runner(plan).Run();
 }
 
-QByteArray Load::ToText(const Outcome& outcome)
+bool Load::IsMemoryReturned(const Outcome& outcome)
 {
-    QByteArray text;
-    const auto put
-        = [&text](const char* name, const QByteArray& value) { text += QByteArray(name) + '=' + value + '\n'; };
-    put("fault", outcome.iFault);
-    put("lines", QByteArray::number(outcome.iLines));
-    put("stopped", QByteArray::number(outcome.iStopped));
-    put("late", QByteArray::number(outcome.iLate));
-    put("dropped", QByteArray::number(outcome.iDropped));
-    put("twice", QByteArray::number(outcome.iTwice));
-    put("rotations", QByteArray::number(outcome.iRotations));
-    put("levels", QByteArray::number(outcome.iLevelChanges));
-    put("secs", QByteArray::number(outcome.iSecs));
-    put("slowest", QByteArray::number(outcome.iSlowestUsecs));
-    put("start", QByteArray::number(outcome.iStartKiB));
-    put("warm", QByteArray::number(outcome.iWarmKiB));
-    put("peak", QByteArray::number(outcome.iPeakKiB));
-    put("end", QByteArray::number(outcome.iEndKiB));
-    return text;
-}
-
-Load::Outcome Load::FromText(const QByteArray& text)
-{
-    QMap<QByteArray, QByteArray> values;
-    for (const QByteArray& line : text.split('\n'))
-        values.insert(line.left(line.indexOf('=')), line.mid(line.indexOf('=') + 1));
-    Outcome outcome;
-    outcome.iFault = values.value("fault", "no outcome");
-    outcome.iLines = values["lines"].toLongLong();
-    outcome.iStopped = values["stopped"].toLongLong();
-    outcome.iLate = values["late"].toLongLong();
-    outcome.iDropped = values["dropped"].toLongLong();
-    outcome.iTwice = values["twice"].toLongLong();
-    outcome.iRotations = values["rotations"].toInt();
-    outcome.iLevelChanges = values["levels"].toInt();
-    outcome.iSecs = values["secs"].toDouble();
-    outcome.iSlowestUsecs = values["slowest"].toLongLong();
-    outcome.iStartKiB = values["start"].toLongLong();
-    outcome.iWarmKiB = values["warm"].toLongLong();
-    outcome.iPeakKiB = values["peak"].toLongLong();
-    outcome.iEndKiB = values["end"].toLongLong();
-    return outcome;
+    return outcome.iEndKiB - outcome.iWarmKiB < 2048;
 }

@@ -17,14 +17,13 @@ struct Outcome
 {
     QByteArray iFault; ///< the first broken promise, or empty
     qint64 iLines = 0; ///< calls of the speakers
-    qint64 iStopped = 0; ///< those of them that the level stopped
+    qint64 iStopped = 0; ///< those of them whose line the level stopped
     qint64 iLate = 0; ///< calls that found the log locked so long that their line may be dropped
     qint64 iDropped = 0; ///< those of them whose line was dropped
     qint64 iTwice = 0; ///< lines at the end of one file and at the beginning of the next
     int iRotations = 0;
     int iLevelChanges = 0;
     double iSecs = 0; ///< from the first call to the end of the stop, without the waits between rotations
-    qint64 iSlowestUsecs = 0; ///< call
     qint64 iStartKiB = 0; ///< before the first call
     qint64 iWarmKiB = 0; ///< when every thread has logged for a while and all lines are in the file
     qint64 iPeakKiB = 0;
@@ -33,8 +32,7 @@ struct Outcome
 
 Outcome Run(const Plan& plan);
 
-/// "name=value" lines.
-QByteArray ToText(const Outcome& outcome);
-Outcome FromText(const QByteArray& text);
+/// Of the memory that came after the log was warm.
+bool IsMemoryReturned(const Outcome& outcome);
 
 } // namespace Load

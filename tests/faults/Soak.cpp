@@ -27,16 +27,6 @@ constexpr Load::Plan kLoad{16, 312500, 6};
 
 bool gAllKept = true;
 
-const Scenario loadScenario("load", [](const QStringList&) {
-    std::fputs(Load::ToText(Load::Run(kLoad)).constData(), stdout);
-    return 0;
-});
-
-const Scenario faultScenario("fault", [](const QStringList& arguments) {
-    std::fputs(DiskFaults::ToText(DiskFaults::Run(arguments.value(0))).constData(), stdout);
-    return 0;
-});
-
 void Row(const QByteArray& what, const QByteArray& load, const QByteArray& figures, const QByteArray& fault)
 {
     gAllKept &= fault.isEmpty();
@@ -55,27 +45,8 @@ QByteArray MiB(qint64 kib)
     return QByteArray::number(double(kib) / 1024, 'f', 1);
 }
 
-// In a folder of its own, which is removed with its files.
-QByteArray InProcess(const char* scenario, const QStringList& arguments, const QDeadlineTimer& deadline)
-{
-    const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("work"));
-    QDir().mkpath(folder);
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.setWorkingDirectory(folder);
-    TestSupport::StartScenario(process, scenario, arguments);
-    // A process that does not end is a fault.
-    process.waitForFinished(int(deadline.remainingTime()) + 600000);
-    const bool isOk = process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit;
-    process.kill();
-    process.waitForFinished();
-    QDir(folder).removeRecursively();
-    return isOk ? process.readAllStandardOutput() : QByteArray();
-}
-
-void RunLoad(const QDeadlineTimer& deadline)
-{
-    const Load::Outcome outcome = Load::FromText(InProcess("load", {}, deadline));
+const Scenario load("load", [](const QStringList&) {
+    const Load::Outcome outcome = Load::Run(kLoad);
     Row("every accepted line once, in its thread's order, whole",
         Number(kLoad.iThreads) + " threads, " + Number(outcome.iLines) + " calls, " + Number(outcome.iLevelChanges)
             + " changes of level, " + Number(kLoad.iFiles - 1) + " of file, " + Number(outcome.iRotations)
@@ -87,19 +58,33 @@ void RunLoad(const QDeadlineTimer& deadline)
     Row("memory is returned", "the same",
         MiB(outcome.iStartKiB) + " MiB before, " + MiB(outcome.iWarmKiB) + " after the first twelfth, "
             + MiB(outcome.iPeakKiB) + " at most, " + MiB(outcome.iEndKiB) + " after the stop",
-        outcome.iEndKiB - outcome.iWarmKiB < 2048 ? QByteArray() : "memory is not returned");
-}
+        Load::IsMemoryReturned(outcome) ? QByteArray() : "memory is not returned");
+    return gAllKept ? 0 : 1;
+});
 
-void RunFaults(const QDeadlineTimer& deadline)
+const Scenario fault("fault", [](const QStringList& arguments) {
+    const DiskFaults::Outcome outcome = DiskFaults::Run(arguments.value(0));
+    Row(arguments.value(0).toLatin1(), Number(DiskFaults::kLinesEach) + " lines before, during and after",
+        Number(outcome.iLost) + " lost, " + Number(outcome.iTorn) + " torn; slowest call "
+            + Number(outcome.iSlowestUsecs) + " us",
+        outcome.iFault);
+    return gAllKept ? 0 : 1;
+});
+
+// In a folder of its own, which is removed with its files. A process that does not end is a fault.
+void RunInProcess(const char* scenario, const QStringList& arguments, const QDeadlineTimer& deadline)
 {
-    const QByteArray lines = Number(DiskFaults::kLinesEach) + " lines before, during and after";
-    for (const QString& name : DiskFaults::Names()) {
-        const DiskFaults::Outcome outcome = DiskFaults::FromText(InProcess("fault", {name}, deadline));
-        Row(name.toLatin1(), lines,
-            Number(outcome.iLost) + " lost, " + Number(outcome.iTorn) + " torn; slowest call "
-                + Number(outcome.iSlowestUsecs) + " us",
-            outcome.iFault);
-    }
+    const QString folder = QDir(TestSupport::Scratch()).filePath(QStringLiteral("work"));
+    QDir().mkpath(folder);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.setWorkingDirectory(folder);
+    TestSupport::StartScenario(process, scenario, arguments);
+    const bool hasEnded = process.waitForFinished(int(deadline.remainingTime()) + 600000);
+    gAllKept &= hasEnded && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    process.kill();
+    process.waitForFinished();
+    QDir(folder).removeRecursively();
 }
 
 void RunEnds()
@@ -109,20 +94,13 @@ void RunEnds()
         Number(outcome.iLines) + " lines found, all whole; one file each", outcome.iFault);
 }
 
-// Both in turn, until the time is up.
+// Until the time is up.
 void RunKills(quint32 seed, const QDeadlineTimer& deadline)
 {
-    Kills::Outcome log;
     Kills::Outcome ini;
-    do {
-        Kills::Log(seed, log);
-        Kills::ChangeIni(seed, 4, ini);
-        ++seed;
-    } while (!deadline.hasExpired() && log.iFault.isEmpty() && ini.iFault.isEmpty());
-    Row("what was handed over is in the log", Number(log.iKills) + " kills",
-        Number(log.iPromised) + " lines promised, " + Number(log.iFound) + " lines found, all in order; "
-            + Number(log.iTorn) + " files end within a line",
-        log.iFault);
+    do
+        Kills::ChangeIni(seed++, 4, ini);
+    while (!deadline.hasExpired() && ini.iFault.isEmpty());
     Row("the INI file is always a version that was written", Number(ini.iKills) + " kills",
         Number(ini.iPromised) + " changes promised, " + Number(ini.iFound) + " found; " + Number(ini.iLeftLocks)
             + " locks left behind",
@@ -158,8 +136,9 @@ int Soak(int minutes)
     const QDeadlineTimer deadline(qint64(minutes) * 60000);
     const quint32 seed = QRandomGenerator::global()->generate();
     std::printf("seed %u\n\n| promise | load | result |\n| --- | --- | --- |\n", seed);
-    RunLoad(deadline);
-    RunFaults(deadline);
+    RunInProcess("load", {}, deadline);
+    for (const QString& name : DiskFaults::Names())
+        RunInProcess("fault", {name}, deadline);
     RunEnds();
     RunKills(seed, halfTime);
     RunCrashKills(seed, deadline);

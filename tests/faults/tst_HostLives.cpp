@@ -1,7 +1,6 @@
 #include "Lines.h"
 #include "RunningLog.h"
 #include "support/LogScenario.h"
-#include "support/OrdinaryUser.h"
 #include "support/StartedLog.h"
 
 #include <NeroltOrvaneBase/IErrorReporter.h>
@@ -90,21 +89,14 @@ const Scenario threadLater("threadLater", [](const QStringList&) {
     return 0;
 });
 
-const Scenario noProcesses("noProcesses", [](const QStringList&) {
-    constexpr uid_t nobody = 65534; // in earnest: the system lets root have more
-    OrdinaryUser::Own(QDir::currentPath());
-    const struct rlimit none = {0, 0};
-    if ((OrdinaryUser::IsTestRoot() && ::setresuid(nobody, nobody, nobody) != 0)
-        || ::setrlimit(RLIMIT_NPROC, &none) != 0)
-        return 1;
-    Start();
-    SayTen(0);
-    Logger::StopLogging();
-    return 0;
-});
-
 // --- Signals of a write
 
+bool IsIn(const sigset_t& set, int signal)
+{
+    return sigismember(&set, signal) == 1;
+}
+
+// The host's threads keep their masks.
 const Scenario brokenPipe("brokenPipe", [](const QStringList&) {
     Start();
     SayTen(0);
@@ -114,14 +106,11 @@ const Scenario brokenPipe("brokenPipe", [](const QStringList&) {
     RunningLog::HandOver();
     gBrokenPipe = false;
     SayTen(20);
+    sigset_t mask;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     Logger::StopLogging();
-    return 0;
+    return IsIn(mask, SIGPIPE) || IsIn(mask, SIGXFSZ) ? 1 : 0;
 });
-
-bool IsIn(const sigset_t& set, int signal)
-{
-    return sigismember(&set, signal) == 1;
-}
 
 // If the stop writes itself, it restores the caller's mask, and leaves no new pending signal.
 const Scenario signalsAtAStopWithoutAThread("signalsAtAStopWithoutAThread", [](const QStringList& arguments) {
@@ -149,15 +138,6 @@ const Scenario signalsAtAStopWithoutAThread("signalsAtAStopWithoutAThread", [](c
     const bool isAsBefore = IsIn(mask, SIGPIPE) == hasOwn && IsIn(pending, SIGPIPE) == hasOwn && !IsIn(mask, SIGXFSZ)
         && !IsIn(pending, SIGXFSZ);
     return isAsBefore ? 0 : 1;
-});
-
-// The host's threads keep their masks, and the logging thread takes no other signals.
-const Scenario signalMasks("signalMasks", [](const QStringList&) {
-    Start();
-    sigset_t mask;
-    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-    Logger::StopLogging();
-    return IsIn(mask, SIGPIPE) || IsIn(mask, SIGXFSZ) ? 1 : 0;
 });
 
 // --- A thread that is terminated while it logs
@@ -269,9 +249,6 @@ private Q_SLOTS:
                   QTest::newRow(name) << QString(scenario) << arguments << numbers;
               };
         row("no thread: the stop writes", "noThread", {}, Expected(0, 20));
-#ifndef NEROLT_SANITIZED // they need a thread themselves
-        row("limit of processes: the stop writes", "noProcesses", {}, Expected(0, 10));
-#endif
         row("the thread is asked for again", "threadLater", {}, Expected(0, 10));
         row("pipe without a reader", "brokenPipe", {}, Expected(0, 10) + Expected(20, 30));
         const char* const signalsAtAStop = "signalsAtAStopWithoutAThread";
@@ -279,7 +256,6 @@ private Q_SLOTS:
         row("limit of the file's size at the stop", signalsAtAStop, {"size"}, {});
         row("pipe, with a signal of the host's pending", signalsAtAStop, {"pipe", "own"}, {});
         row("limit, with a signal of the host's pending", signalsAtAStop, {"size", "own"}, {});
-        row("the host's threads keep their masks", "signalMasks", {}, {});
         row("thread is terminated in the reporter", "terminated", {}, Expected(0, 10));
         row("thread is terminated in the list of threads", "terminatedInTheList", {}, Expected(0, 10));
     }

@@ -9,8 +9,15 @@ namespace {
 
 const TestSupport::Scenario load("load", [](const QStringList&) {
     const Load::Outcome outcome = Load::Run({16, 20000, 2});
-    std::fputs(Load::ToText(outcome).constData(), stdout);
-    return 0;
+    std::fprintf(stderr, "%s; %lld lines, %lld late, %lld dropped, %d changes of level, %lld KiB warm, %lld at the end",
+                 outcome.iFault.constData(), outcome.iLines, outcome.iLate, outcome.iDropped, outcome.iLevelChanges,
+                 outcome.iWarmKiB, outcome.iEndKiB);
+#ifdef NEROLT_SANITIZED // the sanitizers keep memory back
+    const bool isReturned = true;
+#else
+    const bool isReturned = Load::IsMemoryReturned(outcome);
+#endif
+    return outcome.iFault.isEmpty() && outcome.iLines == 320000 && outcome.iLevelChanges > 0 && isReturned ? 0 : 1;
 });
 
 } // namespace
@@ -24,15 +31,6 @@ private Q_SLOTS:
     {
         const auto result = TestSupport::RunScenario("load");
         QVERIFY2(result.IsOk(), result.Describe());
-        const Load::Outcome outcome = Load::FromText(result.iStdout);
-        QCOMPARE(outcome.iFault, QByteArray());
-        QCOMPARE(outcome.iLines, qint64(320000));
-        QCOMPARE(outcome.iRotations, 4);
-        QVERIFY(outcome.iLevelChanges > 0);
-        qInfo("%s", result.iStdout.constData());
-#ifndef NEROLT_SANITIZED // the sanitizers keep memory back
-        QVERIFY2(outcome.iEndKiB - outcome.iWarmKiB < 2048, result.iStdout.constData());
-#endif
     }
 };
 

@@ -6,6 +6,7 @@
 #include <NeroltOrvaneBase/FileUtilities.h>
 #include <NeroltOrvaneBase/Logger.h>
 #include <NeroltOrvaneBase/RegisteredThread.h>
+#include <NeroltOrvaneBase/StackTrace.h>
 
 #include <QtCore/QDateTime>
 #include <QtTest/QtTest>
@@ -129,6 +130,22 @@ const Scenario writer("writer", [](const QStringList& arguments) {
     return refused ? kRefused : kNotAsked;
 });
 
+// Whatever the trace says of itself in the log.
+const Scenario trace("trace", [](const QStringList&) {
+    Logger::SetLoggerFileName(kLog, false);
+    for (const int mask : {0, int(LoggerDefs::Trace), int(LoggerDefs::Debug)}) {
+        Logger::GetInstance()->SetLevel(mask);
+        const auto call = [] { StackTrace::TraceCode(); };
+        int number = 0;
+        while (ShortMemory::Refuse(number, ShortMemory::kForGood, call))
+            ++number;
+        if (number < 10)
+            return 1;
+    }
+    Logger::StopLogging();
+    return 0;
+});
+
 // In the log and in the rotated files.
 QByteArray Written(const QDir& folder)
 {
@@ -204,10 +221,17 @@ class tst_NoMemory : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void stopOfAThreadWithoutMemory()
+    void noExceptionLeaves_data()
     {
-        const auto result = TestSupport::RunScenario("writerWithout");
-        QVERIFY2(result.IsOk(), result.Describe()); // what did not fit was dropped
+        QTest::addColumn<QString>("scenario");
+        QTest::newRow("stop of a thread without memory") << "writerWithout"; // what did not fit is dropped
+        QTest::newRow("stack trace") << "trace";
+    }
+    void noExceptionLeaves()
+    {
+        QFETCH(QString, scenario);
+        const auto result = TestSupport::RunScenario(scenario.toLatin1().constData());
+        QVERIFY2(result.IsOk(), result.Describe());
     }
 
     void nobodyEndsAndNothingHangs_data()

@@ -1,10 +1,6 @@
 #include "EntryPoints.h"
-#include "support/ForgedClock.h"
 #include "support/LogScenario.h"
 
-#include <NeroltOrvaneBase/FileUtilities.h>
-
-#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtTest/QtTest>
 
@@ -21,6 +17,7 @@ namespace {
 
 const QString kLog = QStringLiteral("app.log");
 const QString kMsg = QStringLiteral("m");
+const QString kBroken = QStringLiteral("b\r\n.log");
 const QByteArray kStopping = "|10|Information|Logger::StopLogging|stopping logging file path is ";
 
 const Scenario outOfTheBox("outOfTheBox", [](const QStringList&) {
@@ -44,42 +41,19 @@ const Scenario firstNameWins("firstNameWins", [](const QStringList&) {
     return isFirst && !QFile::exists(QStringLiteral("second.log")) ? 0 : 1;
 });
 
-// Of a path is said what was given. It counts from the folder that was the current one by then.
+// Of a path is said what was given. It counts from the folder that was the current one by then. Nothing ends a line.
 const Scenario changeOfFiles("changeOfFiles", [](const QStringList& arguments) {
     Logger::GetInstance()->SetLevel(arguments[0].toInt());
     Logger::SetLoggerFileName(QStringLiteral("./app.log"), true);
     QDir().mkdir(QStringLiteral("below"));
     QDir::setCurrent(QStringLiteral("below"));
-    Logger::LogWarning("F", QStringLiteral("one"));
-    Logger::SetLoggerFileName(QStringLiteral("b.log"), true);
-    const bool isNext = Logger::GetLoggerFileName() == QStringLiteral("b.log");
+    Logger::LogWarning("F\n", QStringLiteral("o\rne\n"));
+    Logger::SetLoggerFileName(kBroken, true);
+    const bool isNext = Logger::GetLoggerFileName() == kBroken;
     QDir::setCurrent(QStringLiteral(".."));
     Logger::LogWarning("F", QStringLiteral("two"));
     Logger::StopLogging();
     return isNext ? 0 : 1;
-});
-
-const Scenario fromManyThreads("fromManyThreads", [](const QStringList& arguments) {
-    const int threads = arguments[0].toInt();
-    const int lines = arguments[1].toInt();
-    Logger::GetInstance()->SetLevel(LoggerDefs::Information | LoggerDefs::Warning);
-    Logger::SetLoggerFileName(kLog, false);
-    std::vector<std::thread> callers;
-    for (int t = 0; t < threads; ++t) {
-        callers.emplace_back([=] {
-            for (int i = 0; i < lines; ++i) {
-                const QString msg = QStringLiteral("%1 %2").arg(t).arg(i);
-                if (i % 2 == 0)
-                    Logger::LogInformation("F", msg);
-                else
-                    Logger::LogWarning("F", msg);
-            }
-        });
-    }
-    for (std::thread& caller : callers)
-        caller.join();
-    Logger::StopLogging();
-    return 0;
 });
 
 const Scenario oneInstance("oneInstance", [](const QStringList&) {
@@ -97,22 +71,6 @@ const Scenario oneInstance("oneInstance", [](const QStringList&) {
     for (std::thread& caller : callers)
         caller.join();
     return std::count(seen.begin(), seen.end(), Logger::GetInstance()) == int(seen.size()) ? 0 : 1;
-});
-
-const Scenario rotates("rotates", [](const QStringList&) {
-    const QDateTime now(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
-    QFile file(kLog);
-    if (!file.open(QIODevice::WriteOnly) || file.write("|old\n") != 5)
-        return 1;
-    file.close();
-    FileUtilities::SetTime(kLog, now.addDays(-2), FileTimeCreation, false);
-    ForgedClock::Freeze(now);
-    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
-    Logger::SetLoggerFileName(kLog, false);
-    for (int i = 0; i < 200; ++i)
-        Logger::LogWarning("F", QStringLiteral("line %1").arg(i));
-    Logger::StopLogging();
-    return 0;
 });
 
 } // namespace
@@ -240,56 +198,10 @@ private Q_SLOTS:
         QFETCH(Lines, second);
         const auto result = RunScenario("changeOfFiles", {QString::number(mask)});
         QCOMPARE(LeftBy(result), first);
-        QCOMPARE(LeftBy(result, QStringLiteral("below/b.log")), first + second);
-    }
-
-    void everyLineOnceAndInEachThreadsOrder_data()
-    {
-        QTest::addColumn<int>("threads");
-        QTest::addColumn<int>("lines");
-        QTest::newRow("one thread") << 1 << 20000;
-        QTest::newRow("four threads") << 4 << 10000;
-        QTest::newRow("sixteen threads") << 16 << 2000;
-    }
-    void everyLineOnceAndInEachThreadsOrder()
-    {
-        QFETCH(int, threads);
-        QFETCH(int, lines);
-        const auto result = RunScenario("fromManyThreads", {QString::number(threads), QString::number(lines)});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        const Lines all = LogText::Lines(LogText::Read(result.iFolder.filePath(kLog)));
-        QCOMPARE(all.size(), threads * lines + 1);
-        QCOMPARE(LogText::Body(all.last()), kStopping + "app.log");
-        std::vector<int> next(size_t(threads), 0);
-        QByteArray lastStamp;
-        for (const QByteArray& line : all.mid(0, threads * lines)) {
-            const QByteArray thread = line.mid(line.lastIndexOf('|') + 1).split(' ').first();
-            const int number = next.at(thread.toUInt())++;
-            const QByteArray head = number % 2 == 0 ? "|10|Information|F|" : "|30|Warning|F|";
-            QCOMPARE(LogText::Body(line), head + thread + ' ' + QByteArray::number(number));
-            QVERIFY(lastStamp <= line.left(23));
-            lastStamp = line.left(23);
-        }
+        QCOMPARE(LeftBy(result, QStringLiteral("below/") + kBroken), first + second);
     }
 
     void oneInstanceForAllThreads() { QCOMPARE(LeftBy(RunScenario("oneInstance")), Lines()); }
-
-    void oldFileIsRotatedAfterTheFirstBatch()
-    {
-        const QString rotated = QStringLiteral("app-2024-03-05_14-07-09.log");
-        const auto result = RunScenario("rotates");
-        QCOMPARE(result.iFolder.entryList(QDir::Files, QDir::Name), (QStringList{rotated, kLog}));
-        Lines expected;
-        for (int i = 0; i < 200; ++i)
-            expected += "|30|Warning|F|line " + QByteArray::number(i);
-        const Lines old = LeftBy(result, rotated);
-        const Lines fresh = LeftBy(result);
-        QCOMPARE(old.mid(1) + fresh.mid(1), expected);
-        QCOMPARE(old.first(), QByteArray("<no stamp>|old"));
-        QCOMPARE(fresh.first(), "<no stamp>2024-03-05 14:07:09.042continued from " + rotated.toLatin1());
-        const auto bytes = LogText::Read(result.iFolder.filePath(rotated)).size() - int(sizeof("|old"));
-        QVERIFY(bytes > 5000 && bytes < 5100); // one batch
-    }
 };
 
 NEROLT_TEST_MAIN(tst_Logger)

@@ -3,16 +3,12 @@
 #include "support/Others.h"
 #include "support/StartedLog.h"
 
-#include <NeroltOrvaneBase/RegisteredThread.h>
-
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
 #include <QtCore/QPointer>
 #include <QtTest/QtTest>
 
 #include <atomic>
 #include <cstdlib>
-#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -148,7 +144,7 @@ const Scenario staticDestructor("staticDestructor", [](const QStringList& argume
     return 0;
 });
 
-const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList& arguments) {
+const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList&) {
     Start();
     static std::atomic<int> lines{0};
     std::thread([] {
@@ -158,38 +154,8 @@ const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList& ar
         }
     }).detach();
     WaitForMore(lines);
-    if (arguments.contains("cleanup"))
-        Logger::Cleanup();
-    else
-        Logger::StopLogging();
+    Logger::Cleanup();
     WaitForMore(lines);
-    return 0;
-});
-
-// A pipe in the log's place that nobody reads from holds nobody up.
-const Scenario pipeInTheLogsPlace("pipeInTheLogsPlace", [](const QStringList&) {
-    if (::mkfifo("app.log", 0600) != 0)
-        return 1;
-    Start();
-    for (int i = 0; i < 1000; ++i)
-        Logger::LogWarning("F", kMsg);
-    Logger::StopLogging();
-    return QFile::remove(kLog) ? 0 : 1;
-});
-
-// Listing threads and changing files do not wait for each other.
-const Scenario lockOrder("lockOrder", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
-    const Others lister(1, [](int, int) {
-        RegisteredThread::LogThreads();
-        RegisteredThread thread(nullptr, QStringLiteral("short life"));
-        thread.start();
-        thread.quit();
-        thread.wait();
-    });
-    for (int i = 0; i < 50; ++i)
-        Logger::SetLoggerFileName(QStringLiteral("%1.log").arg(i % 3), true);
-    Logger::StopLogging();
     return 0;
 });
 
@@ -219,8 +185,6 @@ private Q_SLOTS:
         row("staticDestructor", "after cleanup", {reset, farewell});
         row("staticDestructor", "after the stop", {reset, kStopping});
         row("staticDestructor", "never stopped", {reset});
-        row("pipeInTheLogsPlace", "", {});
-        row("lockOrder", "", {});
     }
     void end()
     {
@@ -253,17 +217,7 @@ private Q_SLOTS:
             QVERIFY2(!line.contains("RegisteredTimer"), line.constData());
     }
 
-    void threadsMayOutliveMain_data()
-    {
-        QTest::addColumn<QString>("end");
-        QTest::newRow("after cleanup") << QStringLiteral("cleanup");
-        QTest::newRow("after the stop") << QStringLiteral("stop");
-    }
-    void threadsMayOutliveMain()
-    {
-        QFETCH(QString, end);
-        QVERIFY(LeftBy(RunScenario("threadOutlivesMain", {end})).size() > 1000);
-    }
+    void threadsMayOutliveMain() { QVERIFY(LeftBy(RunScenario("threadOutlivesMain")).size() > 1000); }
 };
 
 NEROLT_TEST_MAIN(tst_LoggerShutdown)

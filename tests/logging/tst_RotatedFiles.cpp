@@ -4,6 +4,7 @@
 
 #include <NeroltOrvaneBase/Logger.h>
 
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtTest/QtTest>
 
@@ -15,6 +16,8 @@ using TestSupport::Scenario;
 using TestSupport::ScenarioResult;
 
 namespace {
+
+const QDateTime kWhen(QDate(2024, 2, 29), QTime(14, 7, 9, 42));
 
 void Make(const QByteArray& name, int bytes = 10)
 {
@@ -59,59 +62,93 @@ private Q_SLOTS:
     void names_data()
     {
         QTest::addColumn<QByteArray>("log");
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<bool>("matches");
-        const auto row = [](const char* what, const QByteArray& log, const QByteArray& file, bool matches) {
-            QTest::newRow(what) << log << file << matches;
+        QTest::addColumn<QByteArray>("rotated");
+        const auto row = [](const char* name, const char* log, const char* rotated) {
+            QTest::newRow(name) << QByteArray(log) << QByteArray(rotated);
         };
-        const QByteArray log = "/logs/app.log";
-        row("as a rotation makes it", log, "/logs/app-2026-01-02_03-04-05.log", true);
-        row("leap day", log, "/logs/app-2024-02-29_23-59-59.log", true);
-        row("no leap day", log, "/logs/app-2026-02-29_23-59-59.log", false);
-        row("the log itself", log, log, false);
-        row("a log with a longer name", log, "/logs/app-net-2026-01-02_03-04-05.log", false);
-        row("a rotated file of a rotated file", log, "/logs/app-2026-01-02_03-04-05-2026-01-02_03-04-05.log", false);
-        row("a shorter name", log, "/logs/ap-2026-01-02_03-04-05.log", false);
-        row("another folder", log, "/other/app-2026-01-02_03-04-05.log", false);
-        row("another suffix", log, "/logs/app-2026-01-02_03-04-05.txt", false);
-        row("another suffix behind", log, "/logs/app-2026-01-02_03-04-05.log.gz", false);
-        row("no suffix", log, "/logs/app-2026-01-02_03-04-05", false);
-        row("case", log, "/logs/App-2026-01-02_03-04-05.log", false);
-        row("a digit less", log, "/logs/app-2026-1-02_03-04-05.log", false);
-        row("a digit more", log, "/logs/app-2026-01-02_03-04-055.log", false);
-        row("a year of five digits", log, "/logs/app-12026-01-02_03-04-05.log", false);
-        row("a letter for a digit", log, "/logs/app-2026-01-02_03-04-0x.log", false);
-        row("a sign for a digit", log, "/logs/app-2026-01-02_03-04-+5.log", false);
-        row("colons", log, "/logs/app-2026-01-02_03:04:05.log", false);
-        row("a blank", log, "/logs/app-2026-01-02 03-04-05.log", false);
-        row("month 13", log, "/logs/app-2026-13-02_03-04-05.log", false);
-        row("hour 24", log, "/logs/app-2026-01-02_24-04-05.log", false);
-        row("minute 60", log, "/logs/app-2026-01-02_03-60-05.log", false);
-        row("second 60", log, "/logs/app-2026-01-02_03-04-60.log", false);
-        row("a log without a suffix", "/logs/app", "/logs/app-2026-01-02_03-04-05.", true);
-        row("and without the dot", "/logs/app", "/logs/app-2026-01-02_03-04-05", false);
-        row("a suffix with dots", "/logs/app.log.txt", "/logs/app.log-2026-01-02_03-04-05.txt", true);
-        row("and as one", "/logs/app.log.txt", "/logs/app-2026-01-02_03-04-05.log.txt", false);
-        row("a hidden log", "/logs/.log", "/logs/-2026-01-02_03-04-05.log", true);
-        row("a dot in the folder", "/lo.gs/app", "/lo.gs/app-2026-01-02_03-04-05.", true);
-        row("a name that looks like a time", "/logs/2026.log", "/logs/2026-2026-01-02_03-04-05.log", true);
-        row("a hyphen at the end", "/logs/app-.log", "/logs/app--2026-01-02_03-04-05.log", true);
-        row("and not one", "/logs/app-.log", "/logs/app-2026-01-02_03-04-05.log", false);
-        row("too short for both ends", "/logs/app.log", "/logs/app-.log", false);
+        row("plain", "/logs/app.log", "/logs/app-2024-02-29_14-07-09.log");
+        row("relative", "logs/app.log", "logs/app-2024-02-29_14-07-09.log");
+        row("two dots", "my.app.log", "my.app-2024-02-29_14-07-09.log");
+        row("no suffix", "/logs/app", "/logs/app-2024-02-29_14-07-09.");
+        row("dot at the end", "/logs/app.", "/logs/app-2024-02-29_14-07-09.");
+        row("only a suffix", "/logs/.log", "/logs/-2024-02-29_14-07-09.log");
+        row("dot in the folder only", "/lo.gs/app", "/lo.gs/app-2024-02-29_14-07-09.");
+        row("hyphen at the end", "/logs/app-.log", "/logs/app--2024-02-29_14-07-09.log");
+        row("blanks and other letters", "/l g/\xc3\xa4 b.log", "/l g/\xc3\xa4 b-2024-02-29_14-07-09.log");
+        row("no UTF-8", "/l\xfcgs/\xe4.b\xf6", "/l\xfcgs/\xe4-2024-02-29_14-07-09.b\xf6");
+        row("template marks", "/logs/%1.%2", "/logs/%1-2024-02-29_14-07-09.%2");
     }
-
     void names()
     {
         QFETCH(QByteArray, log);
-        QFETCH(QByteArray, file);
-        QFETCH(bool, matches);
-        QCOMPARE(Rotation::IsRotatedPath(log, file), matches);
+        QFETCH(QByteArray, rotated);
+        QCOMPARE(Rotation::RotatedPath(log, kWhen.toMSecsSinceEpoch()), rotated);
+        QVERIFY(Rotation::IsRotatedPath(log, rotated));
     }
 
-    void aRotationMakesSuchNames()
+    void otherNames_data()
     {
-        for (const QByteArray log : {"/l/app.log", "/l/app", "/l/a.b.c", "/l/.log", "app.log"})
-            QVERIFY(Rotation::IsRotatedPath(log, Rotation::RotatedPath(log, 1767322645678)));
+        QTest::addColumn<QByteArray>("log");
+        QTest::addColumn<QByteArray>("file");
+        const auto row = [](const char* name, const char* log, const char* file) {
+            QTest::newRow(name) << QByteArray(log) << QByteArray(file);
+        };
+        const char* const log = "/logs/app.log";
+        row("no leap day", log, "/logs/app-2026-02-29_23-59-59.log");
+        row("the log itself", log, log);
+        row("a log with a longer name", log, "/logs/app-net-2026-01-02_03-04-05.log");
+        row("a rotated file of a rotated file", log, "/logs/app-2026-01-02_03-04-05-2026-01-02_03-04-05.log");
+        row("a shorter name", log, "/logs/ap-2026-01-02_03-04-05.log");
+        row("another folder", log, "/other/app-2026-01-02_03-04-05.log");
+        row("another suffix", log, "/logs/app-2026-01-02_03-04-05.txt");
+        row("another suffix behind", log, "/logs/app-2026-01-02_03-04-05.log.gz");
+        row("no suffix", log, "/logs/app-2026-01-02_03-04-05");
+        row("case", log, "/logs/App-2026-01-02_03-04-05.log");
+        row("a digit less", log, "/logs/app-2026-1-02_03-04-05.log");
+        row("a digit more", log, "/logs/app-2026-01-02_03-04-055.log");
+        row("a letter for a digit", log, "/logs/app-2026-01-02_03-04-0x.log");
+        row("a sign for a digit", log, "/logs/app-2026-01-02_03-04-+5.log");
+        row("colons", log, "/logs/app-2026-01-02_03:04:05.log");
+        row("a blank", log, "/logs/app-2026-01-02 03-04-05.log");
+        row("month 13", log, "/logs/app-2026-13-02_03-04-05.log");
+        row("hour 24", log, "/logs/app-2026-01-02_24-04-05.log");
+        row("minute 60", log, "/logs/app-2026-01-02_03-60-05.log");
+        row("second 60", log, "/logs/app-2026-01-02_03-04-60.log");
+        row("a log without a suffix, and without the dot", "/logs/app", "/logs/app-2026-01-02_03-04-05");
+        row("a suffix with dots as one", "/logs/app.log.txt", "/logs/app-2026-01-02_03-04-05.log.txt");
+        row("a hyphen too few", "/logs/app-.log", "/logs/app-2026-01-02_03-04-05.log");
+        row("too short for both ends", log, "/logs/app-.log");
+    }
+    void otherNames()
+    {
+        QFETCH(QByteArray, log);
+        QFETCH(QByteArray, file);
+        QVERIFY(!Rotation::IsRotatedPath(log, file));
+    }
+
+    void header()
+    {
+        const auto header = [](const char* path) { return Rotation::HeaderLine(path, kWhen.toMSecsSinceEpoch()); };
+        QCOMPARE(header("/logs/app-2024-02-29_14-07-09.log"),
+                 QByteArray("2024-02-29 14:07:09.042continued from app-2024-02-29_14-07-09.log\n"));
+        QCOMPARE(header("a.log"), QByteArray("2024-02-29 14:07:09.042continued from a.log\n"));
+        QCOMPARE(header("/logs/a\n2024-03-05 14:07:09.042|1|Error|f|\r\nb.log"),
+                 QByteArray("2024-02-29 14:07:09.042continued from a2024-03-05 14:07:09.042|1|Error|f|b.log\n"));
+    }
+
+    void fiveDigitYear()
+    {
+        const qint64 when = QDateTime(QDate(12024, 3, 5), QTime(14, 7, 9, 42)).toMSecsSinceEpoch();
+        QCOMPARE(Rotation::RotatedPath("app.log", when), QByteArray("app-12024-03-05_14-07-09.log"));
+        QCOMPARE(Rotation::HeaderLine("a.log", when), QByteArray("12024-03-05 14:07:09.042continued from a.log\n"));
+        QVERIFY(!Rotation::IsRotatedPath("app.log", "app-12024-03-05_14-07-09.log"));
+    }
+
+    void unknownCreationTimeIsNoAge()
+    {
+        const qint64 now = kWhen.toMSecsSinceEpoch();
+        QVERIFY(!Rotation::IsDue(104857600, std::nullopt, now));
+        QVERIFY(Rotation::IsDue(104857601, std::nullopt, now));
     }
 
     void theOldestGo_data()
@@ -123,7 +160,6 @@ private Q_SLOTS:
         QTest::newRow("below nought is none") << -1 << qint64(-1) << 5;
         QTest::newRow("more than there are") << 6 << qint64(0) << 5;
         QTest::newRow("as many") << 5 << qint64(0) << 5;
-        QTest::newRow("two") << 2 << qint64(0) << 2;
         QTest::newRow("one") << 1 << qint64(0) << 1;
         QTest::newRow("exactly so many bytes") << 0 << qint64(30) << 3;
         QTest::newRow("a byte less") << 0 << qint64(29) << 2;
@@ -139,27 +175,17 @@ private Q_SLOTS:
         QFETCH(int, left);
         Make("app.log");
         QStringList expected;
-        for (const int second : {3, 1, 5, 2, 4}) // not in the order of their times
+        for (const int second : {3, 1, 5, 2, 4}) // the times in the names count, and not those of the files
             Make(Rotated(second));
+        QFile newest(QString::fromLatin1(Rotated(1)));
+        QVERIFY(newest.open(QIODevice::ReadWrite));
+        QVERIFY(newest.setFileTime(QDateTime::currentDateTime().addDays(1), QFileDevice::FileModificationTime));
         for (int second = 6 - left; second <= 5; ++second)
             expected += QString::fromLatin1(Rotated(second));
         expected += QStringLiteral("app.log");
         RotatedFiles::SetBound(count, bytes);
         RotatedFiles::Prune(QFile::encodeName(QDir().absoluteFilePath(QStringLiteral("app.log"))));
         QCOMPARE(Files(), expected);
-    }
-
-    // The time in the name counts, and not that of the file.
-    void inTheOrderOfTheNames()
-    {
-        for (const int second : {2, 1})
-            Make(Rotated(second));
-        QFile newer(QString::fromLatin1(Rotated(1)));
-        QVERIFY(newer.open(QIODevice::ReadWrite));
-        QVERIFY(newer.setFileTime(QDateTime::currentDateTime().addDays(1), QFileDevice::FileModificationTime));
-        RotatedFiles::SetBound(1, 0);
-        RotatedFiles::Prune("app.log");
-        QCOMPARE(Files(), QStringList{QString::fromLatin1(Rotated(2))});
     }
 
     void nothingElseGoes()
@@ -211,8 +237,7 @@ private Q_SLOTS:
         QStringList files = Files();
         QVERIFY(files.removeOne(QStringLiteral("app.log")));
         QCOMPARE(files.size(), left);
-        QCOMPARE(files.contains(QString::fromLatin1(Rotated(3))), true);
-        QCOMPARE(files.contains(QString::fromLatin1(Rotated(1))), count == 0);
+        QVERIFY(files.contains(QString::fromLatin1(Rotated(3))));
     }
 };
 
