@@ -2,7 +2,6 @@
 #include "support/TestMain.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QThread>
 #include <QtTest/QtTest>
 
 #include <ctime>
@@ -171,17 +170,6 @@ private Q_SLOTS:
         QCOMPARE(Line(msecs + 1000, 1, "Error", "F", QString()), QByteArray("2024-03-05 19:52:10.042|1|Error|F|\n"));
     }
 
-    void eachThreadRendersTheSame()
-    {
-        const qint64 msecs = Msecs("2024-03-05T14:07:09.042Z");
-        const QByteArray here = Line(msecs, 1, "Error", "F", QString());
-        QByteArray there;
-        QScopedPointer<QThread> thread(QThread::create([&] { there = Line(msecs, 1, "Error", "F", QString()); }));
-        thread->start();
-        QVERIFY(thread->wait());
-        QCOMPARE(there, here);
-    }
-
     void text_data()
     {
         QTest::addColumn<QByteArray>("func");
@@ -261,14 +249,6 @@ private Q_SLOTS:
         QCOMPARE(text.constData(), static_cast<const QChar*>(memory));
     }
 
-    void megabytes()
-    {
-        const QString plain(3000000, QLatin1Char('p'));
-        QCOMPARE(Line(0, 5, "Debug", "F", plain), Reference(0, 5, "Debug", "F", plain));
-        const QString wide(3000000, QChar(0x20ac));
-        QCOMPARE(Line(0, 5, "Debug", "F", wide), Reference(0, 5, "Debug", "F", wide));
-    }
-
     // Texts are looked at several characters at a time, with a rest of every size.
     void oneOtherCharacterAnywhere()
     {
@@ -285,18 +265,6 @@ private Q_SLOTS:
                              Reference(0, 5, "Debug", name.constData(), QString()));
                 }
             }
-        }
-    }
-
-    void plainTextsOfEverySize()
-    {
-        QString alphabet;
-        for (int i = 0; i < 100; ++i)
-            alphabet += QChar(ushort('!' + i % 90));
-        for (int size = 0; size <= 100; ++size) {
-            const QString text = alphabet.left(size);
-            QCOMPARE(Line(0, 5, "Debug", text.toUtf8().constData(), text),
-                     Reference(0, 5, "Debug", text.toUtf8().constData(), text));
         }
     }
 

@@ -3,6 +3,8 @@
 #include "support/Others.h"
 #include "support/StartedLog.h"
 
+#include <NeroltOrvaneBase/StackTrace.h>
+
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
 #include <QtTest/QtTest>
@@ -52,9 +54,10 @@ bool UseEverything()
     Logger::SetLoggerFileName(QStringLiteral("other.log"), true);
     Logger::StopLogging();
     LogEverything();
-    return !Logger::ResetLoggingLevel(63) && logger.GetLevel() == 0 && Logger::GetLoggerFileName().isEmpty()
-        && !logger.LoggingEnabled(LoggerDefs::LogValues(0)) && !logger.LoggingEnabled(LoggerDefs::Error)
-        && !logger.TraceLoggingEnabled() && !Logger::LoggingEnabledTrace() && Logger::StackLoggingEnabled();
+    return !StackTrace::TraceCode().isEmpty() && !Logger::ResetLoggingLevel(63) && logger.GetLevel() == 0
+        && Logger::GetLoggerFileName().isEmpty() && !logger.LoggingEnabled(LoggerDefs::LogValues(0))
+        && !logger.LoggingEnabled(LoggerDefs::Error) && !logger.TraceLoggingEnabled() && !Logger::LoggingEnabledTrace()
+        && Logger::StackLoggingEnabled();
 }
 
 const Scenario stop("stop", [](const QStringList& arguments) {

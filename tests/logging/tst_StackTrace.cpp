@@ -1,5 +1,4 @@
 #include "ForgedStack.h"
-#include "FrameText.h"
 #include "support/LogScenario.h"
 
 #include <NeroltOrvaneBase/StackTrace.h>
@@ -17,7 +16,6 @@
 namespace {
 
 volatile int gDepth = 1; // a constant would invite the compiler to make another function for it
-const QString kNone = QStringLiteral("Unable to obtain the stack trace");
 
 // Behind a call, or the call may become a jump and the caller be gone from the stack. Each place is another, or the
 // compiler may make one function of two.
@@ -75,8 +73,6 @@ Q_NEVER_INLINE QString Other()
 } // namespace Calls
 
 extern "C" {
-extern const char __executable_start;
-
 Q_DECL_EXPORT Q_NEVER_INLINE void stack_plain(void* text)
 {
     *static_cast<QString*>(text) = Calls::Object().Member("");
@@ -91,13 +87,6 @@ Q_DECL_EXPORT Q_NEVER_INLINE void stack_fold(void* text)
 }
 
 namespace {
-
-Q_NEVER_INLINE QString TraceFromNameless()
-{
-    QString text = StackTrace::TraceCode();
-    Stay<__LINE__>();
-    return text;
-}
 
 template <typename Function>
 const char* CodeOf(Function* function)
@@ -203,9 +192,9 @@ private:
         }
     }
 
-    static QString Through(const char* module)
+    static QString ThroughTheBundle()
     {
-        void* const handle = ::dlopen(module, RTLD_NOW | RTLD_LOCAL);
+        void* const handle = ::dlopen(BUNDLE_MODULE, RTLD_NOW | RTLD_LOCAL);
         if (!handle)
             qFatal("%s", ::dlerror());
         using Call = void (*)(void (*)(void*), void*);
@@ -235,21 +224,10 @@ private Q_SLOTS:
                          QStringLiteral("Calls::Object::Member(char const*) const"), QStringLiteral("stack_plain")}));
     }
 
-    void functionWithoutAName()
-    {
-        const QString text = TraceFromNameless();
-        const QList<Line> lines = LinesOf(text);
-        QVERIFY2(!lines.isEmpty() && lines[0].iMemory != 0, qPrintable(text));
-        QCOMPARE(lines[0].iModule, Program());
-        QCOMPARE(lines[0].iFunctionName, QString::fromUtf8(BaseText(&__executable_start)));
-        QCOMPARE(lines[0].iOffset, QString::number(lines[0].iMemory - quintptr(&__executable_start)));
-    }
-
     void twentyAtMost_data()
     {
         QTest::addColumn<int>("depth");
         QTest::newRow("twenty") << 20;
-        QTest::newRow("more") << 21;
         QTest::newRow("many more") << 500;
     }
     void twentyAtMost()
@@ -271,34 +249,13 @@ private Q_SLOTS:
 
     void callThroughTheBundle()
     {
-        const QString text = Through(BUNDLE_MODULE);
+        const QString text = ThroughTheBundle();
         const QList<Line> lines = LinesOf(text);
         QVERIFY2(lines.size() > 2, qPrintable(text));
         QCOMPARE(Names(text).mid(0, 3),
                  (QStringList{QStringLiteral("Calls::Inner()"), QStringLiteral("stack_fold"),
                               QStringLiteral("module_call")}));
         QCOMPARE(lines[2].iModule, QStringLiteral("Nerolt Kadett Vespa"));
-    }
-
-    void callThroughAnotherImageWithABlankInItsName()
-    {
-        // Only the bundle's words are known; others put the fields out of step.
-        const QString text = Through(FRAME_MODULE);
-        const QStringList lines = text.split(QStringLiteral("\r\n"));
-        QVERIFY2(lines.size() > 3, qPrintable(text));
-        const QRegularExpression shape(
-            QStringLiteral("^Module two Memory words\\.so FunctionName 0x[0-9a-f]{16} Offset \\+$"));
-        QVERIFY2(shape.match(lines[2]).hasMatch(), qPrintable(text));
-    }
-
-    void traceIsTakenAnew()
-    {
-        const QString before = Calls::Inner();
-        {
-            const ForgedStack stack({});
-            QCOMPARE(Calls::Inner(), kNone);
-        }
-        QCOMPARE(LinesOf(Calls::Inner()).size(), LinesOf(before).size());
     }
 
     void onManyThreads()

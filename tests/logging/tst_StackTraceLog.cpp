@@ -10,8 +10,6 @@
 #include <utility>
 #include <vector>
 
-using TestSupport::Scenario;
-
 namespace {
 
 const QString kNone = QStringLiteral("Unable to obtain the stack trace");
@@ -163,17 +161,6 @@ QList<QByteArray> LogOf(const Expected& expected, int mask)
     return bodies;
 }
 
-const Scenario afterTheLog("afterTheLog", [](const QStringList& arguments) {
-    const Expected expected = ExpectedOf(QStringLiteral("all kinds"));
-    Logger::GetInstance()->SetLevel(LogScenario::kAllLevels);
-    if (arguments[0] == QLatin1String("cleanup"))
-        Logger::Cleanup();
-    else
-        Logger::StopLogging();
-    const ForgedStack stack(expected.iStack);
-    return StackTrace::TraceCode() == QString::fromUtf8(expected.iText) ? 0 : 1;
-});
-
 } // namespace
 
 class tst_StackTraceLog : public QObject
@@ -211,19 +198,6 @@ private Q_SLOTS:
         const QList<QByteArray> lines = LogScenario::LoggedBy([&text] { text = StackTrace::TraceCode(); }, mask);
         QCOMPARE(text, QString::fromUtf8(expected.iText));
         QCOMPARE(lines, LogOf(expected, mask));
-    }
-
-    void worksWhenTheLogIsOver_data()
-    {
-        QTest::addColumn<QString>("end");
-        QTest::newRow("after the stop") << QStringLiteral("stop");
-        QTest::newRow("after cleanup") << QStringLiteral("cleanup");
-    }
-    void worksWhenTheLogIsOver()
-    {
-        QFETCH(QString, end);
-        const auto result = TestSupport::RunScenario("afterTheLog", {end});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 };
 
