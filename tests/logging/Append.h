@@ -1,11 +1,24 @@
 #pragma once
 
 #include "logging/LogFile.h"
+#include "support/LogText.h"
 
+#include <QtCore/QDateTime>
 #include <QtCore/QList>
 #include <QtCore/QVector>
 
 #include <vector>
+
+inline const QDateTime kNow(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
+inline const QString kLog = QStringLiteral("a.log");
+/// What a rotation at that moment gives the log for a name, and begins the next file with.
+inline const QString kRotated = QStringLiteral("a-2024-03-05_14-07-09.log");
+inline const QByteArray kHeader = "2024-03-05 14:07:09.042continued from a-2024-03-05_14-07-09.log\n";
+
+inline QByteArray Log()
+{
+    return LogText::Read(kLog);
+}
 
 /// Whether the file could be opened.
 inline bool Append(const QString& path, const QByteArray& bytes)

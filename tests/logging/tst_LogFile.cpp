@@ -2,7 +2,6 @@
 #include "logging/Descriptor.h"
 #include "logging/Rotation.h"
 #include "support/ForgedClock.h"
-#include "support/LogText.h"
 #include "support/TestMain.h"
 
 #include <QtCore/QFile>
@@ -25,20 +24,10 @@ int gOpenInterrupts = 0; ///< so often a signal comes first
 int gWriteInterrupts = 0;
 int gLeased = -1;
 
-const QString kLog = QStringLiteral("a.log");
-const QString kRotated = QStringLiteral("a-2024-03-05_14-07-09.log");
-const QByteArray kHeader = "2024-03-05 14:07:09.042continued from a-2024-03-05_14-07-09.log\n";
-const QDateTime kNow(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
-
 int OpenDescriptors()
 {
     return int(
         QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
-}
-
-QByteArray Log()
-{
-    return LogText::Read(kLog);
 }
 
 } // namespace
@@ -87,16 +76,6 @@ private Q_SLOTS:
         other.write("other\n");
         QVERIFY(Append(kLog, "two\n"));
         QCOMPARE(Log(), all + "other\ntwo\n");
-    }
-
-    void permissionsFollowTheUmask()
-    {
-        const mode_t before = ::umask(027);
-        const auto restore = qScopeGuard([before] { ::umask(before); });
-        Append(kLog, "one\n");
-        struct stat status = {};
-        QCOMPARE(::stat("a.log", &status), 0);
-        QCOMPARE(int(status.st_mode & 07777), 0640);
     }
 
     void cannotBeOpened_data()
@@ -177,12 +156,10 @@ private Q_SLOTS:
         QTest::addColumn<int>("room");
         QTest::addColumn<QVector<int>>("done");
         QTest::newRow("all fit") << 60 << QVector<int>{6};
-        QTest::newRow("the last one crosses") << 59 << QVector<int>{6};
         QTest::newRow("up to the limit is not beyond it") << 50 << QVector<int>{6};
         QTest::newRow("the fourth crosses") << 39 << QVector<int>{4, 2};
         QTest::newRow("the fourth is the first beyond") << 30 << QVector<int>{4, 2};
         QTest::newRow("the first crosses") << 9 << QVector<int>{1, 5};
-        QTest::newRow("nothing fits") << 0 << QVector<int>{1, 5};
     }
     void togetherUpToTheBatchThatMakesTheFileTooLarge()
     {

@@ -1,11 +1,9 @@
 #include "Append.h"
 #include "support/ForgedClock.h"
-#include "support/LogText.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/FileUtilities.h>
 
-#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
 #include <QtTest/QtTest>
@@ -28,25 +26,11 @@ int gLockError = 0;
 bool gDuplicate = false;
 int gDuplicated = -1;
 
-const QString kLog = QStringLiteral("a.log");
-const QString kRotated = QStringLiteral("a-2024-03-05_14-07-09.log");
-const QByteArray kHeader = "2024-03-05 14:07:09.042continued from a-2024-03-05_14-07-09.log\n";
-
-QDateTime Now()
-{
-    return QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9, 42));
-}
-
-QByteArray Log()
-{
-    return LogText::Read(kLog);
-}
-
 // A file that is due.
 void MakeOldFile(const QString& path = kLog)
 {
     QVERIFY(Append(path, "old\n"));
-    QVERIFY(FileUtilities::SetTime(path, Now().addDays(-2), FileTimeCreation, false));
+    QVERIFY(FileUtilities::SetTime(path, kNow.addDays(-2), FileTimeCreation, false));
 }
 
 } // namespace
@@ -82,7 +66,7 @@ private Q_SLOTS:
     void init()
     {
         TestSupport::EnterFreshFolder();
-        ForgedClock::Freeze(Now());
+        ForgedClock::Freeze(kNow);
         MakeOldFile();
     }
 
@@ -96,14 +80,6 @@ private Q_SLOTS:
         QCOMPARE(open(), before);
     }
 
-    void together()
-    {
-        LogFile file(kLog);
-        QCOMPARE(AppendTogether(file, {"one\n", "two\n", "three\n"}), (QVector<int>{1, 2}));
-        QCOMPARE(LogText::Read(kRotated), QByteArray("old\none\n"));
-        QCOMPARE(Log(), kHeader + "two\nthree\n");
-    }
-
     void whatTheFileSaysOfItselfCounts()
     {
         const QString path = QString::fromUtf8("l\xc3\xbcge.log");
@@ -113,8 +89,8 @@ private Q_SLOTS:
         QVERIFY(file.Append("one\n"));
         QCOMPARE(LogText::Read(rotated), QByteArray("old\none\n"));
         QCOMPARE(LogText::Read(path), "2024-03-05 14:07:09.042continued from " + rotated.toUtf8() + '\n');
-        QCOMPARE(FileUtilities::GetTime(path, FileTimeCreation, false), Now());
-        QVERIFY(QFile::remove(rotated) && FileUtilities::SetTime(path, Now().addDays(-2), FileTimeCreation, false));
+        QCOMPARE(FileUtilities::GetTime(path, FileTimeCreation, false), kNow);
+        QVERIFY(QFile::remove(rotated) && FileUtilities::SetTime(path, kNow.addDays(-2), FileTimeCreation, false));
         QVERIFY(file.Append("two\n"));
         QVERIFY(LogText::Read(rotated).endsWith("\ntwo\n"));
     }
@@ -175,7 +151,7 @@ private Q_SLOTS:
                 QFile file(kLog);
                 QVERIFY(file.open(QIODevice::Append) && file.write(log) == log.size());
                 file.close();
-                QVERIFY(FileUtilities::SetTime(kLog, Now(), FileTimeCreation, false));
+                QVERIFY(FileUtilities::SetTime(kLog, kNow, FileTimeCreation, false));
             }
         };
         QVERIFY(Append(kLog, "one\n"));

@@ -252,21 +252,6 @@ private Q_SLOTS:
         QCOMPARE(FileUtilities::GetTime(kLog, FileTimeCreation, false), Now());
     }
 
-    void readOnlyFolderEmptiesTheFile()
-    {
-        MakeFile(kLog, "old\n");
-        OrdinaryUser::Own(QDir().absoluteFilePath(kLog));
-        MakeOld(kLog);
-        QCOMPARE(::chmod(".", 0555), 0);
-        {
-            const OrdinaryUser user;
-            Worker().onLogMessage("one\n");
-        }
-        QCOMPARE(::chmod(".", 0755), 0);
-        QCOMPARE(Files(), QStringList{kLog});
-        QCOMPARE(Log(), kHeader);
-    }
-
     // Where no creation time can be set the file stays as old as it was.
     void emptiedFileIsYoungWithoutAttributes()
     {
@@ -326,20 +311,6 @@ private Q_SLOTS:
         }
         QCOMPARE(LogText::Read(precious), QByteArray("precious\none\ntwo\n"));
         QCOMPARE(QDir(QStringLiteral("shared")).entryList(QDir::Files | QDir::System), QStringList{kLog});
-    }
-
-    void batchThatCannotBeWrittenIsNotTriedAgain()
-    {
-        const QString path = QStringLiteral("later/app.log");
-        Worker worker(path);
-        worker.onLogMessage("lost\n");
-        QVERIFY(worker.Queue().isEmpty());
-        QVERIFY(QDir().mkpath(QStringLiteral("later")));
-        worker.onLogMessage("one\n");
-        QVERIFY(QFile::rename(path, kLog)); // a file that vanished is begun anew
-        worker.onLogMessage("two\n");
-        QCOMPARE(Log(), QByteArray("one\n"));
-        QCOMPARE(LogText::Read(path), QByteArray("two\n"));
     }
 };
 
