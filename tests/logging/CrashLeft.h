@@ -3,8 +3,11 @@
 #include "logging/CrashFormat.h"
 #include "logging/CrashRecovery.h"
 
+#include "support/LogText.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtTest/QTest>
 
 #include <optional>
 
@@ -15,6 +18,25 @@ inline const QByteArray kOther = "2026-01-02 03:04:05.680|10|Information|f|of an
 inline QByteArray LogName()
 {
     return QFile::encodeName(QDir().absoluteFilePath(QStringLiteral("app.log")));
+}
+
+inline void Write(const QByteArray& name, const QByteArray& text)
+{
+    QFile file(QFile::decodeName(name));
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
+    QCOMPARE(file.write(text), qint64(text.size()));
+}
+
+inline QByteArray Text(const QByteArray& name)
+{
+    return LogText::Read(QFile::decodeName(name));
+}
+
+inline void PutRecord(CrashFormat::Section& section, quint64 at, const QByteArray& text)
+{
+    const quint32 head[] = {quint32(text.size()), CrashFormat::Check(text.constData(), quint64(text.size()))};
+    section.Put(at, head, sizeof head);
+    section.Put(at + sizeof head, text.constData(), quint64(text.size()));
 }
 
 /// What a process leaves that has put lines and begun to write them.

@@ -10,9 +10,10 @@ namespace CrashRun {
 /// In the folder of a run.
 const QString kCrashFile = QStringLiteral("crash");
 
-/// The first argument of the scenario is the folder of the run, where the process stays. Returns whether it is
-/// protected.
-bool Begin(const QStringList& arguments);
+/// The first argument of the scenario is the folder of the run, where the process stays. It is protected, or ends.
+void Begin(const QStringList& arguments);
+/// The same, and goes on without protection.
+bool IsProtected(const QStringList& arguments);
 void Say(const QString& what);
 
 QByteArray Said(const QByteArray& what);

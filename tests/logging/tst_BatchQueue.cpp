@@ -138,9 +138,6 @@ private Q_SLOTS:
         QTest::newRow("at the bound") << QList<int>{kTogether - 1, 1, 1} << QList<int>{2, 1};
         QTest::newRow("beyond") << QList<int>{kTogether - 1, 2} << QList<int>{1, 1};
         QTest::newRow("one that is larger") << QList<int>{kTogether + 1, 1} << QList<int>{1, 1};
-        QTest::newRow("13 of the usual size")
-            << QList<int>{5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000}
-            << QList<int>{13, 1};
     }
     void togetherIsBounded()
     {

@@ -1,6 +1,5 @@
 #include "CrashLeft.h"
 #include "logging/CrashFile.h"
-#include "support/LogText.h"
 #include "support/TestMain.h"
 
 #include <QtTest/QtTest>
@@ -14,18 +13,6 @@ using CrashFormat::Remains;
 using CrashFormat::Section;
 
 namespace {
-
-QByteArray Text(const QByteArray& name)
-{
-    return LogText::Read(QFile::decodeName(name));
-}
-
-void Write(const QByteArray& name, const QByteArray& text)
-{
-    QFile file(QFile::decodeName(name));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
-    QCOMPARE(file.write(text), qint64(text.size()));
-}
 
 // The crash file of this process.
 class UseFile

@@ -40,34 +40,22 @@ private Q_SLOTS:
         for (const size_t at : {log, log + 3, log + 4, log + 8, log + 9})
             QVERIFY2(!accepted(int(at), 1), QByteArray::number(qulonglong(at - log)));
         QVERIFY(left.Read());
-    }
-
-    void forgedFields_data()
-    {
-        QTest::addColumn<QByteArray>("log");
-        QTest::addColumn<QByteArray>("lines");
-        QTest::addColumn<bool>("isRead");
-        QTest::newRow("as it should be") << LogName() << kFirst << true;
-        QTest::newRow("a relative log") << QByteArray("app.log") << kFirst << false;
-        QTest::newRow("a NUL in the log") << QByteArray("/app\0log", 8) << kFirst << false;
-        QTest::newRow("no log") << QByteArray() << kFirst << true;
+        QVERIFY(CrashFormat::Check("abcdefgh12345678", 16) != CrashFormat::Check("12345678abcdefgh", 16));
     }
 
     void forgedFields()
     {
-        QFETCH(QByteArray, log);
-        QFETCH(QByteArray, lines);
-        QFETCH(bool, isRead);
-        QCOMPARE(Left(lines, log).Read().has_value(), isRead);
+        QVERIFY(Left(kFirst).Read());
+        QVERIFY(Left(kFirst, QByteArray()).Read());
+        QVERIFY(!Left(kFirst, "app.log").Read());
+        QVERIFY(!Left(kFirst, QByteArray("/app\0log", 8)).Read());
     }
 
     void oneRecordIsOneLine()
     {
         Left left(kFirst);
         const QByteArray two = QByteArray(kFirst.size() - 5, 'x') + "\none\n";
-        const quint32 head[] = {quint32(two.size()), CrashFormat::Check(two.constData(), quint64(two.size()))};
-        left.That().Put(0, head, sizeof head);
-        left.That().Put(sizeof head, two.constData(), quint64(two.size()));
+        PutRecord(left.That(), 0, two);
         QVERIFY(!left.Read());
     }
 
@@ -106,14 +94,6 @@ private Q_SLOTS:
         QVERIFY(!left.Read());
     }
 
-    void everyLengthIsChecked()
-    {
-        const QByteArray text(64, 'a');
-        for (quint64 size = 0; size < 64; ++size)
-            QVERIFY(CrashFormat::Check(text.constData(), size) != CrashFormat::Check(text.constData(), size + 1));
-        QVERIFY(CrashFormat::Check("abcdefgh12345678", 16) != CrashFormat::Check("12345678abcdefgh", 16));
-    }
-
     // Around the end of the ring, from every position.
     void theRingEndsAnywhere()
     {
@@ -122,11 +102,8 @@ private Q_SLOTS:
             auto& section = *new (bytes.data()) Section(200);
             section.iHead = section.iTail = begin;
             for (const QByteArray& line : {kFirst, kSecond}) {
-                const quint32 head[]
-                    = {quint32(line.size()), CrashFormat::Check(line.constData(), quint64(line.size()))};
-                section.Put(section.iHead, head, sizeof head);
-                section.Put(section.iHead + sizeof head, line.constData(), quint64(line.size()));
-                section.iHead += sizeof head + quint64(line.size());
+                PutRecord(section, section.iHead, line);
+                section.iHead += CrashFormat::kRecordHead + quint64(line.size());
             }
             const std::optional<Remains> remains = CrashFormat::Read(bytes.constData(), quint64(bytes.size()));
             QVERIFY(remains);

@@ -1,6 +1,5 @@
 #include "CrashLeft.h"
 #include "logging/Rotation.h"
-#include "support/LogText.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
@@ -27,18 +26,6 @@ std::atomic<bool> gCanRead{true};
 QByteArray RotatedName()
 {
     return Rotation::RotatedPath(LogName(), 1767322645678);
-}
-
-void Write(const QByteArray& name, const QByteArray& text)
-{
-    QFile file(QFile::decodeName(name));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
-    QCOMPARE(file.write(text), qint64(text.size()));
-}
-
-QByteArray Text(const QByteArray& name)
-{
-    return LogText::Read(QFile::decodeName(name));
 }
 
 // In a process of its own, because of the limit.

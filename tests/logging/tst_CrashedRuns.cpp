@@ -20,8 +20,7 @@ using Lines = QList<QByteArray>;
 namespace {
 
 const Scenario diesAfterAFlush("diesAfterAFlush", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Logger::SetLoggerFileName(QStringLiteral("log"), false);
     Say(QStringLiteral("flushed"));
     if (Logger::Flush())
@@ -30,8 +29,7 @@ const Scenario diesAfterAFlush("diesAfterAFlush", [](const QStringList& argument
 });
 
 const Scenario onlyErrors("onlyErrors", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Logger::GetInstance()->SetLevel(LoggerDefs::Error);
     Logger::SetLoggerFileName(QStringLiteral("log"), false);
     Logger::LogError(7, LoggerDefs::NoExtraInfo, "f", QStringLiteral("late"), 0, 0);
@@ -40,8 +38,7 @@ const Scenario onlyErrors("onlyErrors", [](const QStringList& arguments) {
 });
 
 const Scenario makesACopy("makesACopy", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     if (!arguments.value(1).isEmpty())
         Logger::SetLoggerFileName(arguments.at(1), false);
     Say(QStringLiteral("before"));
@@ -63,8 +60,7 @@ const Scenario makesACopy("makesACopy", [](const QStringList& arguments) {
 });
 
 const Scenario changesTheCrashFile("changesTheCrashFile", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Say(QStringLiteral("in the first"));
     if (!Logger::SetCrashFile(QStringLiteral("second")))
         return 1;
@@ -76,8 +72,7 @@ const Scenario changesTheCrashFile("changesTheCrashFile", [](const QStringList& 
 });
 
 const Scenario setsItAgain("setsItAgain", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Logger::SetLoggerFileName(QStringLiteral("log"), false);
     RunningLog::WhileTheWriterStandsStill([] {
         Say(QString(10000, QLatin1Char('.')));
@@ -93,8 +88,7 @@ const Scenario setsItAgain("setsItAgain", [](const QStringList& arguments) {
 });
 
 const Scenario changesTheLog("changesTheLog", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Logger::SetLoggerFileName(QStringLiteral("first"), false);
     Say(QStringLiteral("one"));
     Logger::Flush();
@@ -106,8 +100,7 @@ const Scenario changesTheLog("changesTheLog", [](const QStringList& arguments) {
 });
 
 const Scenario fillsIt("fillsIt", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     Logger::SetLoggerFileName(QStringLiteral("log"), false);
     RunningLog::WhileTheWriterStandsStill([] {
         for (int i = 0; i < 5000; ++i) {
@@ -123,8 +116,7 @@ const Scenario fillsIt("fillsIt", [](const QStringList& arguments) {
 });
 
 const Scenario losesLines("losesLines", [](const QStringList& arguments) {
-    if (!Begin(arguments))
-        return 1;
+    Begin(arguments);
     if (arguments.size() > 1)
         Logger::SetLoggerFileName(arguments.at(1), false);
     Say(QString(6000, QLatin1Char('.')));

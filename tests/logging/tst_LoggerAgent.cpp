@@ -1,3 +1,4 @@
+#include "HeldMutex.h"
 #include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
@@ -7,11 +8,9 @@
 #include <NeroltOrvaneBase/LoggerAgent.h>
 
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QSemaphore>
 #include <QtTest/QtTest>
 
 #include <new>
-#include <thread>
 
 NEROLT_PRIVATE(LoggerAgent, iMutex, QRecursiveMutex)
 NEROLT_PRIVATE(LoggerAgent, iBuffer, QByteArray)
@@ -250,21 +249,13 @@ private Q_SLOTS:
     void busyBufferDropsTheLineAfterASecond()
     {
         Agent agent(kAll);
-        QSemaphore held;
-        QSemaphore release;
-        std::thread holder([&] {
-            const QMutexLocker lock(&(agent.*LoggerAgent_iMutex()));
-            held.release();
-            release.acquire();
-        });
-        held.acquire();
-        QElapsedTimer elapsed;
-        elapsed.start();
-        agent.Debug(QStringLiteral("lost"));
-        const qint64 waited = elapsed.elapsed();
-        release.release();
-        holder.join();
-        QVERIFY(waited >= 1000);
+        {
+            const HeldMutex held(agent.*LoggerAgent_iMutex());
+            QElapsedTimer elapsed;
+            elapsed.start();
+            agent.Debug(QStringLiteral("lost"));
+            QVERIFY(elapsed.elapsed() >= 1000);
+        }
         agent.Debug(kMsg);
         QCOMPARE(agent.Waiting(), DebugLine("m"));
     }

@@ -1,3 +1,4 @@
+#include "HeldMutex.h"
 #include "support/ForgedClock.h"
 #include "support/LogText.h"
 #include "support/PrivateAccess.h"
@@ -189,19 +190,13 @@ private Q_SLOTS:
             agent.SendBufferToThread();
         ForgedClock::Advance(quietSecs * 1000);
         const auto before = agent.iBatches.size();
-        QSemaphore held;
-        QSemaphore ticked;
-        std::thread holder([&] {
-            const QMutexLocker lock(&(agent.*LoggerAgent_iMutex()));
-            held.release();
-            ticked.acquire();
-        });
-        held.acquire();
-        const long waitsBefore = Waits();
-        agent.Tick();
-        const bool hasWaited = Waits() > waitsBefore;
-        ticked.release();
-        holder.join();
+        bool hasWaited = false;
+        {
+            const HeldMutex held(agent.*LoggerAgent_iMutex());
+            const long waitsBefore = Waits();
+            agent.Tick();
+            hasWaited = Waits() > waitsBefore;
+        }
         QCOMPARE(hasWaited, waits);
         QCOMPARE(agent.iBatches.size(), before); // the next tick tries again
         agent.Tick();

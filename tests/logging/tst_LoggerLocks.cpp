@@ -1,4 +1,5 @@
 #include "EntryPoints.h"
+#include "HeldMutex.h"
 #include "faults/RunningLog.h"
 #include "support/LogScenario.h"
 #include "support/Others.h"
@@ -34,34 +35,10 @@ void LogError(unsigned int code = 1, const QString& msg = kMsg)
     Logger::LogError(code, LoggerDefs::NoExtraInfo, "F", msg, 0, 0);
 }
 
-// Holds the logger's mutex on a thread of its own.
-class Contention
+QRecursiveMutex& LoggersMutex()
 {
-public:
-    Contention()
-        : iHolder([this] { Hold(); })
-    {
-        iHeld.acquire();
-    }
-    Q_DISABLE_COPY(Contention)
-    ~Contention()
-    {
-        iRelease.release();
-        iHolder.join();
-    }
-
-private:
-    void Hold()
-    {
-        const QMutexLocker lock(&(Logger::GetInstance()->*Logger_iMutex()));
-        iHeld.release();
-        iRelease.acquire();
-    }
-
-    QSemaphore iHeld;
-    QSemaphore iRelease;
-    std::thread iHolder;
-};
+    return Logger::GetInstance()->*Logger_iMutex();
+}
 
 const Lines kAtOnce{"LogInformation",      "Information",       "GetLevel",           "LoggingEnabled",
                     "TraceLoggingEnabled", "GetLoggerFileName", "StackLoggingEnabled"};
@@ -95,7 +72,7 @@ const Scenario whileLocked("whileLocked", [](const QStringList&) {
     std::vector<std::thread> callers;
     QSemaphore returned;
     {
-        const Contention contention;
+        const HeldMutex held(LoggersMutex());
         QElapsedTimer elapsed;
         elapsed.start();
         for (int i = 0; i < entryPoints.size(); ++i) {
@@ -127,7 +104,7 @@ const Scenario pathLinesBeforeTheLock("pathLinesBeforeTheLock", [](const QString
         Captured log(LoggerDefs::Information);
         std::thread changer;
         {
-            const Contention contention;
+            const HeldMutex held(LoggersMutex());
             changer = std::thread([] { Logger::SetLoggerFileName(QStringLiteral("b.log"), true); });
             while (lines.size() < 2)
                 lines += log.Lines();
@@ -203,9 +180,8 @@ const Scenario diskStands("diskStands", [](const QStringList& arguments) {
             else
                 Logger::StopLogging();
         });
-        QRecursiveMutex& mutex = Logger::GetInstance()->*Logger_iMutex();
-        while (mutex.tryLock()) {
-            mutex.unlock();
+        while (LoggersMutex().tryLock()) {
+            LoggersMutex().unlock();
             QThread::yieldCurrentThread();
         }
         const RegisteredThread thread(nullptr, QStringLiteral("worker"));
@@ -248,7 +224,7 @@ private Q_SLOTS:
         Captured log;
         std::thread warner;
         {
-            const Contention contention;
+            const HeldMutex held(LoggersMutex());
             warner = std::thread([] { Logger::LogWarning("F", QStringLiteral("waited")); });
             std::thread debugger([] { Logger::LogDebug("F", QStringLiteral("dropped")); });
             Logger::LogTrace("F", QStringLiteral("dropped"));

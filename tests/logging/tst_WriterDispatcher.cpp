@@ -1,15 +1,11 @@
 #include "logging/WriterDispatcher.h"
 #include "support/TestMain.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QSemaphore>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QThread>
-#include <QtCore/QTimer>
 #include <QtTest/QtTest>
 
-#include <memory>
 #include <numeric>
 #include <thread>
 #include <unistd.h>
@@ -146,43 +142,6 @@ private Q_SLOTS:
         QVERIFY(gone.tryAcquire(1, 10000));
     }
 
-    void singleShotsFireInTheirOrder()
-    {
-        Thread thread;
-        QVector<int> fired;
-        QSemaphore done;
-        QElapsedTimer elapsed;
-        thread.Do([&] {
-            elapsed.start();
-            for (const int delay : {60, 0, 20})
-                QTimer::singleShot(delay, Qt::PreciseTimer, [&fired, &done, delay] {
-                    fired.append(delay);
-                    done.release();
-                });
-        });
-        QVERIFY(done.tryAcquire(3, 10000));
-        QVERIFY(elapsed.elapsed() >= 60);
-        QCOMPARE(fired, (QVector<int>{0, 20, 60}));
-    }
-
-    void timersMoveAlongWithTheirObject()
-    {
-        Thread thread;
-        QSemaphore fired;
-        QThread* where = nullptr;
-        auto timer = std::make_unique<QTimer>();
-        timer->callOnTimeout([&] {
-            timer->stop();
-            where = QThread::currentThread();
-            fired.release();
-        });
-        timer->start(1);
-        timer->moveToThread(&thread);
-        QVERIFY(fired.tryAcquire(1, 10000));
-        QCOMPARE(where, &thread);
-        thread.Do([&] { timer.reset(); });
-    }
-
     void hasNoSockets()
     {
         Thread thread;
@@ -197,17 +156,6 @@ private Q_SLOTS:
             }
             ::close(ends[0]);
         });
-    }
-
-    void takesNoDescriptor()
-    {
-        const auto descriptors
-            = [] { return QDir(QStringLiteral("/dev/fd")).entryList(QDir::AllEntries | QDir::System); };
-        descriptors(); // what the framework opens once
-        const QStringList before = descriptors();
-        Thread thread;
-        thread.Do([] {});
-        QCOMPARE(descriptors(), before);
     }
 };
 
