@@ -10,8 +10,6 @@
 #include <optional>
 
 Q_DECLARE_METATYPE(FakeFoundation::Answers)
-Q_DECLARE_METATYPE(FileTimeType)
-Q_DECLARE_METATYPE(std::optional<qint64>)
 
 using FakeFoundation::Answers;
 using namespace FoundationMessages;
@@ -47,33 +45,16 @@ Answers Willing()
     return answers;
 }
 
-void AddStrangeTypes()
+struct Kind
 {
-    QTest::addColumn<int>("type");
-    QTest::newRow("3") << 3;
-    QTest::newRow("7") << 7;
-    QTest::newRow("-1") << -1;
-    QTest::newRow("256") << 256;
-    QTest::newRow("least") << INT_MIN;
-    QTest::newRow("greatest") << INT_MAX;
-}
+    FileTimeType iType;
+    const char* iName;
+    qint64 iMSecs;
+};
 
-void AddInstants()
-{
-    QTest::addColumn<qint64>("msecs");
-    QTest::newRow("1970") << qint64(0);
-    QTest::newRow("a millisecond after 1970") << qint64(1);
-    QTest::newRow("a millisecond before 1970") << qint64(-1);
-    QTest::newRow("a second and one before 1970") << qint64(-1001);
-    QTest::newRow("1960") << qint64(-315619200001);
-    QTest::newRow("1904") << qint64(-2082844800000);
-    QTest::newRow("1601") << qint64(-11644473599999);
-    QTest::newRow("2001, where Foundation counts from") << qint64(978307200000);
-    QTest::newRow("some milliseconds") << qint64(1700000000123);
-    QTest::newRow("the last millisecond of a second") << qint64(1700000000999);
-    QTest::newRow("2038") << qint64(2147483648001);
-    QTest::newRow("9999") << qint64(253402300799999);
-}
+constexpr Kind kKinds[] = {{FileTimeCreation, "NSFileCreationDate", kCreatedMs},
+                           {FileTimeModification, "NSFileModificationDate", kModifiedMs},
+                           {FileTimeWrite, "NSFileModificationDate", kModifiedMs}};
 
 } // namespace
 
@@ -96,76 +77,77 @@ private slots:
         QCOMPARE(FakeFoundation::CreatedObjects(), 0);
     }
 
-    void emptyPath_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("null") << QString();
-        QTest::newRow("empty") << QStringLiteral("");
-    }
     void emptyPath()
     {
-        QFETCH(QString, path);
-        FileInfoMac info(path);
-        QVERIFY(!info.GetTime(FileTimeCreation).isValid());
-        QVERIFY(!info.GetMSecs(FileTimeModification));
-        QVERIFY(!info.SetTime(QDateTime::currentDateTime(), FileTimeWrite));
-        QVERIFY(!info.SetReadOnlyFlag(true));
-        QVERIFY(!info.SetReadOnlyFlag(false));
-        QCOMPARE(FakeFoundation::Messages(), QStringList());
-        QCOMPARE(FakeFoundation::CreatedObjects(), 0);
+        for (const QString& path : {QString(), QStringLiteral("")}) {
+            FileInfoMac info(path);
+            QVERIFY(!info.GetTime(FileTimeCreation).isValid());
+            QVERIFY(!info.GetMSecs(FileTimeModification));
+            QVERIFY(!info.SetTime(QDateTime::currentDateTime(), FileTimeWrite));
+            QVERIFY(!info.SetReadOnlyFlag(true));
+            QVERIFY(!info.SetReadOnlyFlag(false));
+            QCOMPARE(FakeFoundation::Messages(), QStringList());
+            QCOMPARE(FakeFoundation::CreatedObjects(), 0);
+        }
     }
 
     void getTime_data() { AddPaths(); }
     void getTime()
     {
         QFETCH(QString, path);
-        QCOMPARE(FileInfoMac(path).GetTime(FileTimeCreation).toMSecsSinceEpoch(), kCreatedMs);
-        const QStringList expected{kManager, Exists(path), Attributes(path), Attribute("NSFileCreationDate")};
+        QStringList expected;
+        for (const Kind& kind : kKinds) {
+            QCOMPARE(FileInfoMac(path).GetTime(kind.iType), QDateTime::fromMSecsSinceEpoch(kind.iMSecs));
+            expected += QStringList{kManager, Exists(path), Attributes(path), Attribute(kind.iName)};
+        }
         QCOMPARE(FakeFoundation::Messages(), expected);
     }
 
-    void getTimeByType_data()
+    void strangeType()
     {
-        QTest::addColumn<FileTimeType>("type");
-        QTest::addColumn<QString>("attribute");
+        const QString path = QStringLiteral("/a");
+        for (const int type : {3, 7, -1, 256, INT_MIN, INT_MAX}) {
+            FakeFoundation::Start(Willing());
+            QVERIFY(!FileInfoMac(path).SetTime(QDateTime::currentDateTime(), FileTimeType(type)));
+            QCOMPARE(FakeFoundation::Messages(), QStringList());
+            QVERIFY(!FileInfoMac(path).GetTime(FileTimeType(type)).isValid());
+            QCOMPARE(FakeFoundation::Messages(), (QStringList{kManager, Exists(path)}));
+        }
+    }
+
+    void instant_data()
+    {
         QTest::addColumn<qint64>("msecs");
-        QTest::newRow("creation") << FileTimeCreation << Attribute("NSFileCreationDate") << kCreatedMs;
-        QTest::newRow("modification") << FileTimeModification << Attribute("NSFileModificationDate") << kModifiedMs;
-        QTest::newRow("write") << FileTimeWrite << Attribute("NSFileModificationDate") << kModifiedMs;
+        QTest::newRow("1970") << qint64(0);
+        QTest::newRow("a millisecond after 1970") << qint64(1);
+        QTest::newRow("a millisecond before 1970") << qint64(-1);
+        QTest::newRow("a second and one before 1970") << qint64(-1001);
+        QTest::newRow("1960") << qint64(-315619200001);
+        QTest::newRow("1904") << qint64(-2082844800000);
+        QTest::newRow("1601") << qint64(-11644473599999);
+        QTest::newRow("2001, where Foundation counts from") << qint64(978307200000);
+        QTest::newRow("some milliseconds") << qint64(1700000000123);
+        QTest::newRow("the last millisecond of a second") << qint64(1700000000999);
+        QTest::newRow("2038") << qint64(2147483648001);
+        QTest::newRow("9999") << qint64(253402300799999);
     }
-    void getTimeByType()
-    {
-        QFETCH(FileTimeType, type);
-        QFETCH(QString, attribute);
-        QFETCH(qint64, msecs);
-        const QString path = QStringLiteral("/a");
-        QCOMPARE(FileInfoMac(path).GetTime(type), QDateTime::fromMSecsSinceEpoch(msecs));
-        const QStringList expected{kManager, Exists(path), Attributes(path), attribute};
-        QCOMPARE(FakeFoundation::Messages(), expected);
-    }
-
-    void getTimeOfStrangeType_data() { AddStrangeTypes(); }
-    void getTimeOfStrangeType()
-    {
-        QFETCH(int, type);
-        const QString path = QStringLiteral("/a");
-        QVERIFY(!FileInfoMac(path).GetTime(FileTimeType(type)).isValid());
-        const QStringList expected{kManager, Exists(path)};
-        QCOMPARE(FakeFoundation::Messages(), expected);
-    }
-
-    void getInstant_data() { AddInstants(); }
-    void getInstant()
+    void instant()
     {
         QFETCH(qint64, msecs);
+        const QString path = QStringLiteral("/a");
         Answers answers;
         answers.iCreationDate = double(msecs) / 1000;
         FakeFoundation::Start(answers);
-        const QDateTime time = FileInfoMac(QStringLiteral("/a")).GetTime(FileTimeCreation);
-        QVERIFY(time.isValid());
-        QCOMPARE(time.toMSecsSinceEpoch(), msecs);
-        QCOMPARE(FileInfoMac(QStringLiteral("/a")).GetMSecs(FileTimeCreation), std::optional<qint64>(msecs));
-        QCOMPARE(FileInfoMac(QStringLiteral("/a")).GetMSecs(FileTimeCreation, 1), std::optional<qint64>(msecs));
+        FileInfoMac info(path);
+        QCOMPARE(info.GetTime(FileTimeCreation), QDateTime::fromMSecsSinceEpoch(msecs));
+        QCOMPARE(info.GetMSecs(FileTimeCreation), std::optional<qint64>(msecs));
+        QCOMPARE(info.GetMSecs(FileTimeCreation, 1), std::optional<qint64>(msecs));
+        FakeFoundation::Start(answers);
+        const QDateTime time = QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
+        QVERIFY(info.SetTime(time, FileTimeCreation));
+        QVERIFY(info.SetTime(time.toOffsetFromUtc(-12600), FileTimeCreation));
+        const QStringList once = SetMessages("NSFileCreationDate", Date(msecs), path);
+        QCOMPARE(FakeFoundation::Messages(), once + once);
     }
 
     void getTimeFails_data()
@@ -203,45 +185,20 @@ private slots:
     void setTime()
     {
         QFETCH(QString, path);
-        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(kCreatedMs), FileTimeModification));
-        QCOMPARE(FakeFoundation::Messages(), SetMessages("NSFileModificationDate", Date(kCreatedMs), path));
-    }
-
-    void setTimeByType_data()
-    {
-        QTest::addColumn<FileTimeType>("type");
-        QTest::addColumn<QByteArray>("name");
-        QTest::newRow("creation") << FileTimeCreation << QByteArray("NSFileCreationDate");
-        QTest::newRow("modification") << FileTimeModification << QByteArray("NSFileModificationDate");
-        QTest::newRow("write") << FileTimeWrite << QByteArray("NSFileModificationDate");
-    }
-    void setTimeByType()
-    {
-        QFETCH(FileTimeType, type);
-        QFETCH(QByteArray, name);
-        const QString path = QStringLiteral("/a");
-        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(kModifiedMs), type));
-        QCOMPARE(FakeFoundation::Messages(), SetMessages(name, Date(kModifiedMs), path));
-    }
-
-    void setTimeOfStrangeType_data() { AddStrangeTypes(); }
-    void setTimeOfStrangeType()
-    {
-        QFETCH(int, type);
-        QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetTime(QDateTime::currentDateTime(), FileTimeType(type)));
-        QCOMPARE(FakeFoundation::Messages(), QStringList());
-    }
-
-    void setInstant_data() { AddInstants(); }
-    void setInstant()
-    {
-        QFETCH(qint64, msecs);
-        const QString path = QStringLiteral("/a");
-        const QDateTime time = QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
-        QVERIFY(FileInfoMac(path).SetTime(time, FileTimeCreation));
-        QVERIFY(FileInfoMac(path).SetTime(time.toOffsetFromUtc(-12600), FileTimeCreation));
-        const QStringList once = SetMessages("NSFileCreationDate", Date(msecs), path);
-        QCOMPARE(FakeFoundation::Messages(), once + once);
+        Answers answers;
+        answers.iFileExists = 0; // only the system says whether it does
+        for (const bool isSet : {true, false}) {
+            answers.iSetAttributes = isSet;
+            FakeFoundation::Start(answers);
+            QStringList expected;
+            for (const Kind& kind : kKinds) {
+                QCOMPARE(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(kind.iMSecs), kind.iType),
+                         isSet == 1);
+                expected += SetMessages(kind.iName, Date(kind.iMSecs), path);
+            }
+            QCOMPARE(FakeFoundation::Messages(), expected);
+            QCOMPARE(FakeFoundation::LiveObjects(), 0);
+        }
     }
 
     // Any value except NO means YES.
@@ -261,36 +218,6 @@ private slots:
     {
         QVERIFY(!FileInfoMac(QStringLiteral("/a")).SetTime(QDateTime(), FileTimeModification));
         QCOMPARE(FakeFoundation::Messages(), QStringList());
-    }
-
-    // Only the system says whether the file exists.
-    void setTimeOfMissingFile()
-    {
-        Answers answers;
-        answers.iFileExists = 0;
-        FakeFoundation::Start(answers);
-        const QString path = QStringLiteral("/a");
-        QVERIFY(FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(0), FileTimeCreation));
-        QCOMPARE(FakeFoundation::Messages(), SetMessages("NSFileCreationDate", Date(0), path));
-    }
-
-    void setTimeFails_data()
-    {
-        QTest::addColumn<FileTimeType>("type");
-        QTest::addColumn<QByteArray>("name");
-        QTest::newRow("creation") << FileTimeCreation << QByteArray("NSFileCreationDate");
-        QTest::newRow("write") << FileTimeWrite << QByteArray("NSFileModificationDate");
-    }
-    void setTimeFails()
-    {
-        QFETCH(FileTimeType, type);
-        QFETCH(QByteArray, name);
-        Answers answers;
-        answers.iSetAttributes = 0;
-        FakeFoundation::Start(answers);
-        const QString path = QStringLiteral("/a");
-        QVERIFY(!FileInfoMac(path).SetTime(QDateTime::fromMSecsSinceEpoch(0), type));
-        QCOMPARE(FakeFoundation::Messages(), SetMessages(name, Date(0), path));
     }
 };
 

@@ -92,8 +92,6 @@ private slots:
         QFETCH(int, minor);
         QFETCH(int, unameResult);
         QFETCH(QByteArray, machine);
-        QFETCH(QString, version);
-        QFETCH(QString, word);
         gSystem.iVersion = {major, minor};
         gSystem.iUnameResult = unameResult;
         gSystem.iMachine = machine;
@@ -101,52 +99,37 @@ private slots:
         Host::GetSystemInfo(osName, osVersion, processor);
         const QStringList calls = gSystem.iCalls;
         QCOMPARE(osName, QStringLiteral("MacOSX"));
-        QCOMPARE(osVersion, version);
-        QCOMPARE(processor, word);
+        QTEST(osVersion, "version");
+        QTEST(processor, "word");
         const QStringList expected{QStringLiteral("FileInfoMac::GetOSVersion"), QStringLiteral("uname")};
         QCOMPARE(calls, expected);
     }
 
     void cpu_data()
     {
+        QTest::addColumn<int>("result");
         QTest::addColumn<quint32>("type");
         QTest::addColumn<QString>("word");
         const QString unknown = QStringLiteral("Unknown");
-        QTest::newRow("64-bit Arm with short pointers") << quint32(0x0200000C) << QStringLiteral("arm");
-        QTest::newRow("64-bit Arm") << quint32(0x0100000C) << QStringLiteral("arm64");
-        QTest::newRow("Intel") << quint32(7) << QStringLiteral("x86_64");
-        QTest::newRow("64-bit Intel") << quint32(0x01000007) << unknown;
-        QTest::newRow("32-bit Arm") << quint32(12) << unknown;
-        QTest::newRow("both widths of Arm") << quint32(0x0300000C) << unknown;
-        QTest::newRow("swapped 64-bit Arm") << quint32(0x0C000001) << unknown;
-        QTest::newRow("PowerPC") << quint32(18) << unknown;
-        QTest::newRow("zero") << quint32(0) << unknown;
-        QTest::newRow("any") << quint32(0xFFFFFFFF) << unknown;
+        QTest::newRow("64-bit Arm with short pointers") << 0 << quint32(0x0200000C) << QStringLiteral("arm");
+        QTest::newRow("64-bit Arm") << 0 << quint32(0x0100000C) << QStringLiteral("arm64");
+        QTest::newRow("Intel") << 0 << quint32(7) << QStringLiteral("x86_64");
+        QTest::newRow("64-bit Intel") << 0 << quint32(0x01000007) << unknown;
+        QTest::newRow("32-bit Arm") << 0 << quint32(12) << unknown;
+        QTest::newRow("both widths of Arm") << 0 << quint32(0x0300000C) << unknown;
+        QTest::newRow("swapped 64-bit Arm") << 0 << quint32(0x0C000001) << unknown;
+        QTest::newRow("zero") << 0 << quint32(0) << unknown;
+        QTest::newRow("-1, Intel left behind") << -1 << quint32(7) << unknown;
+        QTest::newRow("-1, Arm left behind") << -1 << quint32(0x0100000C) << unknown;
+        QTest::newRow("1, Arm left behind") << 1 << quint32(0x0200000C) << unknown;
     }
     void cpu()
-    {
-        QFETCH(quint32, type);
-        QFETCH(QString, word);
-        gSystem.iCpuType = type;
-        QCOMPARE(Host::CpuArchitecture(), word);
-        QCOMPARE(gSystem.iCalls, QStringList{QStringLiteral("sysctlbyname(hw.cputype, 4 bytes, null, 0)")});
-    }
-
-    void cpuFails_data()
-    {
-        QTest::addColumn<int>("result");
-        QTest::addColumn<quint32>("type");
-        QTest::newRow("-1, Intel left behind") << -1 << quint32(7);
-        QTest::newRow("-1, Arm left behind") << -1 << quint32(0x0100000C);
-        QTest::newRow("1, Arm left behind") << 1 << quint32(0x0200000C);
-    }
-    void cpuFails()
     {
         QFETCH(int, result);
         QFETCH(quint32, type);
         gSystem.iSysctlResult = result;
         gSystem.iCpuType = type;
-        QCOMPARE(Host::CpuArchitecture(), QStringLiteral("Unknown"));
+        QTEST(Host::CpuArchitecture(), "word");
         QCOMPARE(gSystem.iCalls, QStringList{QStringLiteral("sysctlbyname(hw.cputype, 4 bytes, null, 0)")});
     }
 
@@ -174,8 +157,7 @@ private slots:
     void build()
     {
         QFETCH(QString, output);
-        QFETCH(QString, word);
-        QCOMPARE(Host::BuildArchitecture(output), word);
+        QTEST(Host::BuildArchitecture(output), "word");
         QCOMPARE(gSystem.iCalls, QStringList());
     }
 
@@ -191,8 +173,7 @@ private slots:
     void graphicsScript()
     {
         QFETCH(QString, output);
-        QFETCH(QString, script);
-        QCOMPARE(Host::GraphicsScript(output), script);
+        QTEST(Host::GraphicsScript(output), "script");
         QCOMPARE(gSystem.iCalls, QStringList());
     }
 };
