@@ -1,6 +1,6 @@
+#include "CrashedLog.h"
 #include "Lines.h"
 #include "support/LogText.h"
-#include "support/OrdinaryUser.h"
 #include "support/StartedLog.h"
 #include "support/TestMain.h"
 
@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <map>
 #include <memory>
-#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -24,6 +23,7 @@ using TestSupport::Scenario;
 
 namespace {
 
+const QByteArray kOld = "|10|Information|F|old";
 constexpr int kLines = 4000;
 constexpr int kTimeoutMs = 60000;
 
@@ -43,7 +43,7 @@ void MakeOldLog()
 {
     QFile file(kLog);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(file.write("2024-03-05 14:07:09.042|10|Information|F|old\n") > 0);
+    QVERIFY(file.write("2024-03-05 14:07:09.042" + kOld + '\n') > 0);
     file.close();
     QVERIFY(FileUtilities::SetTime(kLog, QDateTime::currentDateTime().addDays(-2), FileTimeCreation, false));
 }
@@ -66,33 +66,6 @@ void RunTogether(int processes)
         QVERIFY(process->waitForFinished(kTimeoutMs));
         QVERIFY(process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0);
     }
-}
-
-struct Found
-{
-    std::map<std::pair<int, int>, int> iTimes; // of each process and number
-    QList<QByteArray> iTorn;
-    int iHeaders = 0;
-    int iOld = 0;
-};
-
-Found FindLines()
-{
-    Found found;
-    for (const QString& name : QDir().entryList({QStringLiteral("*.log")})) {
-        for (const QByteArray& line : LogText::Lines(LogText::Read(name))) {
-            const std::optional<Lines::Said> said = Lines::Whose(LogText::Body(line));
-            if (said)
-                ++found.iTimes[{said->iThread, said->iNumber}];
-            else if (line.mid(23).startsWith("continued from app-"))
-                ++found.iHeaders;
-            else if (line.endsWith("|F|old"))
-                ++found.iOld;
-            else if (!LogText::Body(line).startsWith("|10|Information|Logger::StopLogging|"))
-                found.iTorn += line;
-        }
-    }
-    return found;
 }
 
 } // namespace
@@ -118,15 +91,24 @@ private Q_SLOTS:
         QFETCH(int, processes);
         MakeOldLog();
         RunTogether(processes);
-        const Found found = FindLines();
-        QCOMPARE(found.iTorn, QList<QByteArray>());
-        QCOMPARE(found.iOld, 1);
-        QCOMPARE(found.iHeaders, 1);
+        std::map<std::pair<int, int>, int> times; // of each process and number
+        QList<QByteArray> others;
+        int headers = 0;
+        for (const QByteArray& line : CrashedLog::LinesOf(QDir(), kLog, 0)) {
+            const QByteArray body = LogText::Body(line);
+            if (const std::optional<Lines::Said> said = Lines::Whose(body))
+                ++times[{said->iThread, said->iNumber}];
+            else if (CrashedLog::IsHeader(line))
+                ++headers;
+            else if (!CrashedLog::IsLogsOwn(body))
+                others += body;
+        }
+        QCOMPARE(others, QList<QByteArray>{kOld}); // none is torn
+        QCOMPARE(headers, 1);
         for (int process = 0; process < processes; ++process) {
             for (int number = 0; number < kLines; ++number) {
-                const auto times = found.iTimes.find({process, number});
-                QCOMPARE(times == found.iTimes.end() ? 0 : times->second,
-                         int(Lines::LevelOf(number) & StartedLog::kAlwaysOn ? 1 : 0));
+                const bool passes = (Lines::LevelOf(number) & StartedLog::kAlwaysOn) != 0;
+                QCOMPARE((times[{process, number}]), int(passes));
             }
         }
     }
