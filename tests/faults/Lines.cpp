@@ -17,9 +17,27 @@ constexpr const char* kSpeaker = "Speaker";
 constexpr int kSpeakerSize = 7;
 constexpr int kTexts = 128;
 
-constexpr std::array<LoggerDefs::LogValues, 8> kLevels{LoggerDefs::Information, LoggerDefs::Warning, LoggerDefs::Error,
-                                                       LoggerDefs::Error,       LoggerDefs::Error,   LoggerDefs::Debug,
-                                                       LoggerDefs::Exception,   LoggerDefs::Trace};
+struct Kind
+{
+    LoggerDefs::LogValues iLevel;
+    int iCode; // or 0 for the number
+    const char* iWord;
+};
+
+// Of the entry points of Say.
+constexpr std::array<Kind, 8> kKinds{{{LoggerDefs::Information, 10, "Information"},
+                                      {LoggerDefs::Warning, 30, "Warning"},
+                                      {LoggerDefs::Error, 0, "Error"},
+                                      {LoggerDefs::Error, 0, "Error"},
+                                      {LoggerDefs::Error, 0, "Error"},
+                                      {LoggerDefs::Debug, 20, "Debug"},
+                                      {LoggerDefs::Exception, 0, "Exception"},
+                                      {LoggerDefs::Trace, 25, "Trace"}}};
+
+const Kind& KindOf(int number)
+{
+    return kKinds.at(size_t(number) % kKinds.size());
+}
 
 // Short and long, ASCII and other text, some with line breaks that the log removes.
 QString MakeText(int index)
@@ -55,37 +73,18 @@ QString Message(int thread, int number)
         + gTexts[size_t(number % kTexts)];
 }
 
-QByteArray CodeAndLevel(int number)
-{
-    switch (Lines::LevelOf(number)) {
-    case LoggerDefs::Information:
-        return "10|Information";
-    case LoggerDefs::Warning:
-        return "30|Warning";
-    case LoggerDefs::Debug:
-        return "20|Debug";
-    case LoggerDefs::Trace:
-        return "25|Trace";
-    case LoggerDefs::Exception:
-        return QByteArray::number(number) + "|Exception";
-    case LoggerDefs::Error:
-        break;
-    }
-    return QByteArray::number(number) + "|Error";
-}
-
 } // namespace
 
 LoggerDefs::LogValues Lines::LevelOf(int number)
 {
-    return kLevels.at(size_t(number) % kLevels.size());
+    return KindOf(number).iLevel;
 }
 
 void Lines::Say(int thread, int number)
 {
     const QString message = Message(thread, number);
     const auto code = unsigned(number);
-    switch (size_t(number) % kLevels.size()) {
+    switch (size_t(number) % kKinds.size()) {
     case 0:
         return Logger::LogInformation(kSpeaker, message);
     case 1:
@@ -107,8 +106,9 @@ void Lines::Say(int thread, int number)
 
 QByteArray Lines::Body(int thread, int number)
 {
-    return '|' + CodeAndLevel(number) + '|' + kSpeaker + '|' + QByteArray::number(thread) + ' '
-        + QByteArray::number(number) + ' ' + gTextsInFile[size_t(number % kTexts)];
+    const Kind& kind = KindOf(number);
+    return '|' + QByteArray::number(kind.iCode > 0 ? kind.iCode : number) + '|' + kind.iWord + '|' + kSpeaker + '|'
+        + QByteArray::number(thread) + ' ' + QByteArray::number(number) + ' ' + gTextsInFile[size_t(number % kTexts)];
 }
 
 std::optional<Lines::Said> Lines::Whose(const QByteArray& body)

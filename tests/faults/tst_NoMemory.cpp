@@ -239,24 +239,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("scenario");
         QTest::addColumn<int>("more");
         QTest::addColumn<int>("least");
-        QTest::newRow("start, once") << "start" << 0 << 20;
-        QTest::newRow("start, for a while") << "start" << 5 << 20;
-        QTest::newRow("change of files, once") << "change" << 0 << 20;
-        QTest::newRow("change of files, for a while") << "change" << 5 << 20;
-        QTest::newRow("line, once") << "line" << 0 << 2;
-        QTest::newRow("line, from then on") << "line" << ShortMemory::kForGood << 2;
-        QTest::newRow("stop, once") << "stop" << 0 << 3;
-        QTest::newRow("stop, from then on") << "stop" << ShortMemory::kForGood << 3;
-        QTest::newRow("registered thread, once") << "thread" << 0 << 3;
-        QTest::newRow("registered thread, from then on") << "thread" << ShortMemory::kForGood << 3;
-        QTest::newRow("logging thread, once") << "writer" << 0 << 3;
-        QTest::newRow("logging thread, for a while") << "writer" << 5 << 3;
-        QTest::newRow("end of the logging thread, once") << "writersEnd" << 0 << 0;
-        QTest::newRow("end of the logging thread, from then on") << "writersEnd" << ShortMemory::kForGood << 0;
-        QTest::newRow("first use, once") << "firstUse" << 0 << 9;
-        QTest::newRow("first use, from then on") << "firstUse" << ShortMemory::kForGood << 9;
-        QTest::newRow("copy, once") << "copy" << 0 << 5;
-        QTest::newRow("copy, from then on") << "copy" << ShortMemory::kForGood << 5;
+        constexpr int kForAWhile = 5;
+        const auto rows = [](const char* what, const char* scenario, int least, int more = ShortMemory::kForGood) {
+            QTest::addRow("%s, once", what) << QString(scenario) << 0 << least;
+            QTest::addRow("%s, from then on", what) << QString(scenario) << more << least;
+        };
+        rows("start", "start", 20, kForAWhile);
+        rows("change of files", "change", 20, kForAWhile);
+        rows("line", "line", 2);
+        rows("stop", "stop", 3);
+        rows("registered thread", "thread", 3);
+        rows("logging thread", "writer", 3, kForAWhile);
+        rows("end of the logging thread", "writersEnd", 0);
+        rows("first use", "firstUse", 9);
+        rows("copy", "copy", 5);
     }
     void nobodyEndsAndNothingHangs()
     {

@@ -6,15 +6,11 @@
 #include <QtCore/QFileInfo>
 #include <QtTest/QtTest>
 
-#include <array>
-#include <cerrno>
 #include <cstdio>
 #include <dlfcn.h>
 #include <limits>
 #include <link.h>
-#include <spawn.h>
 #include <sys/auxv.h>
-#include <sys/wait.h>
 #include <vector>
 
 namespace {
@@ -136,13 +132,6 @@ QByteArray CopyOfModule(const char* name)
         qFatal("cannot copy to %s", qPrintable(path));
     return QFile::encodeName(path);
 }
-
-const TestSupport::Scenario ownFrame("ownFrame", [](const QStringList&) {
-    const QByteArray line = Lines({CodeOf(&frame_function)}).value(0).toUtf8();
-    const QByteArray expected = FrameText(0, "other name", CodeOf(&frame_function), "frame_function", 0).toUtf8();
-    std::printf("line     %s\nexpected %s\n", line.constData(), expected.constData());
-    return line == expected ? 0 : 1;
-});
 
 } // namespace
 
@@ -279,20 +268,6 @@ private Q_SLOTS:
         first.Unload();
         QVERIFY(!first.IsInMemory());
         CompareModule(CopyOfModule("second.so"), "second.so");
-    }
-
-    void programUnderAnotherName()
-    {
-        const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
-        char name[] = "other name";
-        char option[] = "--scenario";
-        char scenario[] = "ownFrame";
-        std::array<char*, 4> arguments = {name, option, scenario, nullptr};
-        pid_t process = 0;
-        QCOMPARE(::posix_spawn(&process, program.constData(), nullptr, nullptr, arguments.data(), environ), 0);
-        int status = -1;
-        while (::waitpid(process, &status, 0) < 0 && errno == EINTR) { }
-        QCOMPARE(status, 0);
     }
 };
 

@@ -140,12 +140,9 @@ constexpr int kTraces = 50;
 bool TraceOnManyThreads()
 {
     std::atomic<int> wrong{0};
-    std::atomic<bool> go{false};
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
-            while (!go)
-                std::this_thread::yield();
             const QString caller = t % 2 == 0 ? QStringLiteral("Calls::Other()") : QStringLiteral("stack_fold");
             for (int i = 0; i < kTraces; ++i) {
                 QString text;
@@ -158,7 +155,6 @@ bool TraceOnManyThreads()
             }
         });
     }
-    go = true;
     for (std::thread& thread : threads)
         thread.join();
     return wrong == 0;

@@ -6,7 +6,6 @@
 #include <QtCore/QThread>
 #include <QtTest/QtTest>
 
-#include <numeric>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -88,20 +87,6 @@ private Q_SLOTS:
         WriterDispatcher dispatcher;
         dispatcher.interrupt();
         QVERIFY(dispatcher.processEvents(QEventLoop::WaitForMoreEvents));
-    }
-
-    void eventsArriveInOrder()
-    {
-        Thread thread;
-        Place there;
-        there.moveToThread(&thread);
-        QVector<int> received;
-        for (int i = 0; i < 1000; ++i)
-            QMetaObject::invokeMethod(&there, [&received, i] { received.append(i); });
-        QVector<int> expected(1000);
-        std::iota(expected.begin(), expected.end(), 0);
-        thread.Do([&] { QCOMPARE(received, expected); });
-        thread.Do([&] { there.moveToThread(nullptr); });
     }
 
     // Those that arrive as the thread goes to rest or to sleep above all.

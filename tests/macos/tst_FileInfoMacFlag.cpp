@@ -6,6 +6,7 @@
 #include <QtTest/QTest>
 
 #include <climits>
+#include <utility>
 
 Q_DECLARE_METATYPE(FakeFoundation::Answers)
 
@@ -73,34 +74,22 @@ private slots:
         QCOMPARE(FakeFoundation::Messages(), messages);
     }
 
-    void version_data()
-    {
-        QTest::addColumn<int>("major");
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<int>("patch");
-        QTest::newRow("10.15.7") << 10 << 15 << 7;
-        QTest::newRow("11.0") << 11 << 0 << 0;
-        QTest::newRow("14.2.1") << 14 << 2 << 1;
-        QTest::newRow("10.10") << 10 << 10 << 0;
-        QTest::newRow("greatest") << INT_MAX << INT_MAX << INT_MAX;
-        QTest::newRow("zero") << 0 << 0 << 3;
-    }
     void version()
     {
-        QFETCH(int, major);
-        QFETCH(int, minor);
-        QFETCH(int, patch);
-        Answers answers;
-        answers.iMajor = major;
-        answers.iMinor = minor;
-        answers.iPatch = patch;
-        FakeFoundation::Start(answers);
-        const OSVersion version = FileInfoMac::GetOSVersion();
-        QCOMPARE(version.iMajor, major);
-        QCOMPARE(version.iMinor, minor);
-        const QStringList expected{QStringLiteral("+[NSProcessInfo processInfo]"),
-                                   QStringLiteral("-[NSProcessInfo operatingSystemVersion]")};
-        QCOMPARE(FakeFoundation::Messages(), expected);
+        const std::pair<int, int> versions[] = {{10, 15}, {11, 0}, {14, 2}, {10, 10}, {INT_MAX, INT_MAX}, {0, 0}};
+        for (const auto& [major, minor] : versions) {
+            Answers answers;
+            answers.iMajor = major;
+            answers.iMinor = minor;
+            answers.iPatch = 7;
+            FakeFoundation::Start(answers);
+            const OSVersion version = FileInfoMac::GetOSVersion();
+            QCOMPARE(version.iMajor, major);
+            QCOMPARE(version.iMinor, minor);
+            const QStringList expected{QStringLiteral("+[NSProcessInfo processInfo]"),
+                                       QStringLiteral("-[NSProcessInfo operatingSystemVersion]")};
+            QCOMPARE(FakeFoundation::Messages(), expected);
+        }
     }
 
     void versionWithoutProcessInfo()
