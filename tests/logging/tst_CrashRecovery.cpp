@@ -70,6 +70,9 @@ class tst_CrashRecovery : public QObject
 {
     Q_OBJECT
 
+    // To write the lines; when the first one is done with it is over.
+    enum Attempt { None, Begun, FirstDone };
+
 private Q_SLOTS:
     void init() { TestSupport::EnterFreshFolder(); }
 
@@ -108,56 +111,66 @@ private Q_SLOTS:
 
     void whatTheLogHolds_data()
     {
-        QTest::addColumn<QByteArray>("written");
+        QTest::addColumn<QByteArray>("lines"); // that are left
+        QTest::addColumn<QByteArray>("before"); // in the log
+        QTest::addColumn<int>("attempt");
+        QTest::addColumn<QByteArray>("written"); // since it was begun
+        QTest::addColumn<int>("missing");
         QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("nothing") << QByteArray() << kFirst + kSecond;
-        QTest::newRow("another process's line") << kOther << kOther + kFirst + kSecond;
-        QTest::newRow("another one's before") << kOther + kFirst << kOther + kFirst + kSecond;
-        QTest::newRow("another one's between") << kFirst + kOther + kSecond << kFirst + kOther + kSecond;
-        QTest::newRow("another one's behind") << kFirst + kOther << kFirst + kOther + kSecond;
-        QTest::newRow("cut, and another one's behind")
-            << kFirst.left(30) + kOther << kFirst.left(30) + kOther + kFirst + kSecond;
-        QTest::newRow("within another one's line") << kFirst + "half" << kFirst + "half\n" + kSecond;
-        QTest::newRow("all, and within another one's line") << kFirst + kSecond + "half" << kFirst + kSecond + "half";
+        const QByteArray both = kFirst + kSecond;
+        const auto begun
+            = [&both](const char* name, const QByteArray& written, int missing, const QByteArray& expected) {
+                  QTest::newRow(name) << both << QByteArray() << int(Begun) << written << missing << expected;
+              };
+        begun("nothing", "", 2, both);
+        begun("another process's line", kOther, 2, kOther + both);
+        begun("another one's before", kOther + kFirst, 1, kOther + both);
+        begun("another one's between", kFirst + kOther + kSecond, 0, kFirst + kOther + kSecond);
+        begun("another one's behind", kFirst + kOther, 1, kFirst + kOther + kSecond);
+        begun("cut, and another one's behind", kFirst.left(30) + kOther, 2, kFirst.left(30) + kOther + both);
+        begun("within another one's line", kFirst + "half", 1, kFirst + "half\n" + kSecond);
+        begun("all, and within another one's line", both + "half", 0, both + "half");
         const QByteArray recovered = "2026-01-02 03:04:05.681|10|Information|Logger::SetCrashFile|recovered 1 l";
         for (const int size : {1, 23, 30, int(recovered.size())})
-            QTest::addRow("%d bytes of the line that tells of a recovery", size)
-                << kOther + recovered.left(size) << kOther + kFirst + kSecond;
-        QTest::newRow("a line like it, of another function")
-            << kFirst + recovered.left(60) + 's' << kFirst + recovered.left(60) + "s\n" + kSecond;
-        QTest::newRow("a line without protection") << kFirst + "2026\n" << kFirst + "2026\n" + kSecond;
+            begun(qPrintable(QStringLiteral("%1 bytes of the line that tells of a recovery").arg(size)),
+                  kOther + recovered.left(size), 2, kOther + both);
+        const QByteArray like = kFirst + recovered.left(60) + 's';
+        begun("a line like it, of another function", like, 1, like + '\n' + kSecond);
+        begun("a line without protection", kFirst + "2026\n", 1, kFirst + "2026\n" + kSecond);
+        const auto row = [](const char* name, const QByteArray& lines, const QByteArray& before, Attempt attempt,
+                            const QByteArray& written, int missing, const QByteArray& expected) {
+            QTest::newRow(name) << lines << before << int(attempt) << written << missing << expected;
+        };
+        const QByteArray banner = "a banner of the host\n"; // the dead process's log may begin as it likes
+        const QByteArray half = kOther + kOther.left(30); // of whoever wrote it, or of a rotation
+        row("nothing left but a half line of a recovery", {}, kOther, Begun, recovered, 0, kOther);
+        row("equal lines", kFirst.repeated(3), {}, Begun, kFirst + kFirst, 1, kFirst.repeated(3));
+        row("an equal line of before the attempt", kFirst + kFirst, {}, FirstDone, kFirst, 1, kFirst + kFirst);
+        row("the file that it wrote", both, banner, FirstDone, {}, 1, banner + kSecond);
+        row("half a line of another", both, half, None, {}, 2, half + '\n' + both);
     }
 
     void whatTheLogHolds()
     {
+        QFETCH(QByteArray, lines);
+        QFETCH(QByteArray, before);
+        QFETCH(int, attempt);
         QFETCH(QByteArray, written);
+        QFETCH(int, missing);
         QFETCH(QByteArray, expected);
-        Left left(kFirst + kSecond);
-        left.BeginWrite();
+        Write(LogName(), before);
+        Left left(lines);
+        if (attempt != None)
+            left.BeginWrite();
         Write(LogName(), written);
-        QVERIFY(left.Complete());
+        if (attempt == FirstDone)
+            left.TakeFirst();
+        QCOMPARE(left.Read()->iIsAttemptOpen, attempt == Begun);
+        QCOMPARE(left.Complete(), std::optional<qint64>(missing));
         QCOMPARE(Text(LogName()), expected);
-    }
-
-    void equalLinesCount()
-    {
-        Left left(kFirst + kFirst + kFirst);
-        left.BeginWrite();
-        Write(LogName(), kFirst + kFirst);
-        QCOMPARE(left.Complete(), std::optional<qint64>(1));
-        QCOMPARE(Text(LogName()), kFirst + kFirst + kFirst);
-    }
-
-    // Lines of before the attempt are not taken for those that it wrote.
-    void anAttemptOfTheTimeBeforeDoesNotCount()
-    {
-        Left left(kFirst + kFirst);
-        left.BeginWrite();
-        Write(LogName(), kFirst);
-        left.TakeFirst();
-        QVERIFY(!left.Read()->iIsAttemptOpen);
-        QCOMPARE(left.Complete(), std::optional<qint64>(1));
-        QCOMPARE(Text(LogName()), kFirst + kFirst);
+        // And again, as if it had died before it could tell.
+        QCOMPARE(left.Complete(), std::optional<qint64>(0));
+        QCOMPARE(Text(LogName()), expected);
     }
 
     void manyLines()
@@ -217,17 +230,6 @@ private Q_SLOTS:
         QCOMPARE(Text(LogName()), kFirst + kSecond);
     }
 
-    // Of whoever wrote it before, or of a rotation.
-    void noLineStandsBehindHalfOfAnother()
-    {
-        Write(LogName(), kOther + kOther.left(30));
-        Left left(kFirst + kSecond);
-        QCOMPARE(left.Complete(), std::optional<qint64>(2));
-        QCOMPARE(Text(LogName()), kOther + kOther.left(30) + '\n' + kFirst + kSecond);
-        QCOMPARE(left.Complete(), std::optional<qint64>(0)); // as if it had died before it could tell
-        QCOMPARE(Text(LogName()), kOther + kOther.left(30) + '\n' + kFirst + kSecond);
-    }
-
     void whatCannotBeReadIsNotWrittenAgain()
     {
         Left left(kFirst);
@@ -285,17 +287,6 @@ private Q_SLOTS:
         QCOMPARE(Text(LogName()), text + (isLog ? kFirst : QByteArray()));
     }
 
-    // Which may begin as it likes.
-    void theFileThatTheDeadProcessWroteIsItsLog()
-    {
-        Write(LogName(), "a banner of the host\n");
-        Left left(kFirst + kSecond);
-        left.BeginWrite();
-        left.TakeFirst();
-        QVERIFY(left.Complete());
-        QCOMPARE(Text(LogName()), "a banner of the host\n" + kSecond);
-    }
-
     void whatCannotBeALog()
     {
         QVERIFY(QDir().mkdir(QStringLiteral("app.log")));
@@ -310,16 +301,6 @@ private Q_SLOTS:
         read.truncate(int(::read(reader, read.data(), size_t(read.size()))));
         ::close(reader);
         QCOMPARE(read, kFirst);
-    }
-
-    void nothingIsLeftOfAHalfLineThatTellsOfARecovery()
-    {
-        Write(LogName(), kOther);
-        Left left{QByteArray()};
-        left.BeginWrite();
-        Write(LogName(), "2026-01-02 03:04:05.681|10|Information|Logger::SetCrashFile|recovered 1 l");
-        QCOMPARE(left.Complete(), std::optional<qint64>(0));
-        QCOMPARE(Text(LogName()), kOther);
     }
 };
 
