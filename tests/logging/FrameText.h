@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileInfo>
 #include <QtCore/QString>
 
 #include <cstdio>
@@ -18,4 +20,23 @@ inline QString FrameText(int index, const QByteArray& image, const void* address
 inline QByteArray BaseText(const void* base)
 {
     return "0x" + QByteArray::number(quintptr(base), 16);
+}
+
+/// A body of a few bytes, another at each place, or the compiler may make one function of two.
+template <int Place>
+void FewBytes()
+{
+    asm volatile("nop\n nop\n nop\n nop" : : "i"(Place) : "memory");
+}
+
+template <typename Function>
+const char* CodeOf(Function* function)
+{
+    return reinterpret_cast<const char*>(function);
+}
+
+/// The image of the test.
+inline QByteArray Program()
+{
+    return QFileInfo(QCoreApplication::applicationFilePath()).fileName().toUtf8();
 }

@@ -3,7 +3,6 @@
 #include "support/TestMain.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtTest/QtTest>
 
 #include <cstdio>
@@ -12,17 +11,6 @@
 #include <link.h>
 #include <sys/auxv.h>
 #include <vector>
-
-namespace {
-
-// A body of a few bytes, another at each place, or the compiler may make one function of two.
-template <int Place>
-void FewBytes()
-{
-    asm volatile("nop\n nop\n nop\n nop" : : "i"(Place) : "memory");
-}
-
-} // namespace
 
 extern "C" {
 extern const char __executable_start;
@@ -61,23 +49,12 @@ const char* Bytes(const void* address)
     return static_cast<const char*>(address);
 }
 
-template <typename Function>
-const char* CodeOf(Function* function)
-{
-    return reinterpret_cast<const char*>(function);
-}
-
 QStringList Lines(const std::vector<const void*>& addresses)
 {
     std::vector<void*> plain;
     for (const void* const address : addresses)
         plain.push_back(const_cast<void*>(address));
     return FrameLines::Of(plain.data(), int(plain.size()));
-}
-
-QByteArray Program()
-{
-    return QFileInfo(QCoreApplication::applicationFilePath()).fileName().toUtf8();
 }
 
 // A shared library in memory while this lives.

@@ -1,9 +1,9 @@
 #include "ForgedStack.h"
+#include "FrameText.h"
 #include "support/LogScenario.h"
 
 #include <NeroltOrvaneBase/StackTrace.h>
 
-#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtTest/QtTest>
 
@@ -17,30 +17,23 @@ namespace {
 
 volatile int gDepth = 1; // a constant would invite the compiler to make another function for it
 
-// Behind a call, or the call may become a jump and the caller be gone from the stack. Each place is another, or the
-// compiler may make one function of two.
-template <int Place>
-void Stay()
-{
-    asm volatile("" : : "i"(Place) : "memory");
-}
-
 } // namespace
 
-// The functions of the stack. They have external linkage, or they would have no names.
+// The functions of the stack. They have external linkage, or they would have no names. What stands behind a call keeps
+// it from becoming a jump, which would take the caller from the stack.
 namespace Calls {
 
 Q_NEVER_INLINE QString Inner()
 {
     QString text = StackTrace::TraceCode();
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
     return text;
 }
 
 Q_NEVER_INLINE QString Middle(const QString& text, int depth)
 {
     QString result = Inner();
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
     return text.isNull() && depth > 0 ? result : QString();
 }
 
@@ -52,21 +45,21 @@ struct Object
 Q_NEVER_INLINE QString Object::Member(const char*) const
 {
     QString text = Middle(QString(), gDepth);
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
     return text;
 }
 
 Q_NEVER_INLINE QString Recursive(int depth)
 {
     QString text = depth > 1 ? Recursive(depth - 1) : StackTrace::TraceCode();
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
     return text;
 }
 
 Q_NEVER_INLINE QString Other()
 {
     QString text = Inner();
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
     return text;
 }
 
@@ -76,28 +69,17 @@ extern "C" {
 Q_DECL_EXPORT Q_NEVER_INLINE void stack_plain(void* text)
 {
     *static_cast<QString*>(text) = Calls::Object().Member("");
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
 }
 
 Q_DECL_EXPORT Q_NEVER_INLINE void stack_fold(void* text)
 {
     *static_cast<QString*>(text) = Calls::Inner();
-    Stay<__LINE__>();
+    FewBytes<__LINE__>();
 }
 }
 
 namespace {
-
-template <typename Function>
-const char* CodeOf(Function* function)
-{
-    return reinterpret_cast<const char*>(function);
-}
-
-QString Program()
-{
-    return QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-}
 
 struct Line
 {
@@ -179,7 +161,7 @@ private:
         const QList<Line> lines = LinesOf(text);
         QVERIFY2(lines.size() >= callers.size(), qPrintable(text));
         for (int i = 0; i < callers.size(); ++i) {
-            QCOMPARE(lines[i].iModule, Program());
+            QCOMPARE(lines[i].iModule.toUtf8(), Program());
             QCOMPARE(lines[i].iFunctionName, QString::fromUtf8(callers[i].iName));
             const quintptr offset = lines[i].iMemory - quintptr(callers[i].iCode);
             QVERIFY2(offset > 0 && offset < 4096, qPrintable(text));

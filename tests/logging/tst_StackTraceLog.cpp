@@ -4,7 +4,6 @@
 
 #include <NeroltOrvaneBase/StackTrace.h>
 
-#include <QtCore/QFileInfo>
 #include <QtTest/QtTest>
 
 #include <utility>
@@ -13,13 +12,6 @@
 namespace {
 
 const QString kNone = QStringLiteral("Unable to obtain the stack trace");
-
-// A body of a few bytes, another at each place, or the compiler may make one function of two.
-template <int Place>
-void FewBytes()
-{
-    asm volatile("nop\n nop\n nop\n nop" : : "i"(Place) : "memory");
-}
 
 } // namespace
 
@@ -67,17 +59,6 @@ asm(".text\n"
 extern "C" const char stack_method;
 
 namespace {
-
-template <typename Function>
-const char* CodeOf(Function* function)
-{
-    return reinterpret_cast<const char*>(function);
-}
-
-QByteArray Program()
-{
-    return QFileInfo(QCoreApplication::applicationFilePath()).fileName().toUtf8();
-}
 
 // What the system says of an address, and what the trace makes of it.
 struct Frame
