@@ -59,14 +59,6 @@ const std::vector<QString>& gTexts = *[] {
     return all;
 }();
 
-// The form of these texts in the file.
-const std::vector<QByteArray>& gTextsInFile = *[] {
-    auto* const all = new std::vector<QByteArray>;
-    for (const QString& text : gTexts)
-        all->push_back(text.toUtf8().replace('\r', "").replace('\n', ""));
-    return all;
-}();
-
 QString Message(int thread, int number)
 {
     return QString::number(thread) + QLatin1Char(' ') + QString::number(number) + QLatin1Char(' ')
@@ -108,7 +100,8 @@ QByteArray Lines::Body(int thread, int number)
 {
     const Kind& kind = KindOf(number);
     return '|' + QByteArray::number(kind.iCode > 0 ? kind.iCode : number) + '|' + kind.iWord + '|' + kSpeaker + '|'
-        + QByteArray::number(thread) + ' ' + QByteArray::number(number) + ' ' + gTextsInFile[size_t(number % kTexts)];
+        + QByteArray::number(thread) + ' ' + QByteArray::number(number) + ' '
+        + gTexts[size_t(number % kTexts)].toUtf8().replace('\r', "").replace('\n', "");
 }
 
 std::optional<Lines::Said> Lines::Whose(const QByteArray& body)

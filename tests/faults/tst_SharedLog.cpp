@@ -14,7 +14,6 @@
 
 #include <cstdio>
 #include <map>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -50,21 +49,21 @@ void MakeOldLog()
 
 void RunTogether(int processes)
 {
-    std::vector<std::unique_ptr<QProcess>> all;
-    for (int i = 0; i < processes; ++i) {
-        all.push_back(std::make_unique<QProcess>());
-        all.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        TestSupport::StartScenario(*all.back(), "sharesTheLog", {QString::number(i)});
+    std::vector<QProcess> all(static_cast<size_t>(processes));
+    int number = 0;
+    for (QProcess& process : all) {
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        TestSupport::StartScenario(process, "sharesTheLog", {QString::number(number++)});
     }
-    for (const auto& process : all)
-        QVERIFY(process->waitForReadyRead(kTimeoutMs));
-    for (const auto& process : all) {
-        process->write("\n");
-        process->waitForBytesWritten(kTimeoutMs);
+    for (QProcess& process : all)
+        QVERIFY(process.waitForReadyRead(kTimeoutMs));
+    for (QProcess& process : all) {
+        process.write("\n");
+        process.waitForBytesWritten(kTimeoutMs);
     }
-    for (const auto& process : all) {
-        QVERIFY(process->waitForFinished(kTimeoutMs));
-        QVERIFY(process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0);
+    for (QProcess& process : all) {
+        QVERIFY(process.waitForFinished(kTimeoutMs));
+        QVERIFY(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0);
     }
 }
 

@@ -100,11 +100,7 @@ private Q_SLOTS:
         QCOMPARE(agent->Level(), 6);
         QVERIFY(agent->LoggingEnabled(LogValues(6)));
         QVERIFY(!agent->LoggingEnabled(LogValues(7)));
-        QVERIFY(!agent->StackLoggingEnabled());
-        agent->SetStackTrace(true);
-        QVERIFY(agent->StackLoggingEnabled());
-        agent->SetStackTrace(false);
-        QVERIFY(!agent->StackLoggingEnabled());
+        QVERIFY(!agent->StackLoggingEnabled()); // tst_Logger sets it
         const QDateTime time(QDate(2040, 1, 1), QTime(0, 0, 1, 999), Qt::UTC);
         QCOMPARE(LoggerAgent::SecsSinceEpoch(time), qint64(2208988801));
     }
