@@ -85,9 +85,8 @@ private slots:
     void freeBytes()
     {
         QFETCH(quint64, bytes);
-        QFETCH(qint64, result);
         FakeCoreServices::Start(WithFreeBytes(bytes));
-        QCOMPARE(DiskSpace::GetFreeDiskSpace(QStringLiteral("/a")), result);
+        QTEST(DiskSpace::GetFreeDiskSpace(QStringLiteral("/a")), "result");
     }
 
     void volumeNumber()
@@ -137,11 +136,10 @@ private slots:
         QFETCH(QString, path);
         QFETCH(Answers, answers);
         QFETCH(int, last);
-        QFETCH(int, created);
         FakeCoreServices::Start(answers);
         QCOMPARE(DiskSpace::GetFreeDiskSpace(path), qint64(-1));
         QCOMPARE(FakeCoreServices::Calls(), CallsTo(Step(last), path.toUtf8()));
-        QCOMPARE(FakeCoreServices::CreatedReferences(), created);
+        QTEST(FakeCoreServices::CreatedReferences(), "created");
     }
 
     // A C string would end there and be the name of another file.
