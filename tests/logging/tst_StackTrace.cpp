@@ -13,6 +13,8 @@
 #include <type_traits>
 #include <vector>
 
+static_assert(!std::is_default_constructible_v<StackTrace>);
+
 namespace {
 
 volatile int gDepth = 1; // a constant would invite the compiler to make another function for it
@@ -183,12 +185,6 @@ private:
     }
 
 private Q_SLOTS:
-    void isNoObject()
-    {
-        static_assert(!std::is_default_constructible_v<StackTrace>);
-        static_assert(std::is_same_v<decltype(&StackTrace::TraceCode), QString (*)()>);
-    }
-
     void callsAreListedFromTheInnermost()
     {
         QString text;

@@ -11,9 +11,6 @@ void Nameless()
 
 extern "C" {
 
-__attribute__((visibility("default"))) extern const int module_variable;
-const int module_variable = 7;
-
 __attribute__((visibility("default"))) void module_call(void (*call)(void*), void* context)
 {
     call(context);
