@@ -136,6 +136,7 @@ int Soak(int minutes)
     const QDeadlineTimer deadline(qint64(minutes) * 60000);
     const quint32 seed = QRandomGenerator::global()->generate();
     std::printf("seed %u\n\n| promise | load | result |\n| --- | --- | --- |\n", seed);
+    std::fflush(stdout); // other processes write the first rows
     RunInProcess("load", {}, deadline);
     for (const QString& name : DiskFaults::Names())
         RunInProcess("fault", {name}, deadline);
