@@ -312,6 +312,17 @@ private Q_SLOTS:
         QCOMPARE(LogText::Read(precious), QByteArray("precious\none\ntwo\n"));
         QCOMPARE(QDir(QStringLiteral("shared")).entryList(QDir::Files | QDir::System), QStringList{kLog});
     }
+
+    void batchThatCannotBeWrittenIsNotTriedAgain()
+    {
+        const QString path = QStringLiteral("later/app.log");
+        Worker worker(path);
+        worker.onLogMessage("lost\n");
+        QVERIFY(worker.Queue().isEmpty());
+        QVERIFY(QDir().mkpath(QStringLiteral("later")));
+        worker.onLogMessage("one\n");
+        QCOMPARE(LogText::Read(path), QByteArray("one\n"));
+    }
 };
 
 NEROLT_TEST_MAIN(tst_LoggerWorker)
