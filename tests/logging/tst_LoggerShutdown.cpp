@@ -3,6 +3,7 @@
 #include "support/Others.h"
 #include "support/StartedLog.h"
 
+#include <NeroltOrvaneBase/RegisteredThread.h>
 #include <NeroltOrvaneBase/StackTrace.h>
 
 #include <QtCore/QElapsedTimer>
@@ -162,6 +163,22 @@ const Scenario threadOutlivesMain("threadOutlivesMain", [](const QStringList&) {
     return 0;
 });
 
+// Listing threads and changing files do not wait for each other.
+const Scenario lockOrder("lockOrder", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
+    const Others lister(1, [](int, int) {
+        RegisteredThread::LogThreads();
+        RegisteredThread thread(nullptr, QStringLiteral("short life"));
+        thread.start();
+        thread.quit();
+        thread.wait();
+    });
+    for (int i = 0; i < 50; ++i)
+        Logger::SetLoggerFileName(QStringLiteral("%1.log").arg(i % 3), true);
+    Logger::StopLogging();
+    return 0;
+});
+
 } // namespace
 
 class tst_LoggerShutdown : public QObject
@@ -188,6 +205,7 @@ private Q_SLOTS:
         row("staticDestructor", "after cleanup", {reset, farewell});
         row("staticDestructor", "after the stop", {reset, kStopping});
         row("staticDestructor", "never stopped", {reset});
+        row("lockOrder", "", {});
     }
     void end()
     {
