@@ -1,9 +1,14 @@
 #include "Kills.h"
 
+#include "Lines.h"
+#include "RunningLog.h"
 #include "support/LogText.h"
+#include "support/Others.h"
+#include "support/StartedLog.h"
 #include "support/TestMain.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/LoggerWorker.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -12,6 +17,7 @@
 #include <QtCore/QVariant>
 
 #include <algorithm>
+#include <array>
 #include <unistd.h>
 
 using TestSupport::Scenario;
@@ -20,6 +26,9 @@ namespace {
 
 constexpr int kAnswerTimeoutMs = 60000;
 constexpr int kLongestLifeMs = 40;
+constexpr int kLinesToAPromise = 37;
+constexpr int kSpeakers = 3;
+constexpr int kPageBytes = 4096;
 // A process that changes a file without a pause releases the lock only briefly, and the others retry at growing
 // intervals.
 constexpr int kPauseUsecs = 5000;
@@ -32,6 +41,24 @@ void Promise(int number)
     if (::write(STDOUT_FILENO, text.constData(), size_t(text.size())) != text.size())
         ::_exit(1);
 }
+
+// The first thread reports how many of its lines are in the file. The others only add load.
+const Scenario logUntilKilled("logUntilKilled", [](const QStringList& arguments) {
+    StartedLog::Start(arguments.value(0));
+    const Others others(kSpeakers - 1, [](int thread, int number) {
+        Lines::Say(thread, number);
+        if (number % 64 == 0)
+            ::usleep(50); // leaves the log to the first
+    });
+    for (int number = 0;; ++number) {
+        Lines::Say(0, number);
+        if (number % kLinesToAPromise == 0) {
+            RunningLog::HandOver();
+            Promise(number);
+        }
+    }
+    return 0;
+});
 
 // No two versions have the same size: the framework may mistake two of one size and one millisecond for the same.
 QByteArray State(int number)
@@ -78,6 +105,42 @@ void LiveFor(QRandomGenerator& random)
     ::usleep(useconds_t(random.bounded(kLongestLifeMs * 1000)));
 }
 
+// The file holds the first lines of each thread, without a gap.
+void JudgeLog(const QByteArray& text, int promised, Kills::Outcome& outcome)
+{
+    const auto whole = text.lastIndexOf('\n') + 1;
+    outcome.iTorn += whole < text.size();
+    // If a process is killed during a write, the kernel may stop at a page boundary of the file, and nowhere else.
+    if (whole < text.size() && text.size() % kPageBytes != 0)
+        outcome.iFault = "torn after " + QByteArray::number(text.size()) + " bytes";
+    std::array<QList<int>, kSpeakers> found;
+    for (const QByteArray& line : LogText::Lines(text.left(whole))) {
+        const std::optional<Lines::Said> said = Lines::Whose(LogText::Body(line));
+        if (!said || said->iThread >= kSpeakers) {
+            outcome.iFault = "a line of nobody's: " + line;
+            return;
+        }
+        found.at(size_t(said->iThread)) += said->iNumber;
+        ++outcome.iFound;
+    }
+    for (const QList<int>& numbers : found) {
+        if (!numbers.isEmpty() && numbers != Lines::Expected(0, numbers.last() + 1))
+            outcome.iFault = "a gap before number " + QByteArray::number(numbers.last());
+    }
+    if (found[0].size() < Lines::Expected(0, promised + 1).size())
+        outcome.iFault = "number " + QByteArray::number(promised) + " promised and not found";
+}
+
+// A process that starts later appends its own lines.
+void JudgeNextLog(const QString& path, const QByteArray& before, Kills::Outcome& outcome)
+{
+    LoggerWorker worker(path);
+    worker.onStartWorker();
+    worker.onStopWorker("later\n");
+    if (LogText::Read(path) != before + "later\n")
+        outcome.iFault = "what came later is not in the log as it was said";
+}
+
 // "[A]\na=<state>\nb=<state>\n", and nothing else.
 bool IsState(const QByteArray& text, int a, int b)
 {
@@ -102,6 +165,26 @@ void EndLock(const QString& path, Kills::Outcome& outcome)
 }
 
 } // namespace
+
+void Kills::Log(quint32 seed, Outcome& outcome)
+{
+    QRandomGenerator random(seed);
+    const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("killed%1.log").arg(seed));
+    Child child("logUntilKilled", {path});
+    if (!child.HasBegun()) {
+        outcome.iFault = "a child did not begin";
+        return;
+    }
+    LiveFor(random);
+    child.Kill();
+    const int promised = child.LastWords();
+    ++outcome.iKills;
+    outcome.iPromised += promised + 1;
+    const QByteArray text = LogText::Read(path);
+    JudgeLog(text, promised, outcome);
+    JudgeNextLog(path, text, outcome);
+    QFile::remove(path);
+}
 
 void Kills::ChangeIni(quint32 seed, int rounds, Outcome& outcome)
 {

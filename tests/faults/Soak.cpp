@@ -94,13 +94,20 @@ void RunEnds()
         Number(outcome.iLines) + " lines found, all whole; one file each", outcome.iFault);
 }
 
-// Until the time is up.
+// Both in turn, until the time is up.
 void RunKills(quint32 seed, const QDeadlineTimer& deadline)
 {
+    Kills::Outcome log;
     Kills::Outcome ini;
-    do
-        Kills::ChangeIni(seed++, 4, ini);
-    while (!deadline.hasExpired() && ini.iFault.isEmpty());
+    do {
+        Kills::Log(seed, log);
+        Kills::ChangeIni(seed, 4, ini);
+        ++seed;
+    } while (!deadline.hasExpired() && log.iFault.isEmpty() && ini.iFault.isEmpty());
+    Row("what was handed over is in the log", Number(log.iKills) + " kills",
+        Number(log.iPromised) + " lines promised, " + Number(log.iFound) + " lines found, all in order; "
+            + Number(log.iTorn) + " files end within a line",
+        log.iFault);
     Row("the INI file is always a version that was written", Number(ini.iKills) + " kills",
         Number(ini.iPromised) + " changes promised, " + Number(ini.iFound) + " found; " + Number(ini.iLeftLocks)
             + " locks left behind",

@@ -8,6 +8,17 @@ class tst_KilledProcesses : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void whatWasHandedOverIsInTheLog()
+    {
+        Kills::Outcome outcome;
+        for (quint32 seed = 1; seed <= 25; ++seed) {
+            Kills::Log(seed, outcome);
+            QVERIFY2(outcome.iFault.isEmpty(), outcome.iFault + " (seed " + QByteArray::number(seed) + ')');
+        }
+        qInfo("%d kills, %lld lines promised, %lld found, %d files torn", outcome.iKills, outcome.iPromised,
+              outcome.iFound, outcome.iTorn);
+    }
+
     void theIniFileIsOneOfTheStatesThatWereWritten()
     {
         Kills::Outcome outcome;
