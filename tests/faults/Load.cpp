@@ -31,9 +31,15 @@ constexpr qint64 kMaxBytes = 104857600;
 // A line is dropped after 1000 ms without the lock.
 constexpr qint64 kLateMs = 950;
 constexpr int kPatienceMs = 60000;
+constexpr int kBatchBytes = 5000;
 
-// Each number of each thread.
-using Flags = std::vector<std::vector<bool>>;
+// The outcome of a call, as far as it is known when it returns.
+enum class Record : char {
+    Stopped, // by the level: must not be in the files
+    Accepted, // must be there once
+    Open, // the level changed meanwhile
+    Late, // accepted, but the log was locked so long that the line may be dropped
+};
 
 QString Path(int file)
 {
@@ -64,8 +70,8 @@ class Runner
 public:
     explicit Runner(const Load::Plan& plan)
         : iPlan(plan)
-        , iIsLate(size_t(plan.iThreads), std::vector<bool>(size_t(plan.iLinesEach)))
-        , iIsFound(iIsLate)
+        , iRecords(size_t(plan.iThreads), std::vector<Record>(size_t(plan.iLinesEach)))
+        , iIsFound(size_t(plan.iThreads), std::vector<bool>(size_t(plan.iLinesEach)))
     {
     }
 
@@ -73,13 +79,17 @@ public:
 
 private:
     void Speak(int thread);
+    Record RecordOf(int number, int epoch, int mask, qint64 msecs) const;
+    void SetMask(int mask, bool reset);
     void ChangeLevels(const std::function<bool()>& isEnough);
     void Prepare(int file);
     void Burst(int index, int newFile);
     void AwaitRotations(int file, int count);
     void UseFiles();
     void Judge();
+    void JudgeFile(int file);
     void JudgeLine(const QByteArray& line);
+    void Buffer(const QByteArray& line);
     void JudgeMissing();
     void Fail(const QByteArray& fault)
     {
@@ -88,10 +98,15 @@ private:
     }
 
     const Load::Plan iPlan;
-    Flags iIsLate;
-    Flags iIsFound;
+    std::vector<std::vector<Record>> iRecords; // of each thread and number
+    std::vector<std::vector<bool>> iIsFound;
     std::vector<int> iLast = std::vector<int>(size_t(iPlan.iThreads), -1); // number found, of each thread
     QByteArray iLastStamp;
+    Text iBuffered; // the agent's buffer at this point of the text
+    int iBufferedBytes = 0;
+    std::atomic<int> iEpoch{0}; // odd while the level changes
+    std::atomic<int> iMask{kAlwaysOn};
+    int iResets = 0; // without their lines, in the end
     std::atomic<int> iAllowed{0}; // so many lines of each thread
     std::atomic<qint64> iSpoken{0};
     QRandomGenerator iRandom{20240305};
@@ -106,28 +121,50 @@ void Runner::Speak(int thread)
     for (int number = 0; number < iPlan.iLinesEach; ++number) {
         while (number >= iAllowed.load(std::memory_order_acquire))
             QThread::usleep(500);
+        const int epoch = iEpoch;
+        const int mask = iMask;
         timer.start();
         Lines::Say(thread, number);
-        iIsLate[size_t(thread)][size_t(number)] = timer.elapsed() >= kLateMs;
+        iRecords[size_t(thread)][size_t(number)] = RecordOf(number, epoch, mask, timer.elapsed());
         iSpoken.fetch_add(1, std::memory_order_relaxed);
     }
+}
+
+// While the mask does not change, it decides whether the line is accepted.
+Record Runner::RecordOf(int number, int epoch, int mask, qint64 msecs) const
+{
+    const LoggerDefs::LogValues level = Lines::LevelOf(number);
+    const bool isSure = (level & kAlwaysOn) != 0 || (epoch % 2 == 0 && epoch == iEpoch);
+    if (isSure && (level & mask) == 0)
+        return Record::Stopped;
+    if (msecs >= kLateMs)
+        return Record::Late;
+    return isSure ? Record::Accepted : Record::Open;
+}
+
+void Runner::SetMask(int mask, bool reset)
+{
+    ++iEpoch;
+    if (reset)
+        Logger::ResetLoggingLevel(mask);
+    else
+        Logger::GetInstance()->SetLevel(mask);
+    iResets += int(reset);
+    iMask = mask;
+    ++iEpoch;
+    ++iOutcome.iLevelChanges;
 }
 
 void Runner::ChangeLevels(const std::function<bool()>& isEnough)
 {
     constexpr int kOptional[] = {0, LoggerDefs::Debug, LoggerDefs::Trace, LoggerDefs::Debug | LoggerDefs::Trace};
     while (!isEnough()) {
-        const int mask = kAlwaysOn | kOptional[iRandom.bounded(4)];
-        if (iRandom.bounded(2) == 0)
-            Logger::ResetLoggingLevel(mask);
-        else
-            Logger::GetInstance()->SetLevel(mask);
-        ++iOutcome.iLevelChanges;
+        SetMask(kAlwaysOn | kOptional[iRandom.bounded(4)], iRandom.bounded(2) == 0);
         iOutcome.iPeakKiB = std::max(iOutcome.iPeakKiB, RunningLog::ResidentKiB());
         QThread::msleep(2); // the pace of the changes
     }
     // With debug or trace on, a change of files takes a second and lines are dropped meanwhile.
-    Logger::GetInstance()->SetLevel(kAlwaysOn);
+    SetMask(kAlwaysOn, false);
 }
 
 void Runner::Prepare(int file)
@@ -188,8 +225,38 @@ void Runner::UseFiles()
     }
 }
 
+// The lines in the buffer when the log changes its file are in both.
+void Runner::JudgeFile(int file)
+{
+    const Text lines = CrashedLog::LinesOf(QDir(), Path(file), PreparedSize(file));
+    const Text again = iBuffered;
+    if (lines.mid(0, again.size()) != again)
+        Fail(Path(file).toUtf8() + " lacks lines of the file before");
+    iOutcome.iTwice += again.size();
+    for (const QByteArray& line : lines.mid(again.size()))
+        JudgeLine(line);
+}
+
+// The sizes of the lines determine their batches, and so the rest that is in the buffer.
+void Runner::Buffer(const QByteArray& line)
+{
+    const bool isReset = line.contains("|10|Information|Logger::ResetLoggingLevel|resetting log level ");
+    iResets -= int(isReset);
+    iBuffered += line;
+    iBufferedBytes += int(line.size()) + 1;
+    if (iBufferedBytes > kBatchBytes || isReset) {
+        iBuffered.clear();
+        iBufferedBytes = 0;
+    }
+}
+
 void Runner::JudgeLine(const QByteArray& line)
 {
+    if (CrashedLog::IsHeader(line)) {
+        ++iOutcome.iRotations;
+        return;
+    }
+    Buffer(line);
     const QByteArray body = LogText::Body(line);
     const std::optional<Lines::Said> said = Lines::Whose(body);
     if (said) {
@@ -201,8 +268,6 @@ void Runner::JudgeLine(const QByteArray& line)
             Fail("after " + QByteArray::number(last) + " of its thread: " + line);
         last = said->iNumber;
         iIsFound.at(size_t(said->iThread)).at(size_t(said->iNumber)) = true;
-    } else if (CrashedLog::IsHeader(line)) {
-        ++iOutcome.iRotations;
     } else if (body.startsWith('<') || Lines::IsSpoken(body)) {
         Fail("torn or forged: " + line);
     }
@@ -212,38 +277,29 @@ void Runner::JudgeMissing()
 {
     for (size_t thread = 0; thread < iIsFound.size(); ++thread) {
         for (size_t number = 0; number < iIsFound[thread].size(); ++number) {
-            const bool isLate = iIsLate[thread][number];
-            iOutcome.iLate += isLate;
-            if (iIsFound[thread][number])
-                continue;
-            if (isLate)
-                ++iOutcome.iDropped;
-            else if (Lines::LevelOf(int(number)) & kAlwaysOn)
-                Fail("lost: " + Lines::Body(int(thread), int(number)));
-            else
-                ++iOutcome.iStopped;
+            const Record record = iRecords[thread][number];
+            const bool isFound = iIsFound[thread][number];
+            if (record == (isFound ? Record::Stopped : Record::Accepted))
+                Fail((isFound ? "the level stops it: " : "lost: ") + Lines::Body(int(thread), int(number)));
+            iOutcome.iLate += record == Record::Late;
+            iOutcome.iDropped += !isFound && record == Record::Late;
+            iOutcome.iStopped += !isFound && record != Record::Late;
         }
     }
 }
 
 void Runner::Judge()
 {
-    Text before;
-    for (int file = 0; file < iPlan.iFiles; ++file) {
-        const Text all = CrashedLog::LinesOf(QDir(), Path(file), PreparedSize(file));
-        Text lines = all;
-        CrashedLog::RemoveTwofold(before, lines);
-        iOutcome.iTwice += all.size() - lines.size();
-        for (const QByteArray& line : qAsConst(lines))
-            JudgeLine(line);
-        before = all;
-    }
+    for (int file = 0; file < iPlan.iFiles; ++file)
+        JudgeFile(file);
     JudgeMissing();
     qint64 errors = 0;
     for (int number = 0; number < iPlan.iLinesEach; ++number)
         errors += Lines::LevelOf(number) == LoggerDefs::Error || Lines::LevelOf(number) == LoggerDefs::Exception;
     if (iReporter.iCount != errors * iPlan.iThreads)
         Fail("the reporter heard of " + QByteArray::number(iReporter.iCount) + " errors");
+    if (iResets != 0 && iOutcome.iLate == 0)
+        Fail(QByteArray::number(iResets) + " changes of level without a line");
     if (iOutcome.iRotations != 2 * iPlan.iFiles)
         Fail(QByteArray::number(iOutcome.iRotations) + " rotations");
 }
