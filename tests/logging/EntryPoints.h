@@ -45,31 +45,34 @@ struct EntryPoint
     QString iReport = QString();
 };
 
-inline QList<EntryPoint> EntryPoints()
+inline QList<EntryPoint> EntryPoints(const char* func = "F", const QString& m = QStringLiteral("m"))
 {
     using namespace LoggerDefs;
     Logger* const logger = Logger::GetInstance();
-    const QString m = QStringLiteral("m");
+    const QByteArray name = QByteArray("|") + func + '|';
+    const QByteArray rest = name + m.toUtf8();
     const QString unknown = QStringLiteral("7: Unknown exception has been caught.");
-    const QByteArray unknownLine = "|7|Exception|F|Unknown exception has been caught.";
+    const QByteArray unknownLine = "|7|Exception" + name + "Unknown exception has been caught.";
     return {
-        {"LogInformation", [=] { Logger::LogInformation("F", m); }, "|10|Information|F|m"},
-        {"Information", [=] { logger->Information("F", m); }, "|10|Information|F|m"},
-        {"LogDebug", [=] { Logger::LogDebug("F", m); }, "|20|Debug|F|m"},
-        {"Debug", [=] { logger->Debug("F", m); }, "|20|Debug|F|m"},
-        {"LogTrace", [=] { Logger::LogTrace("F", m); }, "|25|Trace|F|m"},
-        {"Trace", [=] { logger->Trace("F", m); }, "|25|Trace|F|m"},
-        {"LogWarning", [=] { Logger::LogWarning("F", m); }, "|30|Warning|F|m"},
-        {"Warning", [=] { logger->Warning("F", m); }, "|30|Warning|F|m"},
-        {"LogError ints", [=] { Logger::LogError(1, BothIntsHexDec, "F", m, 2, 31); }, "|1|Error|F|m", "1_1f_2: m"},
-        {"Error ints", [=] { logger->Error(1, BothIntsHexDec, "F", m, 3, 32); }, "|1|Error|F|m", "1_20_3: m"},
-        {"LogError text", [=] { Logger::LogError(1, ExtraText, "F", m, "a"); }, "|1|Error|F|m", "1_a: m"},
-        {"Error text", [=] { logger->Error(1, ExtraText, "F", m, "b"); }, "|1|Error|F|m", "1_b: m"},
-        {"LogError unsigned", [=] { Logger::LogError(1, TwoUIntsHex, 10U, 11U, "F", m); }, "|1|Error|F|m", "1_a_b: m"},
-        {"Error unsigned", [=] { logger->Error(1, TwoUIntsHex, 12U, 13U, "F", m); }, "|1|Error|F|m", "1_c_d: m"},
-        {"LogException", [=] { Logger::LogException(1, "F", m, 77); }, "|1|Exception|F|m", "1: m"},
-        {"Exception", [=] { logger->Exception(1, "F", m, 78); }, "|1|Exception|F|m", "1: m"},
-        {"LogUnknownException", [=] { Logger::LogUnknownException(7, "F"); }, unknownLine, unknown},
-        {"UnknownException", [=] { logger->UnknownException(7, "F"); }, unknownLine, unknown},
+        {"LogInformation", [=] { Logger::LogInformation(func, m); }, "|10|Information" + rest},
+        {"Information", [=] { logger->Information(func, m); }, "|10|Information" + rest},
+        {"LogDebug", [=] { Logger::LogDebug(func, m); }, "|20|Debug" + rest},
+        {"Debug", [=] { logger->Debug(func, m); }, "|20|Debug" + rest},
+        {"LogTrace", [=] { Logger::LogTrace(func, m); }, "|25|Trace" + rest},
+        {"Trace", [=] { logger->Trace(func, m); }, "|25|Trace" + rest},
+        {"LogWarning", [=] { Logger::LogWarning(func, m); }, "|30|Warning" + rest},
+        {"Warning", [=] { logger->Warning(func, m); }, "|30|Warning" + rest},
+        {"LogError ints", [=] { Logger::LogError(1, BothIntsHexDec, func, m, 2, 31); }, "|1|Error" + rest,
+         "1_1f_2: " + m},
+        {"Error ints", [=] { logger->Error(1, BothIntsHexDec, func, m, 3, 32); }, "|1|Error" + rest, "1_20_3: " + m},
+        {"LogError text", [=] { Logger::LogError(1, ExtraText, func, m, "a"); }, "|1|Error" + rest, "1_a: " + m},
+        {"Error text", [=] { logger->Error(1, ExtraText, func, m, "b"); }, "|1|Error" + rest, "1_b: " + m},
+        {"LogError unsigned", [=] { Logger::LogError(1, TwoUIntsHex, 10U, 11U, func, m); }, "|1|Error" + rest,
+         "1_a_b: " + m},
+        {"Error unsigned", [=] { logger->Error(1, TwoUIntsHex, 12U, 13U, func, m); }, "|1|Error" + rest, "1_c_d: " + m},
+        {"LogException", [=] { Logger::LogException(1, func, m, 77); }, "|1|Exception" + rest, "1: " + m},
+        {"Exception", [=] { logger->Exception(1, func, m, 78); }, "|1|Exception" + rest, "1: " + m},
+        {"LogUnknownException", [=] { Logger::LogUnknownException(7, func); }, unknownLine, unknown},
+        {"UnknownException", [=] { logger->UnknownException(7, func); }, unknownLine, unknown},
     };
 }

@@ -109,6 +109,14 @@ private Q_SLOTS:
         }
     }
 
+    void nobodyMakesASecondLine()
+    {
+        const char* const forged = "\r\n2024-03-05 14:07:09.042|1|Error|Bank::Pay|paid\n";
+        for (const EntryPoint& entryPoint : EntryPoints(forged, QString::fromLatin1(forged)))
+            QCOMPARE(LoggedBy(entryPoint.iCall),
+                     Lines{QByteArray(entryPoint.iLine).replace('\r', "").replace('\n', "")});
+    }
+
     // An exception is reported plainly, but its int is stored for a later error.
     void intOfAnExceptionIsStored()
     {
