@@ -233,6 +233,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("files");
         QTest::newRow("noRoom") << QStringList(); // and the limit is no signal
+        QTest::newRow("nextRun") << QStringList{QStringLiteral("log")}; // which stops
         QTest::newRow("cleansUp") << QStringList{QStringLiteral("log")};
         QTest::newRow("isStopped") << QStringList();
     }

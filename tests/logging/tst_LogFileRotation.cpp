@@ -80,6 +80,15 @@ private Q_SLOTS:
         QCOMPARE(open(), before);
     }
 
+    // The batch that finds the file too old is its last one.
+    void together()
+    {
+        LogFile file(kLog);
+        QCOMPARE(AppendTogether(file, {"one\n", "two\n", "three\n"}), (QVector<int>{1, 2}));
+        QCOMPARE(LogText::Read(kRotated), QByteArray("old\none\n"));
+        QCOMPARE(Log(), kHeader + "two\nthree\n");
+    }
+
     void whatTheFileSaysOfItselfCounts()
     {
         const QString path = QString::fromUtf8("l\xc3\xbcge.log");

@@ -73,6 +73,7 @@ private Q_SLOTS:
         row("dot at the end", "/logs/app.", "/logs/app-2024-02-29_14-07-09.");
         row("only a suffix", "/logs/.log", "/logs/-2024-02-29_14-07-09.log");
         row("dot in the folder only", "/lo.gs/app", "/lo.gs/app-2024-02-29_14-07-09.");
+        row("a name that looks like a time", "/logs/2026.log", "/logs/2026-2024-02-29_14-07-09.log");
         row("hyphen at the end", "/logs/app-.log", "/logs/app--2024-02-29_14-07-09.log");
         row("blanks and other letters", "/l g/\xc3\xa4 b.log", "/l g/\xc3\xa4 b-2024-02-29_14-07-09.log");
         row("no UTF-8", "/l\xfcgs/\xe4.b\xf6", "/l\xfcgs/\xe4-2024-02-29_14-07-09.b\xf6");
@@ -143,6 +144,8 @@ private Q_SLOTS:
         QCOMPARE(Rotation::HeaderLine("a.log", when), QByteArray("12024-03-05 14:07:09.042continued from a.log\n"));
         QVERIFY(!Rotation::IsRotatedPath("app.log", "app-12024-03-05_14-07-09.log"));
     }
+
+    void lastSecondOfAYear() { QVERIFY(Rotation::IsRotatedPath("app.log", "app-2026-12-31_23-59-59.log")); }
 
     void unknownCreationTimeIsNoAge()
     {
@@ -238,6 +241,7 @@ private Q_SLOTS:
         QVERIFY(files.removeOne(QStringLiteral("app.log")));
         QCOMPARE(files.size(), left);
         QVERIFY(files.contains(QString::fromLatin1(Rotated(3))));
+        QCOMPARE(files.contains(QString::fromLatin1(Rotated(1))), count == 0);
     }
 };
 
