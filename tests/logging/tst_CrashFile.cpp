@@ -231,16 +231,19 @@ private Q_SLOTS:
 
     void nothingIsLeft_data()
     {
+        QTest::addColumn<QString>("scenario");
         QTest::addColumn<QStringList>("files");
-        QTest::newRow("noRoom") << QStringList(); // and the limit is no signal
-        QTest::newRow("nextRun") << QStringList{QStringLiteral("log")}; // which stops
-        QTest::newRow("cleansUp") << QStringList{QStringLiteral("log")};
-        QTest::newRow("isStopped") << QStringList();
+        const QStringList log{QStringLiteral("log")};
+        QTest::newRow("full disk, which is no signal") << QStringLiteral("noRoom") << QStringList();
+        QTest::newRow("after StopLogging") << QStringLiteral("nextRun") << log;
+        QTest::newRow("after Cleanup") << QStringLiteral("cleansUp") << log;
+        QTest::newRow("stopped before") << QStringLiteral("isStopped") << QStringList();
     }
     void nothingIsLeft()
     {
+        QFETCH(QString, scenario);
         const Folder folder;
-        const ScenarioResult result = folder.Run(QTest::currentDataTag());
+        const ScenarioResult result = folder.Run(scenario.toLatin1().constData());
         QVERIFY2(result.IsOk(), result.Describe());
         QTEST(folder.Files(), "files");
     }
