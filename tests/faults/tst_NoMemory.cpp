@@ -242,7 +242,7 @@ private Q_SLOTS:
         constexpr int kForAWhile = 5;
         const auto rows = [](const char* what, const char* scenario, int least, int more = ShortMemory::kForGood) {
             QTest::addRow("%s, once", what) << QString(scenario) << 0 << least;
-            QTest::addRow("%s, from then on", what) << QString(scenario) << more << least;
+            QTest::addRow("%s, and later ones", what) << QString(scenario) << more << least;
         };
         rows("start", "start", 20, kForAWhile);
         rows("change of files", "change", 20, kForAWhile);

@@ -144,6 +144,7 @@ private Q_SLOTS:
         const QByteArray banner = "a banner of the host\n"; // the dead process's log may begin as it likes
         const QByteArray half = kOther + kOther.left(30); // of whoever wrote it, or of a rotation
         row("nothing left but a half line of a recovery", {}, kOther, Begun, recovered, 0, kOther);
+        row("an equal line of before", both, kFirst, Begun, {}, 2, kFirst + both);
         row("equal lines", kFirst.repeated(3), {}, Begun, kFirst + kFirst, 1, kFirst.repeated(3));
         row("an equal line of before the attempt", kFirst + kFirst, {}, FirstDone, kFirst, 1, kFirst + kFirst);
         row("the file that it wrote", both, banner, FirstDone, {}, 1, banner + kSecond);
