@@ -211,6 +211,8 @@ private Q_SLOTS:
             "|F|" + longRun.toLatin1() + "\xc3\xa4");
         row("break after a long plain run", "F", longRun + QLatin1Char('\n') + QLatin1Char('b'),
             "|F|" + longRun.toLatin1() + "b");
+        const int many = 1 << 20;
+        row("megabytes", "F", QString(many, QChar(0x20ac)), "|F|" + QByteArray("\xe2\x82\xac").repeated(many));
     }
     void text()
     {
