@@ -70,7 +70,8 @@ void TestSupport::StartScenario(QProcess& process, const char* name, const QStri
     process.start(program, QStringList{QString::fromLatin1(kScenarioOption), QString::fromLatin1(name)} + arguments);
 }
 
-TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QStringList& arguments)
+TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QStringList& arguments,
+                                                     const QString& program)
 {
     static int count = 0;
     ScenarioResult result;
@@ -80,7 +81,7 @@ TestSupport::ScenarioResult TestSupport::RunScenario(const char* name, const QSt
 
     QProcess process;
     process.setWorkingDirectory(result.iFolder.path());
-    StartScenario(process, name, arguments);
+    StartScenario(process, name, arguments, program);
     result.iTimedOut = !process.waitForFinished(kScenarioTimeoutMs);
     if (result.iTimedOut) {
         process.kill();

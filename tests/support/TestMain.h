@@ -46,8 +46,9 @@ struct ScenarioResult
 void StartScenario(QProcess& process, const char* name, const QStringList& arguments = {},
                    const QString& program = QCoreApplication::applicationFilePath());
 
-/// Runs this program again for one scenario and waits until it ends, or kills it after a minute.
-ScenarioResult RunScenario(const char* name, const QStringList& arguments = {});
+/// Runs this program, or a copy of it, for one scenario and waits until it ends, or kills it after a minute.
+ScenarioResult RunScenario(const char* name, const QStringList& arguments = {},
+                           const QString& program = QCoreApplication::applicationFilePath());
 
 int Main(int argc, char** argv, const std::function<int(int, char**)>& runTests);
 

@@ -40,6 +40,14 @@ QStringList PathText::Tree(const QString& folder)
     return names;
 }
 
+bool PathText::Make(const QString& thing)
+{
+    const QStringList link = thing.split(QStringLiteral(" -> "));
+    if (link.size() == 2)
+        return QFile::link(link[1], link[0]);
+    return thing.endsWith(QLatin1Char('/')) ? QDir().mkpath(thing) : Write(thing, "text\n");
+}
+
 bool PathText::Write(const QString& path, const QByteArray& bytes, QFile::Permissions more)
 {
     QFile file(path);

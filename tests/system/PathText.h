@@ -20,6 +20,8 @@ QStringList Texts(std::initializer_list<const char*> list);
 /// The contents of a folder and its subfolders, sorted, as relative paths. Folders end with a separator.
 QStringList Tree(const QString& folder);
 
+/// Makes "x" a file with a line of text, "x/" a folder, "x -> y" a link.
+bool Make(const QString& thing);
 /// Writes a file, and makes its folder.
 bool Write(const QString& path, const QByteArray& bytes, QFile::Permissions more = {});
 /// The same for a script of the shell that everybody may run.

@@ -24,11 +24,6 @@ namespace {
 bool gRefuseFolders = false;
 QList<QByteArray> gRefused;
 
-bool Touch(const QString& path)
-{
-    return QFile(path).open(QIODevice::WriteOnly);
-}
-
 } // namespace
 
 // The only function with which Qt creates folders.
@@ -57,128 +52,71 @@ private Q_SLOTS:
 
     void cleanup() { iHook.reset(); }
 
-    void missingBaseFolderIsNotCreated()
-    {
-        const QString missing = iFolder + QStringLiteral("/missing");
-        SystemConfig::SetDesktopFolders(missing, QString(), QString(), missing);
-        QCOMPARE(SystemConfig::GetUsersUpdatePath(), missing + QStringLiteral("/Updates"));
-        QCOMPARE(SystemConfig::GetUsersDownloadsPath(), missing + QStringLiteral("/Downloads"));
-        SystemConfig::SetTestPath(iFolder + QStringLiteral("/test"));
-        QCOMPARE(SystemConfig::GetUsersUpdatePath(), iFolder + QStringLiteral("/test/Updates"));
-        QCOMPARE(Tree(iFolder), QStringList());
-    }
-
-    void foldersThatExistStay()
-    {
-        QVERIFY(QDir().mkpath(Text("u/Updates/inside")) && QDir().mkpath(Text("b/Downloads/inside")));
-        SystemConfig::SetDesktopFolders(Text("u/"), QString(), QString(), Text("b/"));
-        const QStringList before = Tree(iFolder);
-        gRefuseFolders = true;
-        gRefused.clear();
-        const QString updates = SystemConfig::GetUsersUpdatePath();
-        const QString downloads = SystemConfig::GetUsersDownloadsPath();
-        gRefuseFolders = false;
-        QCOMPARE(updates, Text("u/Updates"));
-        QCOMPARE(downloads, Text("b/Downloads"));
-        QCOMPARE(gRefused, QList<QByteArray>());
-        QCOMPARE(Tree(iFolder), before);
-    }
-
     void createFolder_data()
     {
-        QTest::addColumn<QStringList>("folders");
         QTest::addColumn<QString>("path");
+        QTest::addColumn<QStringList>("things"); // that are there
         QTest::addColumn<bool>("succeeds");
-        QTest::addColumn<QStringList>("tree");
-        const QStringList none;
-        QTest::newRow("empty") << none << Text("") << false << none;
-        QTest::newRow("one level") << none << Text("a") << true << Texts({"a/"});
-        QTest::newRow("two below one") << Texts({"a"}) << Text("a/b/c") << true << Texts({"a/", "a/b/", "a/b/c/"});
-        QTest::newRow("all there") << Texts({"a/b"}) << Text("a/b") << true << Texts({"a/", "a/b/"});
-        QTest::newRow("names that begin alike") << Texts({"ab"}) << Text("abc") << true << Texts({"ab/", "abc/"});
-        QTest::newRow("separator at the end") << none << Text("a/b/") << true << Texts({"a/", "a/b/"});
-        QTest::newRow("separators within")
-            << Texts({"a"}) << Text("a//b//c") << true << Texts({"a/", "a/b/", "a/b/c/"});
-        QTest::newRow("current folder") << none << Text(".") << true << none;
-        QTest::newRow("up and down") << Texts({"a"}) << Text("a/../b/c") << true << Texts({"a/", "b/", "b/c/"});
-        QTest::newRow("up from what is missing") << none << Text("x/../b") << true << Texts({"b/"});
-        QTest::newRow("blanks in names") << none << Text("a b/ c") << true << Texts({"a b/", "a b/ c/"});
-        QTest::newRow("backslash") << none << Text("a\\b") << true << Texts({"a\\b/"});
-        QTest::newRow("beyond ASCII") << Texts({"\xc3\xbc"}) << Text("\xc3\xbc/\xe6\x97\xa5/\xf0\x9f\x98\x80") << true
-                                      << Texts({"\xc3\xbc/", "\xc3\xbc/\xe6\x97\xa5/",
-                                                "\xc3\xbc/\xe6\x97\xa5/\xf0\x9f\x98\x80/"});
-        QTest::newRow("name too long") << none << QString(256, QLatin1Char('a')) << false << none;
+        QTest::addColumn<QStringList>("made");
+        const auto row = [](const char* path, std::initializer_list<const char*> things, bool succeeds,
+                            std::initializer_list<const char*> made = {}) {
+            QTest::newRow(path) << Text(path) << Texts(things) << succeeds << Texts(made);
+        };
+        row("", {}, false);
+        row("a", {}, true, {"a/"});
+        row("a/b/c", {"a/"}, true, {"a/b/", "a/b/c/"});
+        row("a/b", {"a/b/"}, true);
+        row("abc", {"ab/"}, true, {"abc/"});
+        row("a//b//c/", {"a/"}, true, {"a/b/", "a/b/c/"});
+        row(".", {}, true);
+        row("a/../b/c", {"a/"}, true, {"b/", "b/c/"});
+        row("x/../b", {}, true, {"b/"});
+        row("a b/ c\\d", {}, true, {"a b/", "a b/ c\\d/"});
+        row("\xc3\xbc/\xe6\x97\xa5", {"\xc3\xbc/"}, true, {"\xc3\xbc/\xe6\x97\xa5/"});
+        row("f", {"f"}, true); // at the end of the path a file counts as the folder
+        row("f/", {"f"}, true);
+        row("f/b/c", {"f"}, false);
+        row("alive", {"a/", "alive -> a"}, true);
+        row("alive/b", {"a/", "alive -> a"}, true, {"a/b/"});
+        row("dead", {"dead -> a"}, false);
+        row("dead/b", {"dead -> a"}, false);
+        QTest::newRow("name too long") << QString(256, QLatin1Char('a')) << QStringList() << false << QStringList();
     }
     void createFolder()
     {
-        QFETCH(QStringList, folders);
+        QFETCH(QStringList, things);
         QFETCH(QString, path);
         QFETCH(bool, succeeds);
-        QFETCH(QStringList, tree);
-        for (const QString& folder : qAsConst(folders))
-            QVERIFY(QDir().mkpath(folder));
-        QCOMPARE(SystemConfig::CreateFolder(path), succeeds);
-        QCOMPARE(Tree(iFolder), tree);
-        QCOMPARE(SystemConfig::CreateFolder(path), succeeds);
-        QCOMPARE(Tree(iFolder), tree);
+        QFETCH(QStringList, made);
+        for (const bool isAbsolute : {false, true}) {
+            if (isAbsolute && (path.isEmpty() || path.startsWith(QLatin1Char('.'))))
+                return;
+            iFolder = TestSupport::EnterFreshFolder();
+            for (const QString& thing : qAsConst(things))
+                QVERIFY(Make(thing));
+            QStringList tree = Tree(iFolder) + made;
+            tree.sort();
+            QVERIFY(!isAbsolute || QDir::setCurrent(TestSupport::Scratch()));
+            for (int times = 0; times < 2; ++times) {
+                QCOMPARE(SystemConfig::CreateFolder(isAbsolute ? iFolder + QLatin1Char('/') + path : path), succeeds);
+                QCOMPARE(Tree(iFolder), tree);
+            }
+        }
     }
 
-    void createFolderByAnAbsolutePath()
-    {
-        QVERIFY(QDir().mkpath(Text("here")) && QDir::setCurrent(Text("here")));
-        QVERIFY(SystemConfig::CreateFolder(iFolder + QStringLiteral("/there/a/b/")));
-        QVERIFY(SystemConfig::CreateFolder(iFolder + QStringLiteral("/there/../other")));
-        QCOMPARE(Tree(iFolder), Texts({"here/", "other/", "there/", "there/a/", "there/a/b/"}));
-    }
-
-    void createFolderMeetsAFile()
-    {
-        QVERIFY(Touch(Text("f")) && QDir().mkdir(Text("a")) && Touch(Text("a/f")));
-        // At the end of the path a file counts as the folder.
-        QVERIFY(SystemConfig::CreateFolder(Text("f")));
-        QVERIFY(SystemConfig::CreateFolder(Text("f/")));
-        QVERIFY(SystemConfig::CreateFolder(Text("a/f")));
-        QVERIFY(!SystemConfig::CreateFolder(Text("f/b")));
-        QVERIFY(!SystemConfig::CreateFolder(Text("a/f/b")));
-        QVERIFY(!SystemConfig::CreateFolder(Text("a/f/b/c")));
-        QCOMPARE(Tree(iFolder), Texts({"a/", "a/f", "f"}));
-    }
-
-    void createFolderMeetsALink()
-    {
-        QVERIFY(QDir().mkdir(Text("a")));
-        QVERIFY(QFile::link(Text("a"), Text("alive")) && QFile::link(Text("missing"), Text("dead")));
-        QVERIFY(SystemConfig::CreateFolder(Text("alive")));
-        QVERIFY(SystemConfig::CreateFolder(Text("alive/b")));
-        QVERIFY(!SystemConfig::CreateFolder(Text("dead")));
-        QVERIFY(!SystemConfig::CreateFolder(Text("dead/b")));
-        QCOMPARE(Tree(iFolder), Texts({"a/", "a/b/", "alive", "dead"}));
-    }
-
-    void createFolderAtTheRoot_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("succeeds");
-        QTest::addColumn<QList<QByteArray>>("asked");
-        const QList<QByteArray> none;
-        QTest::newRow("root") << Text("/") << true << none;
-        QTest::newRow("root twice") << Text("//") << true << none;
-        QTest::newRow("above the root") << Text("/..") << true << none;
-        QTest::newRow("below the root") << Text("/no-such-folder") << false << QList<QByteArray>{"/no-such-folder"};
-        QTest::newRow("further below") << Text("/no-such-folder/a/") << false << QList<QByteArray>{"/no-such-folder/a"};
-        QTest::newRow("one character") << Text("/~") << false << QList<QByteArray>{"/~"};
-    }
     void createFolderAtTheRoot()
     {
-        QFETCH(QString, path);
-        QFETCH(bool, succeeds);
-        QFETCH(QList<QByteArray>, asked);
-        gRefuseFolders = true;
-        gRefused.clear();
-        const bool succeeded = SystemConfig::CreateFolder(path);
-        gRefuseFolders = false;
-        QCOMPARE(succeeded, succeeds);
-        QCOMPARE(gRefused, asked);
+        const std::pair<const char*, QList<QByteArray>> cases[] = {
+            {"/", {}}, {"//", {}}, {"/..", {}}, {"/no-such-folder/a/", {"/no-such-folder/a"}}, {"/~", {"/~"}},
+        };
+        for (const auto& [path, asked] : cases) {
+            gRefuseFolders = true;
+            gRefused.clear();
+            const bool succeeds = SystemConfig::CreateFolder(Text(path));
+            gRefuseFolders = false;
+            QCOMPARE(succeeds, asked.isEmpty());
+            QCOMPARE(gRefused, asked);
+        }
     }
 
     void createFolderWithoutPermission()
@@ -210,7 +148,7 @@ private Q_SLOTS:
         SystemConfig::SetTestPath(iFolder + QStringLiteral("/t/w"));
         QVERIFY(SystemConfig::CreateUserProfile());
         QCOMPARE(Tree(iFolder), Texts({"t/", "t/w/", "u/", "u/v/"}));
-        QVERIFY(Touch(Text("f")));
+        QVERIFY(Make(Text("f")));
         SystemConfig::SetTestPath(Text("f/x"));
         QVERIFY(!SystemConfig::CreateUserProfile());
     }
@@ -219,18 +157,20 @@ private Q_SLOTS:
     void failedCreation()
     {
         QFETCH(int, mask);
-        QVERIFY(QDir().mkdir(Text("%1 locked")) && QDir().mkdir(Text("file")) && QDir().mkdir(Text("fine")));
-        QVERIFY(Touch(Text("file/Updates")) && Touch(Text("file/Downloads")));
+        for (const char* const thing : {"%1 locked/", "fine/", "there/Updates/", "there/Downloads/"})
+            QVERIFY(Make(Text(thing)));
+        QVERIFY(Write(Text("file/Updates"), "") && Write(Text("file/Downloads"), ""));
         QCOMPARE(::chmod("%1 locked", 0555), 0);
         OrdinaryUser::Own(iFolder);
+        OrdinaryUser::Own(iFolder + Text("/fine"));
         const OrdinaryUser user;
-        for (const char* const folder : {"missing", "file", "%1 locked", "fine"}) {
+        for (const char* const folder : {"missing", "file", "%1 locked", "fine", "there"}) {
             SystemConfig::SetDesktopFolders(Text(folder) + Text("/"), QString(), QString(), Text(folder));
             const auto create = [folder] {
                 QCOMPARE(SystemConfig::GetUsersUpdatePath(), Text(folder) + Text("/Updates"));
                 QCOMPARE(SystemConfig::GetUsersDownloadsPath(), Text(folder) + Text("/Downloads"));
             };
-            const bool fails = QByteArray(folder) != "fine" || !QFileInfo(Text(folder)).isWritable();
+            const bool fails = !QByteArrayList{"fine", "there"}.contains(folder);
             QList<QByteArray> lines{"|25|Trace|SystemConfig::GetPath|The test path is "};
             if (fails)
                 lines += "|30|Warning|SystemConfig::GetUsersUpdatePath|failed to create folder " + QByteArray(folder)

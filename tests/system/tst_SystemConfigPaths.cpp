@@ -5,7 +5,6 @@
 #include <NeroltOrvaneBase/SystemConfig.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtTest/QtTest>
 
 #include <cstdio>
@@ -14,17 +13,11 @@
 using Getter = QString (*)();
 Q_DECLARE_METATYPE(Getter)
 
-using TestSupport::Scenario;
 using namespace PathText;
 
 namespace {
 
-QByteArray PathLine(const QByteArray& testPath)
-{
-    return "|25|Trace|SystemConfig::GetPath|The test path is " + testPath;
-}
-
-const Scenario applicationPaths("applicationPaths", [](const QStringList& arguments) {
+const TestSupport::Scenario applicationPaths("applicationPaths", [](const QStringList& arguments) {
     InstalledHook hook;
     SystemConfig::SetTestPath(arguments[0]);
     for (const QString& path :
@@ -56,44 +49,43 @@ private Q_SLOTS:
     {
         QTest::addColumn<Getter>("getter");
         QTest::addColumn<QStringList>("paths"); // as set, under a test path, not set
-        QTest::addColumn<QStringList>("created");
-        const auto row = [](const char* name, Getter getter, const QStringList& paths,
-                            const QStringList& created = {QString(), QString(), QString()}) {
-            QTest::newRow(name) << getter << paths << created;
+        QTest::addColumn<int>("lines"); // in the log
+        QTest::addColumn<bool>("isCreated");
+        const auto row = [](const char* name, Getter getter, const char* set, const char* underTestPath,
+                            const char* notSet, int lines, bool isCreated = false) {
+            QTest::newRow(name) << getter << Texts({set, underTestPath, notSet}) << lines << isCreated;
         };
-        row("user data", SystemConfig::GetUserDataPath, Texts({"%/data", "%/test", ""}));
-        row("documents", SystemConfig::GetUserDocumentsPath, Texts({"%/documents", "%/test/Documents", ""}));
-        row("pictures", SystemConfig::GetPicturesPath, Texts({"", "%/test/Documents", ""}));
-        row("music", SystemConfig::GetMusicPath, Texts({"", "%/test/Documents", ""}));
-        row("cache", SystemConfig::GetUserCachePath, Texts({"%/cache", "%/test/cache", ""}));
-        row("download URLs", SystemConfig::GetDownloadUrlsXMLPath,
-            Texts({"%/cache/downloadUrls.xml", "%/test/cache/downloadUrls.xml", "./downloadUrls.xml"}));
-        row("preferences", SystemConfig::GetPrefsIniPath,
-            Texts({"%/data/prefs.ini", "%/test/prefs.ini", "./prefs.ini"}));
-        row("configuration", SystemConfig::GetConfigurationFileName,
-            Texts({"%/data/Configuration.xml", "%/test/Configuration.xml", "./Configuration.xml"}));
-        row("updates", SystemConfig::GetUsersUpdatePath, Texts({"%/data/Updates", "%/test/Updates", "./Updates"}),
-            Texts({"data/Updates/", "test/Updates/", "Updates/"}));
-        row("downloads", SystemConfig::GetUsersDownloadsPath,
-            Texts({"%/base/Downloads", "%/base/Downloads", "./Downloads"}),
-            Texts({"base/Downloads/", "base/Downloads/", "Downloads/"}));
-        row("application", SystemConfig::GetApplicationPath, Texts({"@", "@", "@"}));
-        row("resources", SystemConfig::GetResourcesPath, Texts({"@/Resources", "%/test/Resources", "@/Resources"}));
-        row("application settings", SystemConfig::GetApplicationIniPath,
-            Texts({"@/Resources/application.ini", "%/test/Resources/application.ini", "@/Resources/application.ini"}));
-        row("plug-ins", SystemConfig::GetPluginsPath, Texts({"@/PlugIns", "@/PlugIns", "@/PlugIns"}));
-        row(
-            "plug-in", [] { return SystemConfig::GetPluginPath(QStringLiteral("Foo")); },
-            Texts({"@/PlugIns/libFoo.dylib", "@/PlugIns/libFoo.dylib", "@/PlugIns/libFoo.dylib"}));
-        row(
-            "translation", [] { return SystemConfig::GetUserLocalePath(QStringLiteral("de"), true, true, true); },
-            Texts({"%/data/NeroltOrvane_de.qm", "%/test/NeroltOrvane_de.qm", "./NeroltOrvane_de.qm"}));
+        const auto plugin = [] { return SystemConfig::GetPluginPath(QStringLiteral("Foo")); };
+        const auto translation = [] { return SystemConfig::GetUserLocalePath(QStringLiteral("de"), true, true, true); };
+        row("UserDataPath", SystemConfig::GetUserDataPath, "%/data", "%/test", "", 1);
+        row("UserDocumentsPath", SystemConfig::GetUserDocumentsPath, "%/documents", "%/test/Documents", "", 1);
+        row("PicturesPath", SystemConfig::GetPicturesPath, "", "%/test/Documents", "", 1);
+        row("MusicPath", SystemConfig::GetMusicPath, "", "%/test/Documents", "", 1);
+        row("UserCachePath", SystemConfig::GetUserCachePath, "%/cache", "%/test/cache", "", 1);
+        row("DownloadUrlsXMLPath", SystemConfig::GetDownloadUrlsXMLPath, "%/cache/downloadUrls.xml",
+            "%/test/cache/downloadUrls.xml", "./downloadUrls.xml", 1);
+        row("PrefsIniPath", SystemConfig::GetPrefsIniPath, "%/data/prefs.ini", "%/test/prefs.ini", "./prefs.ini", 1);
+        row("ConfigurationFileName", SystemConfig::GetConfigurationFileName, "%/data/Configuration.xml",
+            "%/test/Configuration.xml", "./Configuration.xml", 1);
+        row("UsersUpdatePath", SystemConfig::GetUsersUpdatePath, "%/data/Updates", "%/test/Updates", "./Updates", 1,
+            true);
+        row("UsersDownloadsPath", SystemConfig::GetUsersDownloadsPath, "%/base/Downloads", "%/base/Downloads",
+            "./Downloads", 0, true);
+        row("ApplicationPath", SystemConfig::GetApplicationPath, "@", "@", "@", 0);
+        row("ResourcesPath", SystemConfig::GetResourcesPath, "@/Resources", "%/test/Resources", "@/Resources", 2);
+        row("ApplicationIniPath", SystemConfig::GetApplicationIniPath, "@/Resources/application.ini",
+            "%/test/Resources/application.ini", "@/Resources/application.ini", 2);
+        row("PluginsPath", SystemConfig::GetPluginsPath, "@/PlugIns", "@/PlugIns", "@/PlugIns", 0);
+        row("plugin", plugin, "@/PlugIns/libFoo.dylib", "@/PlugIns/libFoo.dylib", "@/PlugIns/libFoo.dylib", 0);
+        row("translation", translation, "%/data/NeroltOrvane_de.qm", "%/test/NeroltOrvane_de.qm",
+            "./NeroltOrvane_de.qm", 1);
     }
     void folderTable()
     {
         QFETCH(Getter, getter);
         QFETCH(QStringList, paths);
-        QFETCH(QStringList, created);
+        QFETCH(int, lines);
+        QFETCH(bool, isCreated);
         for (int i = 0; i < 3; ++i) {
             init();
             for (const char* const name : {"data", "base", "test"})
@@ -106,91 +98,67 @@ private Q_SLOTS:
             QString path = paths.at(i);
             path.replace(QLatin1Char('%'), iFolder).replace(QLatin1Char('@'), QCoreApplication::applicationDirPath());
             QStringList tree = Texts({"base/", "data/", "test/"});
-            if (!created.at(i).isEmpty())
-                tree += created.at(i);
+            if (isCreated)
+                tree += QDir(iFolder).relativeFilePath(path) + QLatin1Char('/');
             tree.sort();
             for (int times = 0; times < 2; ++times) {
-                QCOMPARE(getter(), path);
+                const auto call = [&] { QCOMPARE(getter(), path); };
+                QCOMPARE(LogScenario::LoggedBy(call).size(), lines);
                 QCOMPARE(Tree(iFolder), tree);
             }
         }
     }
 
-    void foldersAreJoinedAsTheyAre_data()
+    void othersSayNothing()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("separator at the end") << Text("/u/");
-        QTest::newRow("separators within") << Text("/u//v");
-        QTest::newRow("parent") << Text("/u/../v");
-        QTest::newRow("blanks") << Text(" u ");
-        QTest::newRow("beyond ASCII") << Text("/\xc3\xbc/\xf0\x9f\x98\x80");
-        QTest::newRow("template marks") << Text("/%1");
+        const auto others = [] {
+            SystemConfig::SetDesktopFolders(QString(), QString(), QString(), QString());
+            SystemConfig::SetTestPath(QString());
+            SystemConfig::GetTestPath();
+            SystemConfig::ApplicationShortName();
+            SystemConfig::GetUserLocalePath(QStringLiteral("x"), false, true, true);
+            SystemConfig::CreateFolder(QStringLiteral("a"));
+        };
+        QCOMPARE(LogScenario::LoggedBy(others), QList<QByteArray>());
     }
+
     void foldersAreJoinedAsTheyAre()
     {
-        QFETCH(QString, folder);
-        SystemConfig::SetDesktopFolders(folder, folder, folder, folder);
-        QCOMPARE(SystemConfig::GetUserDataPath(), folder);
-        QCOMPARE(SystemConfig::GetUserDocumentsPath(), folder);
-        QCOMPARE(SystemConfig::GetUserCachePath(), folder);
-        QCOMPARE(SystemConfig::GetPrefsIniPath(),
-                 folder + (folder.endsWith(QLatin1Char('/')) ? Text("prefs.ini") : Text("/prefs.ini")));
+        for (const char* const name : {"/u/", " /u//v/../\xc3\xbc %1 /"}) {
+            const QString folder = Text(name);
+            SystemConfig::SetDesktopFolders(folder, folder, folder, folder);
+            QCOMPARE(SystemConfig::GetUserDataPath(), folder);
+            QCOMPARE(SystemConfig::GetUserDocumentsPath(), folder);
+            QCOMPARE(SystemConfig::GetUserCachePath(), folder);
+            QCOMPARE(SystemConfig::GetPrefsIniPath(), folder + Text("prefs.ini"));
+        }
     }
 
-    void path_data()
-    {
-        QTest::addColumn<QString>("testPath");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QByteArray>("subfolder");
-        QTest::addColumn<QString>("path");
-        const QByteArray none;
-        QTest::newRow("neither") << Text("") << Text("/f") << none << Text("/f");
-        QTest::newRow("only a subfolder") << Text("") << Text("/f") << QByteArray("s") << Text("/f");
-        QTest::newRow("folder unchanged") << Text("") << Text("f\\//.. /") << none << Text("f\\//.. /");
-        QTest::newRow("no folder") << Text("") << Text("") << QByteArray("s") << Text("");
-        QTest::newRow("test path") << Text("/t") << Text("/f") << none << Text("/t");
-        QTest::newRow("test path, subfolder") << Text("/t") << Text("/f") << QByteArray("s") << Text("/t/s");
-        QTest::newRow("no folder under a test path") << Text("/t") << Text("") << QByteArray("s") << Text("/t/s");
-        QTest::newRow("absolute subfolder") << Text("/t") << Text("/f") << QByteArray("/s") << Text("/s");
-        QTest::newRow("separator left") << Text("/t//") << Text("/f") << QByteArray("s") << Text("/t/s");
-        QTest::newRow("subfolder beyond ASCII")
-            << Text("/t") << Text("/f") << QByteArray("\xc3\xbc") << Text("/t/\xc3\xbc");
-    }
     void path()
     {
-        QFETCH(QString, testPath);
-        QFETCH(QString, folder);
-        QFETCH(QByteArray, subfolder);
-        QFETCH(QString, path);
-        SystemConfig::SetTestPath(testPath);
-        QCOMPARE(SystemConfig::GetPath(folder, subfolder.isNull() ? nullptr : subfolder.constData()), path);
+        QCOMPARE(SystemConfig::GetPath(Text("f\\//.. /"), nullptr), Text("f\\//.. /"));
+        QCOMPARE(SystemConfig::GetPath(Text("f\\//.. /"), "s"), Text("f\\//.. /"));
+        SystemConfig::SetTestPath(Text("/t//"));
+        QCOMPARE(SystemConfig::GetPath(Text("/f"), nullptr), Text("/t/"));
+        QCOMPARE(SystemConfig::GetPath(Text("/f"), "\xc3\xbc"), Text("/t/\xc3\xbc"));
+        QCOMPARE(SystemConfig::GetPath(QString(), "s"), Text("/t/s"));
+        QCOMPARE(SystemConfig::GetPath(Text("/f"), "/s"), Text("/s"));
     }
 
-    void testPath_data()
-    {
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<QString>("kept");
-        QTest::newRow("plain") << Text("/tmp/t") << Text("/tmp/t");
-        QTest::newRow("separator at the end") << Text("/tmp/t/") << Text("/tmp/t");
-        QTest::newRow("two") << Text("/t//") << Text("/t/");
-        QTest::newRow("root") << Text("/") << Text("");
-        QTest::newRow("blanks around a separator at the end") << Text(" /t/ ") << Text("/t");
-        QTest::newRow("blank before the separator") << Text("/t /") << Text("/t ");
-        QTest::newRow("all kinds of blanks") << Text("\t\n\v\f\r /t\xc2\xa0\xe3\x80\x80") << Text("/t");
-        QTest::newRow("empty") << Text("") << Text("");
-        QTest::newRow("relative") << Text("t/") << Text("t");
-        QTest::newRow("not normalised") << Text("/t/../u//v") << Text("/t/../u//v");
-        QTest::newRow("backslash at the end") << Text("/t\\") << Text("/t\\");
-    }
     void testPath()
     {
-        QFETCH(QString, given);
-        QFETCH(QString, kept);
+        const std::pair<const char*, const char*> cases[] = {
+            {"/tmp/t/", "/tmp/t"}, {"/t//", "/t/"}, {"/", ""},   {"\t\n\v\f\r /t/\xc2\xa0\xe3\x80\x80", "/t"},
+            {"/t /", "/t "},       {" ", ""},       {"t/", "t"}, {"/t/../u//v", "/t/../u//v"},
+            {"/t\\", "/t\\"},
+        };
         SystemConfig::SetDesktopFolders(Text("/u"), QString(), QString(), QString());
-        SystemConfig::SetTestPath(Text("/before"));
-        SystemConfig::SetTestPath(given);
-        QCOMPARE(SystemConfig::GetTestPath(), kept);
-        QCOMPARE(SystemConfig::GetUserDataPath(), kept.isEmpty() ? Text("/u") : kept);
+        for (const auto& [given, kept] : cases) {
+            SystemConfig::SetTestPath(Text("/before"));
+            SystemConfig::SetTestPath(Text(given));
+            QCOMPARE(SystemConfig::GetTestPath(), Text(kept));
+            QCOMPARE(SystemConfig::GetUserDataPath(), Text(*kept ? kept : "/u"));
+        }
     }
 
     void testPathIsAReference()
@@ -202,49 +170,25 @@ private Q_SLOTS:
         QCOMPARE(testPath, Text("/u"));
     }
 
-    void pluginPath_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("file");
-        QTest::newRow("plain") << Text("Foo") << Text("libFoo.dylib");
-        QTest::newRow("empty") << Text("") << Text("lib.dylib");
-        QTest::newRow("template marks") << Text("%1%2") << Text("lib%1%2.dylib");
-        QTest::newRow("with both already") << Text("libFoo.dylib") << Text("liblibFoo.dylib.dylib");
-    }
     void pluginPath()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, file);
-        QCOMPARE(SystemConfig::GetPluginPath(name), SystemConfig::GetPluginsPath() + QLatin1Char('/') + file);
+        for (const char* const name : {"", "%1%2", "libFoo.dylib"})
+            QCOMPARE(SystemConfig::GetPluginPath(Text(name)),
+                     SystemConfig::GetPluginsPath() + Text("/lib") + Text(name) + Text(".dylib"));
     }
 
-    void localePath_data()
-    {
-        QTest::addColumn<bool>("inUserDataFolder");
-        QTest::addColumn<bool>("withExtension");
-        QTest::addColumn<bool>("ownPrefix");
-        QTest::addColumn<QString>("path");
-        QTest::newRow("---") << false << false << false << Text("UIContentHost_fr");
-        QTest::newRow("--o") << false << false << true << Text("NeroltOrvane_fr");
-        QTest::newRow("-e-") << false << true << false << Text("UIContentHost_fr.qm");
-        QTest::newRow("-eo") << false << true << true << Text("NeroltOrvane_fr.qm");
-        QTest::newRow("u--") << true << false << false << Text("/u/UIContentHost_fr");
-        QTest::newRow("u-o") << true << false << true << Text("/u/NeroltOrvane_fr");
-        QTest::newRow("ue-") << true << true << false << Text("/u/UIContentHost_fr.qm");
-        QTest::newRow("ueo") << true << true << true << Text("/u/NeroltOrvane_fr.qm");
-    }
     void localePath()
     {
-        QFETCH(bool, inUserDataFolder);
-        QFETCH(bool, withExtension);
-        QFETCH(bool, ownPrefix);
-        QFETCH(QString, path);
-        const QString locale = Text("fr");
+        const QString fr = Text("fr");
         SystemConfig::SetDesktopFolders(Text("/u"), Text("/d"), Text("/c"), Text("/b"));
-        QCOMPARE(SystemConfig::GetUserLocalePath(locale, inUserDataFolder, withExtension, ownPrefix), path);
-        SystemConfig::SetTestPath(Text("/t"));
-        QCOMPARE(SystemConfig::GetUserLocalePath(locale, inUserDataFolder, withExtension, ownPrefix),
-                 path.replace(Text("/u/"), Text("/t/")));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, false, false, false), Text("UIContentHost_fr"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, false, false, true), Text("NeroltOrvane_fr"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, false, true, false), Text("UIContentHost_fr.qm"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, false, true, true), Text("NeroltOrvane_fr.qm"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, false, false), Text("/u/UIContentHost_fr"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, false, true), Text("/u/NeroltOrvane_fr"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, true, false), Text("/u/UIContentHost_fr.qm"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, true, true), Text("/u/NeroltOrvane_fr.qm"));
     }
 
     void pathIsTraced_data() { LogScenario::AddMasks({LoggerDefs::Trace, LoggerDefs::Debug}); }
@@ -254,7 +198,7 @@ private Q_SLOTS:
         SystemConfig::SetTestPath(Text("/%1/%2/"));
         const QByteArray debug = "|20|Debug|SystemConfig::GetResourcesPath|resource path is "
             + QCoreApplication::applicationDirPath().toUtf8() + "/Resources";
-        const QByteArray trace = PathLine("/%1/%2");
+        const QByteArray trace = "|25|Trace|SystemConfig::GetPath|The test path is /%1/%2";
         const auto calls = [] {
             SystemConfig::GetPath(QStringLiteral("/folder"), nullptr);
             SystemConfig::GetPath(QStringLiteral("/folder"), "sub");
@@ -263,80 +207,37 @@ private Q_SLOTS:
         QCOMPARE(LogScenario::LoggedBy(calls, mask), LogScenario::Passing({trace, trace, debug, trace}, mask));
     }
 
-    void whoLogs()
-    {
-        const QByteArray resources = "|20|Debug|SystemConfig::GetResourcesPath|resource path is "
-            + QCoreApplication::applicationDirPath().toUtf8() + "/Resources";
-        const Getter traced[] = {SystemConfig::GetUserDataPath,         SystemConfig::GetUserDocumentsPath,
-                                 SystemConfig::GetPicturesPath,         SystemConfig::GetMusicPath,
-                                 SystemConfig::GetUserCachePath,        SystemConfig::GetUsersUpdatePath,
-                                 SystemConfig::GetPrefsIniPath,         SystemConfig::GetDownloadUrlsXMLPath,
-                                 SystemConfig::GetConfigurationFileName};
-        for (const Getter getter : traced)
-            QCOMPARE(LogScenario::LoggedBy(getter), QList<QByteArray>{PathLine("")});
-        QCOMPARE(LogScenario::LoggedBy(SystemConfig::GetApplicationIniPath),
-                 (QList<QByteArray>{resources, PathLine("")}));
-        QCOMPARE(LogScenario::LoggedBy(SystemConfig::CreateUserProfile), QList<QByteArray>{PathLine("")});
-        const auto others = [] {
-            SystemConfig::GetUsersDownloadsPath();
-            SystemConfig::GetApplicationPath();
-            SystemConfig::GetPluginPath(QStringLiteral("x"));
-            SystemConfig::SetDesktopFolders(QString(), QString(), QString(), QString());
-            SystemConfig::SetTestPath(QString());
-            SystemConfig::GetTestPath();
-            SystemConfig::ApplicationShortName();
-            SystemConfig::GetUserLocalePath(QStringLiteral("x"), false, true, true);
-            SystemConfig::CreateFolder(QStringLiteral("a"));
-        };
-        QCOMPARE(LogScenario::LoggedBy(others), QList<QByteArray>());
-    }
-
     void bundle_data()
     {
-        QTest::addColumn<QString>("programs");
         QTest::addColumn<QString>("application");
-        QTest::addColumn<QString>("resources");
-        const auto row = [](const char* name, const char* programs, const char* application, const char* below) {
-            QTest::newRow(name) << Text(programs) << Text(application) << Text(below);
-        };
-        row("bundle", "A.app/Contents/MacOS", "A.app/Contents/", "A.app/Contents");
-        row("none", "usr/bin", "usr/bin", "usr/bin");
-        row("at the beginning of a name", "MacOSX/bin", "MacOS", "MacOS");
-        row("in a folder above", "MacOS/programs", "MacOS/pro", "MacOS/pro");
-        row("folder below the bundle's", "A.app/Contents/MacOS/x", "A.app/Contents/Ma", "A.app/Contents/Ma");
+        QTest::addColumn<QString>("below");
+        QTest::newRow("A.app/Contents/MacOS") << Text("A.app/Contents/") << Text("A.app/Contents");
+        QTest::newRow("usr/bin") << Text("usr/bin") << Text("usr/bin");
+        QTest::newRow("MacOSX/bin") << Text("MacOS") << Text("MacOS");
+        QTest::newRow("A.app/Contents/MacOS/x") << Text("A.app/Contents/Ma") << Text("A.app/Contents/Ma");
     }
     void bundle()
     {
-        QFETCH(QString, programs);
         QFETCH(QString, application);
-        QFETCH(QString, resources);
+        QFETCH(QString, below);
         const QDir folder(QFileInfo(iFolder).canonicalFilePath());
-        QVERIFY(folder.mkpath(programs));
-        const QString program = folder.filePath(programs) + QStringLiteral("/program");
+        const QString program = folder.filePath(Text(QTest::currentDataTag())) + QStringLiteral("/program");
+        QVERIFY(folder.mkpath(QFileInfo(program).path()));
         QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
-
-        const QByteArray below = folder.filePath(resources).toUtf8();
-        const QByteArray first = folder.filePath(application).toUtf8() + '\n';
-        const QByteArray last = below + "/PlugIns\n" + below + "/PlugIns/libFoo.dylib\n";
-        QCOMPARE(OutputOf(program, QString()),
-                 first + below + "/Resources\n" + below + "/Resources/application.ini\n" + last);
-        QCOMPARE(OutputOf(program, Text("/t")), first + "/t/Resources\n/t/Resources/application.ini\n" + last);
+        const QString base = folder.filePath(below);
+        for (const QString& testPath : {QString(), Text("/t")}) {
+            const auto result = TestSupport::RunScenario("applicationPaths", {testPath}, program);
+            QVERIFY2(result.IsOk(), result.Describe().constData());
+            const QString resources = (testPath.isEmpty() ? base : testPath) + Text("/Resources");
+            const QStringList expected{folder.filePath(application),         resources,
+                                       resources + Text("/application.ini"), base + Text("/PlugIns"),
+                                       base + Text("/PlugIns/libFoo.dylib"), QString()};
+            QCOMPARE(QString::fromUtf8(result.iStdout).split(QLatin1Char('\n')), expected);
+        }
         QVERIFY(QFile::remove(program));
     }
 
 private:
-    static QByteArray OutputOf(const QString& program, const QString& testPath)
-    {
-        QProcess process;
-        TestSupport::StartScenario(process, "applicationPaths", {testPath}, program);
-        const bool isDone = process.waitForFinished(60000);
-        if (!isDone)
-            process.kill();
-        return isDone && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
-            ? process.readAllStandardOutput()
-            : "failed: " + process.readAllStandardError();
-    }
-
     std::unique_ptr<InstalledHook> iHook;
     QString iFolder;
 };

@@ -30,15 +30,6 @@ const Scenario withoutHook("withoutHook", [](const QStringList&) {
     return SystemConfig::GetLastCrashLog().isEmpty() && SystemConfig::GetDxDialogData().isEmpty() ? 0 : 1;
 });
 
-// "x" is a file, "x/" a folder, "x -> y" a link.
-bool Make(const QString& thing)
-{
-    const QStringList link = thing.split(QStringLiteral(" -> "));
-    if (link.size() == 2)
-        return QFile::link(link[1], link[0]);
-    return thing.endsWith(QLatin1Char('/')) ? QDir().mkdir(thing) : Write(thing, "text\n");
-}
-
 } // namespace
 
 // The only function with which Qt removes files.

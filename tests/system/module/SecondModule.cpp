@@ -8,7 +8,7 @@ NEROLT_PRIVATE_STATIC(SystemConfig, sInstance, SystemConfig*)
 
 extern "C" Q_DECL_EXPORT const SecondModule* secondModule()
 {
-    static const SecondModule module{&SystemConfig::GetInstance, &SystemConfig_sInstance(), &SystemConfig::GetTestPath,
-                                     &SystemConfig::SetTestPath, &SystemConfig::GetUserCachePath};
+    static const SecondModule module{&SystemConfig::GetInstance, &SystemConfig_sInstance(), &SystemConfig::SetTestPath,
+                                     &SystemConfig::GetUserCachePath};
     return &module;
 }

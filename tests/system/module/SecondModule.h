@@ -8,7 +8,6 @@ struct SecondModule
 {
     SystemConfig* (*iGetInstance)();
     SystemConfig** iPointer; ///< its static pointer
-    const QString& (*iGetTestPath)();
     void (*iSetTestPath)(const QString& path);
     QString (*iGetUserCachePath)();
 };
