@@ -26,8 +26,8 @@ const Scenario ordinaryReport("ordinaryReport", [](const QStringList& arguments)
     QCoreApplication::applicationDirPath(); // while it can be found
     if (OrdinaryUser::IsTestRoot() && (::setgid(65534) != 0 || ::setuid(65534) != 0))
         return 1;
-    return Logged(LogScenario::kAllLevels & ~LoggerDefs::Trace, [&] {
-        SystemConfig::SetTestPath(arguments[0]);
+    return Logged(arguments[0].toInt(), [&] {
+        SystemConfig::SetTestPath(arguments[1]);
         SystemConfig::ReportSystemDetails();
     });
 });
@@ -38,7 +38,7 @@ bool gIsFull = false;
 const Scenario fullReport("fullReport", [](const QStringList& arguments) {
     gIsFull = true;
     const InstalledHook hook;
-    SystemConfig::SetTestPath(arguments[0]);
+    SystemConfig::SetTestPath(arguments[1]);
     SystemConfig::ReportSystemDetails();
     return 0;
 });
@@ -53,6 +53,7 @@ QByteArray DiagnosticText(const QByteArray& program, const QByteArray& logs)
     return "\"" + program + "\" > \"" + logs + "/qtdiag.log\"";
 }
 
+// Tested by tst_GraphicsScript.
 QByteArray GraphicsText(const QByteArray& logs)
 {
     return ReportText::LinuxGraphicsScript(QString::fromUtf8(logs) + Text("/graphics.log")).toUtf8();
@@ -132,7 +133,8 @@ private Q_SLOTS:
     void init()
     {
         iFolder = TestSupport::EnterFreshFolder();
-        iLogs = iFolder + Text("/t/Logs");
+        iUser = iFolder + Text("/it's %1 %2 $HOME `t`");
+        iLogs = iUser + Text("/Logs");
     }
 
     void emptyLogsFolder_data() { LogScenario::AddMasks({LoggerDefs::Trace, LoggerDefs::Debug}); }
@@ -140,14 +142,14 @@ private Q_SLOTS:
     {
         QFETCH(int, mask);
         QVERIFY(QDir().mkpath(iLogs));
-        const auto result = Recorded("report", {QString::number(mask), iFolder + Text("/t")});
+        const auto result = Recorded("report", mask);
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(Tree(iLogs), Texts({"graphics.sh", "qtdiag.sh"}));
         QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
         QCOMPARE(LogText::Read(iLogs + Text("/graphics.sh")), GraphicsText(iLogs.toUtf8()));
         QCOMPARE(Starts(), Both(iLogs));
         const QList<QByteArray> traces{"|25|Trace|ReportSystemDetails|Enter.",
-                                       "|25|Trace|SystemConfig::GetPath|The test path is " + iFolder.toUtf8() + "/t"};
+                                       "|25|Trace|SystemConfig::GetPath|The test path is " + iUser.toUtf8()};
         QCOMPARE(BodiesOf(result), LogScenario::Passing(traces + AllLines(iLogs.toUtf8()), mask));
         for (const QString& script : Both(iLogs))
             QVERIFY(!QFileInfo(script).isExecutable());
@@ -155,37 +157,39 @@ private Q_SLOTS:
 
     void existingLogs_data()
     {
-        QTest::addColumn<QStringList>("existing");
-        QTest::addColumn<QStringList>("scripts");
-        QTest::newRow("diagnostic") << Texts({"qtdiag.log"}) << Texts({"graphics.sh"});
-        QTest::newRow("graphics") << Texts({"graphics.log"}) << Texts({"qtdiag.sh"});
-        QTest::newRow("both") << Texts({"graphics.log", "qtdiag.log"}) << QStringList();
+        QTest::addColumn<bool>("hasDiagnostic");
+        QTest::addColumn<bool>("hasGraphics");
+        QTest::newRow("diagnostic") << true << false;
+        QTest::newRow("graphics") << false << true;
+        QTest::newRow("both") << true << true;
     }
     void existingLogs()
     {
-        QFETCH(QStringList, existing);
-        QFETCH(QStringList, scripts);
+        QFETCH(bool, hasDiagnostic);
+        QFETCH(bool, hasGraphics);
+        const QByteArray logs = iLogs.toUtf8();
+        const QString diagnostic = hasDiagnostic ? Text("qtdiag.log") : Text("qtdiag.sh");
+        const QString graphics = hasGraphics ? Text("graphics.log") : Text("graphics.sh");
         QVERIFY(QDir().mkpath(iLogs));
-        for (const QString& name : qAsConst(existing))
-            QVERIFY(Write(iLogs + Text("/") + name, "old"));
-        const auto result
-            = Recorded("report", {QString::number(LogScenario::kAllLevels & ~LoggerDefs::Trace), iFolder + Text("/t")});
+        QVERIFY(!hasDiagnostic || Write(iLogs + Text("/qtdiag.log"), "old"));
+        QVERIFY(!hasGraphics || Write(iLogs + Text("/graphics.log"), "old"));
+        const auto result = Recorded("report");
         QVERIFY2(result.IsOk(), result.Describe().constData());
-        QStringList tree = existing + scripts;
-        tree.sort();
-        QCOMPARE(Tree(iLogs), tree);
-        QStringList started;
-        for (const QString& script : qAsConst(scripts))
-            started += iLogs + Text("/") + script;
-        QCOMPARE(Starts(), started);
-        QList<QByteArray> lines = BeginLines(iLogs.toUtf8());
-        if (scripts.contains(Text("qtdiag.sh")))
-            lines += DiagnosticLines(iLogs.toUtf8());
-        if (scripts.contains(Text("graphics.sh")))
-            lines += GraphicsLines(iLogs.toUtf8());
+        QCOMPARE(Tree(iLogs), (QStringList{graphics, diagnostic}));
+        QStringList starts = Both(iLogs);
+        QList<QByteArray> lines = BeginLines(logs);
+        if (hasGraphics)
+            starts.removeFirst();
+        if (hasDiagnostic)
+            starts.removeLast();
+        else
+            lines += DiagnosticLines(logs);
+        if (!hasGraphics)
+            lines += GraphicsLines(logs);
+        QCOMPARE(Starts(), starts);
         QCOMPARE(BodiesOf(result), lines);
-        for (const QString& name : qAsConst(existing))
-            QCOMPARE(LogText::Read(iLogs + Text("/") + name), QByteArray("old"));
+        QVERIFY(!hasDiagnostic || LogText::Read(iLogs + Text("/qtdiag.log")) == "old");
+        QVERIFY(!hasGraphics || LogText::Read(iLogs + Text("/graphics.log")) == "old");
     }
 
     // What they were links to stays.
@@ -196,7 +200,7 @@ private Q_SLOTS:
         QVERIFY(Write(Text("kept"), old, QFile::ExeOwner | QFile::ExeUser));
         QCOMPARE(::symlink("../../kept", (iLogs + Text("/qtdiag.sh")).toUtf8().constData()), 0);
         QCOMPARE(::link("kept", (iLogs + Text("/graphics.sh")).toUtf8().constData()), 0);
-        const auto result = Recorded("report", {Text("0"), iFolder + Text("/t")});
+        const auto result = Recorded("report");
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
         QCOMPARE(LogText::Read(iLogs + Text("/graphics.sh")), GraphicsText(iLogs.toUtf8()));
@@ -205,106 +209,70 @@ private Q_SLOTS:
             QVERIFY(!QFileInfo(script).isSymLink() && !QFileInfo(script).isExecutable());
     }
 
-    void folderInTheWayOfAScript()
-    {
-        QVERIFY(QDir().mkpath(iLogs + Text("/qtdiag.sh/x")));
-        const auto result
-            = Recorded("report", {QString::number(LogScenario::kAllLevels & ~LoggerDefs::Trace), iFolder + Text("/t")});
-        QVERIFY2(result.IsOk(), result.Describe().constData());
-        QCOMPARE(Tree(iLogs), Texts({"graphics.sh", "qtdiag.sh/", "qtdiag.sh/x/"}));
-        QCOMPARE(Starts(), QStringList{iLogs + Text("/graphics.sh")});
-        QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
-    }
-
-    void noLogsFolder()
-    {
-        for (const char* const way : {"mkdir t", "echo x > t/Logs", "ln -sf nowhere t/Logs"}) {
-            QCOMPARE(QProcess::execute(Text("sh"), {Text("-c"), Text(way)}), 0);
-            const auto result = Recorded("report", {Text("32"), iFolder + Text("/t")});
-            QVERIFY2(result.IsOk(), result.Describe().constData());
-            QCOMPARE(Starts(), QStringList());
-            QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
-            QVERIFY(!QFileInfo(iLogs).isDir());
-            for (const char* const folder : {"starts", "record"})
-                QVERIFY(QDir(Text(folder)).removeRecursively());
-            QVERIFY(QFile::remove(Text("app.log")));
-        }
-    }
-
-    void logsFolderThatCannotBeWritten()
-    {
-        QVERIFY(QDir().mkpath(iLogs));
-        OrdinaryUser::Own(iLogs);
-        OrdinaryUser::Own(iFolder);
-        QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0555), 0);
-        DetachedScenario scenario;
-        const auto result = scenario.Run("ordinaryReport", {iFolder + Text("/t")});
-        const bool hasEnded = scenario.WaitForRest();
-        QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0755), 0);
-        QVERIFY2(result.IsOk() && hasEnded, result.Describe().constData());
-        QCOMPARE(Tree(iLogs), QStringList());
-        QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
-    }
-
     // One that only its folder lets replace, and one that its folder does not let remove.
+    void scriptIsReplacedOrOverwritten_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("modeOfFolder");
+        QTest::newRow("replaced") << 0444 << 0755;
+        QTest::newRow("overwritten") << 0644 << 0555;
+    }
     void scriptIsReplacedOrOverwritten()
     {
-        for (const int mode : {0444, 0644}) {
-            const QString script = iLogs + Text("/qtdiag.sh");
-            QFile::remove(script);
-            QVERIFY(Write(script, QByteArray(10000, 'x')));
-            QCOMPARE(::chmod(script.toUtf8().constData(), mode_t(mode)), 0);
-            OrdinaryUser::Own(script);
-            OrdinaryUser::Own(iLogs);
-            OrdinaryUser::Own(iFolder);
-            QCOMPARE(::chmod(iLogs.toUtf8().constData(), mode == 0444 ? 0755 : 0555), 0);
-            DetachedScenario scenario;
-            const auto result = scenario.Run("ordinaryReport", {iFolder + Text("/t")});
-            const bool hasEnded = scenario.WaitForRest();
-            QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0755), 0);
-            QVERIFY2(result.IsOk() && hasEnded, result.Describe().constData());
-            QCOMPARE(LogText::Read(script), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
-            for (const char* const log : {"/qtdiag.log", "/graphics.log"})
-                QFile::remove(iLogs + Text(log));
-        }
+        QFETCH(int, mode);
+        QFETCH(int, modeOfFolder);
+        const QString script = iLogs + Text("/qtdiag.sh");
+        QVERIFY(Write(script, QByteArray(10000, 'x')));
+        QCOMPARE(::chmod(script.toUtf8().constData(), mode_t(mode)), 0);
+        for (const QString& path : {script, iLogs, iFolder})
+            OrdinaryUser::Own(path);
+        QCOMPARE(::chmod(iLogs.toUtf8().constData(), mode_t(modeOfFolder)), 0);
+        const auto result = Recorded("ordinaryReport");
+        QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0755), 0);
+        QVERIFY2(result.IsOk(), result.Describe().constData());
+        QCOMPARE(LogText::Read(script), DiagnosticText(ProgramPath(), iLogs.toUtf8()));
+        QVERIFY(Starts().contains(script));
     }
 
-    // Files in the script's place that the user cannot remove, in a folder that may be shared.
+    // What is in a script's place and cannot be removed, in a folder that may be shared. Failures are silent.
     void scriptsThatAreNotTheUsersAreNotStarted_data()
     {
         QTest::addColumn<QByteArray>("way");
         QTest::addColumn<int>("mode"); // of the folder
-        QTest::newRow("link to the user's file") << QByteArray("ln -s ../../mine t/Logs/qtdiag.sh") << 0555;
-        QTest::newRow("link to nowhere") << QByteArray("ln -s ../../none t/Logs/qtdiag.sh") << 0555;
-        QTest::newRow("pipe") << QByteArray("mkfifo -m 666 t/Logs/qtdiag.sh") << 0555;
+        QTest::addColumn<bool>("startsGraphics");
+        QTest::newRow("no folder") << QByteArray("rmdir Logs") << 0755 << false;
+        QTest::newRow("file in place of the folder") << QByteArray("rmdir Logs; echo x > Logs") << 0644 << false;
+        QTest::newRow("dead link in place of the folder") << QByteArray("rmdir Logs; ln -s none Logs") << 0755 << false;
+        QTest::newRow("folder that cannot be written") << QByteArray(":") << 0555 << false;
+        QTest::newRow("folder in the way") << QByteArray("mkdir -p Logs/qtdiag.sh/x") << 01777 << true;
+        QTest::newRow("link to the user's file") << QByteArray("ln -s ../../mine Logs/qtdiag.sh") << 0555 << false;
+        QTest::newRow("link to nowhere") << QByteArray("ln -s ../../none Logs/qtdiag.sh") << 0555 << false;
+        QTest::newRow("pipe") << QByteArray("mkfifo -m 666 Logs/qtdiag.sh") << 0555 << false;
         if (!OrdinaryUser::IsTestRoot())
             return;
-        const QByteArray stranger = "cp mine t/Logs/qtdiag.sh; chown 65533 t/Logs/qtdiag.sh; chmod ";
-        QTest::newRow("a stranger's") << stranger + "644 t/Logs/qtdiag.sh" << 01777;
-        QTest::newRow("a stranger's, open to all") << stranger + "666 t/Logs/qtdiag.sh" << 01777;
+        const QByteArray stranger = "cp ../mine Logs/qtdiag.sh; chown 65533 Logs/qtdiag.sh; chmod ";
+        QTest::newRow("a stranger's") << stranger + "644 Logs/qtdiag.sh" << 01777 << true;
+        QTest::newRow("a stranger's, open to all") << stranger + "666 Logs/qtdiag.sh" << 01777 << true;
     }
     void scriptsThatAreNotTheUsersAreNotStarted()
     {
         QFETCH(QByteArray, way);
         QFETCH(int, mode);
+        QFETCH(bool, startsGraphics);
         const QByteArray old("old");
-        QVERIFY(QDir().mkpath(iLogs) && Write(Text("mine"), old));
+        QVERIFY(QDir().mkpath(iLogs) && Write(Text("mine"), old) && QDir::setCurrent(iUser));
         QCOMPARE(QProcess::execute(Text("sh"), {Text("-c"), Text(way)}), 0);
-        OrdinaryUser::Own(iFolder + Text("/mine"));
-        OrdinaryUser::Own(iFolder);
-        if (mode == 0555)
-            OrdinaryUser::Own(iLogs);
-        QCOMPARE(::chmod(iLogs.toUtf8().constData(), mode_t(mode)), 0);
-        const auto result = Recorded("ordinaryReport", {iFolder + Text("/t")});
-        const QStringList tree = Tree(iFolder);
-        QCOMPARE(::chmod(iLogs.toUtf8().constData(), 0755), 0);
+        QVERIFY(QDir::setCurrent(iFolder));
+        for (const QString& path : {iFolder + Text("/mine"), iFolder})
+            OrdinaryUser::Own(path);
+        ::chmod(iLogs.toUtf8().constData(), mode_t(mode)); // if it is there
+        const auto result = Recorded("ordinaryReport");
+        ::chmod(iLogs.toUtf8().constData(), 0755);
         QVERIFY2(result.IsOk(), result.Describe().constData());
-        QStringList expected;
-        if (mode != 0555)
-            expected += iLogs + Text("/graphics.sh");
-        QCOMPARE(Starts(), expected);
+        QCOMPARE(Starts(), startsGraphics ? QStringList{iLogs + Text("/graphics.sh")} : QStringList());
+        QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
         QCOMPARE(LogText::Read(Text("mine")), old);
-        QVERIFY(!QFile::exists(Text("none")));
+        QVERIFY(!QFile::exists(Text("none")) && !QFile::exists(iUser + Text("/none")));
         if (QFileInfo(iLogs + Text("/qtdiag.sh")).isFile())
             QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")), old);
     }
@@ -312,7 +280,7 @@ private Q_SLOTS:
     void scriptsThatWereCutShortAreNotStarted()
     {
         QVERIFY(QDir().mkpath(iLogs));
-        const auto result = Recorded("fullReport", {iFolder + Text("/t")});
+        const auto result = Recorded("fullReport");
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(Starts(), QStringList());
         QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")).size(), 20);
@@ -320,7 +288,7 @@ private Q_SLOTS:
 
 private:
     // With a "sh" that records its arguments and does nothing.
-    TestSupport::ScenarioResult Recorded(const char* name, const QStringList& arguments)
+    TestSupport::ScenarioResult Recorded(const char* name, int mask = LogScenario::kAllLevels ^ LoggerDefs::Trace) const
     {
         TestSupport::ScenarioResult none;
         if (!QDir().mkdir(Text("starts")) || ::chmod("starts", 0777) != 0
@@ -328,11 +296,12 @@ private:
             return none;
         DetachedScenario scenario;
         scenario.SetVariable("PATH", PathWith(iFolder + Text("/record")));
-        const auto result = scenario.Run(name, arguments);
+        const auto result = scenario.Run(name, {QString::number(mask), iUser});
         return scenario.WaitForRest() ? result : none;
     }
 
     QString iFolder;
+    QString iUser;
     QString iLogs;
 };
 

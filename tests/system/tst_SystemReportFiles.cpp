@@ -15,7 +15,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-using TestSupport::Scenario;
 using namespace PathText;
 
 using Getter = QString (*)();
@@ -26,9 +25,15 @@ namespace {
 // The removed files, in order.
 QList<QByteArray> gRemoved;
 
-const Scenario withoutHook("withoutHook", [](const QStringList&) {
-    return SystemConfig::GetLastCrashLog().isEmpty() && SystemConfig::GetDxDialogData().isEmpty() ? 0 : 1;
-});
+const QList<QByteArray> kCopied{"Architecture",          "Features",    "Network", "Screens",
+                                "Platform capabilities", "Environment", "GPU"};
+const QList<QByteArray> kDropped{"Library info", "Standard paths", "File selectors", "Style hints",
+                                 "Theme",        "Fonts",          "Palette",        "Additional"};
+
+QByteArray ExcerptOf(const QByteArray& output)
+{
+    return Write(Text("Logs/qtdiag.log"), output) ? SystemConfig::GetQtDialogData().toUtf8() : "not written";
+}
 
 } // namespace
 
@@ -53,7 +58,6 @@ private Q_SLOTS:
         iFolder = TestSupport::EnterFreshFolder();
         QVERIFY(QDir().mkdir(Text("Logs")));
         SystemConfig::SetTestPath(iFolder);
-        gRemoved.clear();
     }
 
     void cleanup() { iHook.reset(); }
@@ -62,13 +66,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("things");
         QTest::addColumn<bool>("exist");
-        QTest::newRow("neither") << QStringList() << false;
+        QTest::newRow("neither") << Texts({"Logs/qtdiag.sh", "Logs/graphics.sh"}) << false;
         QTest::newRow("diagnostic") << Texts({"Logs/qtdiag.log"}) << false;
         QTest::newRow("graphics") << Texts({"Logs/graphics.log"}) << false;
         QTest::newRow("both") << Texts({"Logs/qtdiag.log", "Logs/graphics.log"}) << true;
-        QTest::newRow("scripts") << Texts({"Logs/qtdiag.sh", "Logs/graphics.sh"}) << false;
-        QTest::newRow("links to files") << Texts({"a", "Logs/qtdiag.log -> ../a", "Logs/graphics.log -> ../a"}) << true;
-        QTest::newRow("dead link, diagnostic") << Texts({"Logs/qtdiag.log -> ../a", "Logs/graphics.log"}) << false;
+        QTest::newRow("dead link") << Texts({"Logs/qtdiag.log -> ../a", "Logs/graphics.log"}) << false;
     }
     void detailsExist()
     {
@@ -108,30 +110,78 @@ private Q_SLOTS:
         QCOMPARE(Tree(iFolder), Texts({"Logs/", "file"}));
     }
 
-    void diagnosticData_data()
+    void excerpt_data()
     {
         QTest::addColumn<QByteArray>("output");
-        QTest::addColumn<QString>("data");
-        QTest::newRow("empty") << QByteArray() << QString();
-        QTest::newRow("the example") << QByteArray("Architecture: x\nBuild: y\nLibrary info:\nz\nScreens:\nw\n")
-                                     << Text("Architecture: x\r\nBuild: y\r\nScreens:\r\nw\r\n");
-        QTest::newRow("CR LF, no end") << QByteArray("a\r\nFonts\r\nGPU") << Text("a\r\nGPU\r\n");
-        QTest::newRow("beyond ASCII") << QByteArray("\xc3\xbc\n\xe6\x97\xa5\n") << Text("\xc3\xbc\r\n\xe6\x97\xa5\r\n");
-        QTest::newRow("byte order mark") << QByteArray("\xef\xbb\xbf"
-                                                       "a\n")
-                                         << Text("a\r\n");
-        QTest::newRow("bytes that are no text")
-            << QByteArray("a\xff\n") << Text("a") + QChar(QChar::ReplacementCharacter) + Text("\r\n");
-        QTest::newRow("not cut at a NUL") << QByteArray("a\0b\n", 4) << Text("a") + QChar(0) + Text("b\r\n");
+        QTest::addColumn<QByteArray>("excerpt");
+        const auto row = [](const char* name, const QByteArray& output, const QByteArray& excerpt) {
+            QTest::newRow(name) << output << excerpt;
+        };
+        row("the example", "Architecture: x\nBuild: y\nLibrary info:\nz\nScreens:\nw\n",
+            "Architecture: x\r\nBuild: y\r\nScreens:\r\nw\r\n");
+        row("empty", "", "");
+        row("first line drops", "Fonts\na\n", "");
+        row("on and off again", "a\nFonts\nb\nTheme\nc\nGPU\nd\nNetwork\ne\nFonts\nf\n",
+            "a\r\nGPU\r\nd\r\nNetwork\r\ne\r\n");
+        row("indented headings", "a\n  Fonts:\nb\n\tGPU:\nc\n", "a\r\n\tGPU:\r\nc\r\n");
+        row("word inside a dropped section", "Fonts:\n  x\n  Network Sans\n  y\n", "  Network Sans\r\n  y\r\n");
+        row("word across two lines", "a\nFon\nts\nb\n", "a\r\nFon\r\nts\r\nb\r\n");
+        row("empty lines", "\na\n\nFonts\n\nGPU\n\n", "\r\na\r\n\r\nGPU\r\n\r\n");
+        row("no line end at the end", "a\nGPU", "a\r\nGPU\r\n");
+        row("dropped line without line end", "a\nFonts", "a\r\n");
+        row("CR LF", "a\r\nFonts\r\nb\r\nGPU\r\n\nc\r\n", "a\r\nGPU\r\n\r\nc\r\n");
+        row("CR is no line end", "a\rFonts\nb\n", "");
+        row("blanks stay", "  a \t\n b\n", "  a \t\r\n b\r\n");
+        row("beyond ASCII", "\xc3\xbc \xe6\x97\xa5 \xf0\x9f\x98\x80\n", "\xc3\xbc \xe6\x97\xa5 \xf0\x9f\x98\x80\r\n");
+        row("bytes that are no text", "a\xff\nFonts \xe9\nb\n", "a\xef\xbf\xbd\r\n");
+        row("byte order mark", "\xef\xbb\xbf\nGPU\n", "\r\nGPU\r\n");
+        row("NUL stays", QByteArray("a\0b\n\0Fonts\nc\n", 13), QByteArray("a\0b\r\n", 5));
+        const QByteArray wide(100000, 'x');
+        row("long line", wide + "\nFonts\n" + wide + "GPU" + wide + "\na",
+            wide + "\r\n" + wide + "GPU" + wide + "\r\na\r\n");
     }
-    void diagnosticData()
+    void excerpt()
     {
         QFETCH(QByteArray, output);
-        QFETCH(QString, data);
-        QVERIFY(Write(Text("Logs/qtdiag.log"), output));
+        QFETCH(QByteArray, excerpt);
         QVERIFY(Write(Text("Logs/graphics.log"), "another"));
-        QCOMPARE(SystemConfig::GetQtDialogData(), data);
+        QCOMPARE(ExcerptOf(output), excerpt);
         QCOMPARE(LogText::Read(Text("Logs/qtdiag.log")), output);
+    }
+
+    void wordsOfTheExcerpt_data()
+    {
+        QTest::addColumn<QByteArray>("word");
+        QTest::addColumn<bool>("isCopied");
+        for (const QByteArray& word : kCopied)
+            QTest::newRow(word.constData()) << word << true;
+        for (const QByteArray& word : kDropped)
+            QTest::newRow(word.constData()) << word << false;
+    }
+    void wordsOfTheExcerpt()
+    {
+        QFETCH(QByteArray, word);
+        QFETCH(bool, isCopied);
+        const QByteArray line = "a" + word + "b\n";
+        const QByteArray decided = isCopied ? "a" + word + "b\r\nafter\r\n" : QByteArray();
+        QCOMPARE(ExcerptOf(line + "after\n"), decided);
+        QCOMPARE(ExcerptOf("Fonts\n" + line + "after\n"), decided);
+        QByteArray otherCase = word;
+        otherCase[0] = char(otherCase[0] ^ 0x20);
+        for (const QByteArray& almost : {word.toLower(), otherCase, word.mid(1), word.chopped(1)}) {
+            QCOMPARE(ExcerptOf(almost + "\n"), almost + "\r\n");
+            QCOMPARE(ExcerptOf("Fonts\n" + almost + "\nGPU\n"), QByteArray("GPU\r\n"));
+        }
+    }
+
+    void copyingComesFirst()
+    {
+        for (const QByteArray& copied : kCopied) {
+            for (const QByteArray& dropped : kDropped) {
+                const QByteArray line = dropped + " " + copied;
+                QCOMPARE(ExcerptOf("Fonts\n" + line + "\na\n"), line + "\r\na\r\n");
+            }
+        }
     }
 
     void graphicsData_data()
@@ -141,7 +191,8 @@ private Q_SLOTS:
         QTest::newRow("empty") << QByteArray() << QString();
         QTest::newRow("as it is") << QByteArray(" a\r\nFonts\n\n") << Text(" a\r\nFonts\n\n");
         QTest::newRow("beyond ASCII") << QByteArray("\xc3\xbc\xe6\x97\xa5") << Text("\xc3\xbc\xe6\x97\xa5");
-        QTest::newRow("cut at a NUL") << QByteArray("a\n\0b\0c", 6) << Text("a\n");
+        QTest::newRow("cut at the first NUL") << QByteArray("a\n\0b\0c", 6) << Text("a\n");
+        QTest::newRow("NUL first") << QByteArray("\0a", 2) << QString();
         QTest::newRow("long") << QByteArray(1000000, 'x') << QString(1000000, QLatin1Char('x'));
     }
     void graphicsData()
@@ -187,59 +238,39 @@ private Q_SLOTS:
     void scriptsAreRemoved_data()
     {
         QTest::addColumn<QStringList>("things");
-        QTest::addColumn<QStringList>("tree");
-        QTest::addColumn<QList<QByteArray>>("removed");
-        const QList<QByteArray> none;
-        QTest::newRow("nothing there") << QStringList() << Texts({"Logs/"}) << none;
-        QTest::newRow("both, diagnostic first") << Texts({"Logs/graphics.sh", "Logs/qtdiag.sh"}) << Texts({"Logs/"})
-                                                << QList<QByteArray>{"Logs/qtdiag.sh", "Logs/graphics.sh"};
-        QTest::newRow("diagnostic") << Texts({"Logs/qtdiag.sh"}) << Texts({"Logs/"})
-                                    << QList<QByteArray>{"Logs/qtdiag.sh"};
-        QTest::newRow("graphics") << Texts({"Logs/graphics.sh"}) << Texts({"Logs/"})
-                                  << QList<QByteArray>{"Logs/graphics.sh"};
-        QTest::newRow("others stay") << Texts(
-            {"Logs/graphics.log", "Logs/graphics.sh1", "Logs/qtdiag.SH", "Logs/qtdiag.log", "graphics.sh", "qtdiag.sh"})
-                                     << Texts({"Logs/", "Logs/graphics.log", "Logs/graphics.sh1", "Logs/qtdiag.SH",
-                                               "Logs/qtdiag.log", "graphics.sh", "qtdiag.sh"})
-                                     << none;
+        QTest::addColumn<QStringList>("others");
+        QTest::newRow("nothing there") << QStringList() << QStringList();
+        QTest::newRow("both") << Texts({"Logs/graphics.sh", "Logs/qtdiag.sh"}) << QStringList();
+        QTest::newRow("diagnostic") << Texts({"Logs/qtdiag.sh"}) << QStringList();
+        QTest::newRow("graphics") << Texts({"Logs/graphics.sh"}) << QStringList();
+        QTest::newRow("others stay") << QStringList()
+                                     << Texts({"Logs/graphics.log", "Logs/graphics.sh1", "Logs/qtdiag.SH",
+                                               "Logs/qtdiag.log", "graphics.sh", "qtdiag.sh"});
         QTest::newRow("links, not what they lead to")
-            << Texts({"a", "b/", "Logs/qtdiag.sh -> ../a", "Logs/graphics.sh -> ../b"}) << Texts({"Logs/", "a", "b/"})
-            << QList<QByteArray>{"Logs/qtdiag.sh", "Logs/graphics.sh"};
+            << Texts({"Logs/qtdiag.sh -> ../a", "Logs/graphics.sh -> ../b"}) << Texts({"a", "b/"});
+        QTest::newRow("folder in place of a script") << Texts({"Logs/graphics.sh"}) << Texts({"Logs/qtdiag.sh/"});
     }
     void scriptsAreRemoved()
     {
         QFETCH(QStringList, things);
-        QFETCH(QStringList, tree);
-        QFETCH(QList<QByteArray>, removed);
-        for (const QString& thing : qAsConst(things))
+        QFETCH(QStringList, others);
+        for (const QString& thing : others + things)
             QVERIFY(Make(thing));
-        SystemConfig::RemoveShFiles();
-        QCOMPARE(Tree(iFolder), tree);
-        for (QByteArray& path : removed)
-            path.prepend(iFolder.toUtf8() + '/');
-        QCOMPARE(gRemoved, removed);
-        SystemConfig::RemoveShFiles();
-        QCOMPARE(Tree(iFolder), tree);
-    }
-
-    void folderInPlaceOfAScriptStays()
-    {
-        QVERIFY(Make(Text("Logs/qtdiag.sh/")) && Make(Text("Logs/graphics.sh")));
-        SystemConfig::RemoveShFiles();
-        QCOMPARE(Tree(iFolder), Texts({"Logs/", "Logs/qtdiag.sh/"}));
-    }
-
-    void scriptsOfAReadOnlyFolderStay()
-    {
-        QVERIFY(Make(Text("Logs/qtdiag.sh")) && Make(Text("Logs/graphics.sh")));
-        OrdinaryUser::Own(iFolder + Text("/Logs"));
-        QCOMPARE(::chmod("Logs", 0555), 0);
-        {
-            const OrdinaryUser user;
+        others += Text("Logs/");
+        others.sort();
+        for (int times = 0; times < 2; ++times) {
             SystemConfig::RemoveShFiles();
+            QCOMPARE(Tree(iFolder), others);
         }
-        QCOMPARE(::chmod("Logs", 0755), 0);
-        QCOMPARE(Tree(iFolder), Texts({"Logs/", "Logs/graphics.sh", "Logs/qtdiag.sh"}));
+    }
+
+    void diagnosticScriptIsRemovedFirst()
+    {
+        QVERIFY(Make(Text("Logs/graphics.sh")) && Make(Text("Logs/qtdiag.sh")));
+        const QByteArray logs = iFolder.toUtf8() + "/Logs";
+        gRemoved.clear();
+        SystemConfig::RemoveShFiles();
+        QCOMPARE(gRemoved, (QList<QByteArray>{logs + "/qtdiag.sh", logs + "/graphics.sh"}));
     }
 
     void crashLogIsEmpty()
@@ -249,12 +280,6 @@ private Q_SLOTS:
             const auto call = [] { QCOMPARE(SystemConfig::GetLastCrashLog(), QString()); };
             QCOMPARE(LogScenario::LoggedBy(call, mask), LogScenario::Passing({enter}, mask));
         }
-    }
-
-    void emptyAnswersNeedNoHook()
-    {
-        const auto result = TestSupport::RunScenario("withoutHook");
-        QVERIFY2(result.IsOk(), result.Describe().constData());
     }
 
     void othersSayNothing()

@@ -54,48 +54,40 @@ private Q_SLOTS:
 
     void wholeLife_data()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("template marks") << Text("%1 %2 %L1");
-        QTest::newRow("signs of the shell") << Text("it's;a&b|c>d(e)*?[f]#~");
-        QTest::newRow("beyond ASCII") << Text("\xc3\xbc \xe6\x97\xa5 \xf0\x9f\x98\x80");
+        QTest::addColumn<QByteArray>("diagnostic");
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QString>("data");
+        QTest::newRow("all speak") << QByteArray("echo \"Build $#\"; echo Theme; echo x; echo 'GPU y'")
+                                   << QByteArray("Build 0\nTheme\nx\nGPU y\n") << Text("Build 0\r\nGPU y\r\n");
+        QTest::newRow("no diagnostic program") << QByteArray() << QByteArray() << QString();
+        QTest::newRow("it crashes having spoken")
+            << QByteArray("echo a; echo b >&2; kill -KILL $$") << QByteArray("a\n") << Text("a\r\n");
     }
     void wholeLife()
     {
-        QFETCH(QString, folder);
+        QFETCH(QByteArray, diagnostic);
+        QFETCH(QByteArray, output);
+        QFETCH(QString, data);
+        const QString folder = Text("%1 it's;a&b|c>d(e)*?[f]#~ \xc3\xbc");
         const QString user = iFolder + Text("/") + folder + Text("/t");
-        QVERIFY(QDir().mkdir(folder) && QDir().mkpath(user + Text("/Logs")));
-        QVERIFY(WriteProgram(folder + Text("/qtdiag"), "echo \"Build $#\"; echo Theme; echo x; echo 'GPU y'"));
-        QVERIFY(Collect(folder, user));
-        QCOMPARE(LogText::Read(user + Text("/Logs/qtdiag.log")), QByteArray("Build 0\nTheme\nx\nGPU y\n"));
+        QVERIFY(QDir().mkpath(user + Text("/Logs")));
+        QVERIFY(diagnostic.isEmpty() || WriteProgram(folder + Text("/qtdiag"), diagnostic));
+        QVERIFY(WriteProgram(Text("tools/lspci"), "echo adapter"));
+        for (const char* const name : {"lshw", "glxinfo", "xrandr"})
+            QVERIFY(WriteProgram(Text("tools/") + Text(name), ":"));
+        DetachedScenario scenario;
+        scenario.SetProgram(CopiedProgram(folder));
+        scenario.SetVariable("PATH", PathWith(iFolder + Text("/tools")));
+        const auto result = scenario.Run("report", {Text("0"), user});
+        QVERIFY2(result.IsOk() && scenario.WaitForRest(), result.Describe().constData());
+        QCOMPARE(LogText::Read(user + Text("/Logs/qtdiag.log")), output);
         const InstalledHook hook;
         SystemConfig::SetTestPath(user);
         QVERIFY(SystemConfig::SystemDetailsExist());
-        QCOMPARE(SystemConfig::GetQtDialogData(), Text("Build 0\r\nGPU y\r\n"));
+        QCOMPARE(SystemConfig::GetQtDialogData(), data);
         QCOMPARE(SystemConfig::GetQMacSystemProfilertData(), Text("lspci -nnk -d ::03xx\n\nadapter\n\n"));
         SystemConfig::RemoveShFiles();
         QCOMPARE(Tree(user + Text("/Logs")), Texts({"graphics.log", "qtdiag.log"}));
-    }
-
-    void diagnosticProgramIsMissingOrFails_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("data");
-        QTest::newRow("missing") << QByteArray() << QString();
-        QTest::newRow("crashes having spoken") << QByteArray("echo a; kill -KILL $$") << Text("a\r\n");
-        QTest::newRow("errors are not collected") << QByteArray("echo a >&2; echo b") << Text("b\r\n");
-    }
-    void diagnosticProgramIsMissingOrFails()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QString, data);
-        QVERIFY(QDir().mkdir(Text("p")) && QDir().mkpath(iLogs));
-        QVERIFY(body.isEmpty() || WriteProgram(Text("p/qtdiag"), body));
-        QVERIFY(Collect(Text("p"), iFolder + Text("/t")));
-        const InstalledHook hook;
-        SystemConfig::SetTestPath(iFolder + Text("/t"));
-        QVERIFY(SystemConfig::SystemDetailsExist());
-        QCOMPARE(SystemConfig::GetQtDialogData(), data);
-        QCOMPARE(SystemConfig::GetQMacSystemProfilertData(), Text("lspci -nnk -d ::03xx\n\nadapter\n\n"));
     }
 
     // Both tools wait until someone writes to them. The caller has ended long before.
@@ -158,18 +150,6 @@ private:
     {
         const QString program = QDir::currentPath() + Text("/") + folder + Text("/program");
         return QFile::copy(QCoreApplication::applicationFilePath(), program) ? program : QString();
-    }
-
-    // Makes a report to its end by a program in the folder. Only the first of the tools prints anything.
-    bool Collect(const QString& folder, const QString& user) const
-    {
-        bool isMade = WriteProgram(Text("tools/lspci"), "echo adapter");
-        for (const char* const name : {"lshw", "glxinfo", "xrandr"})
-            isMade = isMade && WriteProgram(Text("tools/") + Text(name), ":");
-        DetachedScenario scenario;
-        scenario.SetProgram(CopiedProgram(folder));
-        scenario.SetVariable("PATH", PathWith(iFolder + Text("/tools")));
-        return isMade && scenario.Run("report", {Text("0"), user}).IsOk() && scenario.WaitForRest();
     }
 
     QString iFolder;
