@@ -104,11 +104,6 @@ QString Playground::Pipe(const QString& name, int mode) const
     return MakeNode(Path(name), mode, S_IFIFO);
 }
 
-QString Playground::Socket(const QString& name, int mode) const
-{
-    return MakeNode(Path(name), mode, S_IFSOCK);
-}
-
 QString Playground::Link(const QString& target, const QString& name) const
 {
     if (!QFile::link(target, Path(name)))

@@ -17,7 +17,6 @@ public:
     QString File(const QString& name, int mode = 0644) const;
     QString Folder(const QString& name, int mode = 0755) const;
     QString Pipe(const QString& name, int mode = 0644) const;
-    QString Socket(const QString& name, int mode = 0644) const;
     QString Link(const QString& target, const QString& name) const;
     /// A file that belongs to root. Only root can make it.
     QString FileOfRoot(const QString& name, int mode) const;

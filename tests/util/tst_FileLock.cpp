@@ -24,29 +24,6 @@ bool Unlock(const QString& path)
     return FileLock::Unlock(QFile::encodeName(path));
 }
 
-// The two ways to lock: that of an ordinary user, and that of root if the file system has the flag.
-void AddWays()
-{
-    QTest::addColumn<bool>("byFlag");
-    QTest::newRow("write bits") << false;
-    if (Playground::MayFlag())
-        QTest::newRow("flag") << true;
-}
-
-// An ordinary user, unless this process locks by the flag.
-class Locker
-{
-public:
-    explicit Locker(bool byFlag)
-    {
-        if (!byFlag)
-            iUser.emplace();
-    }
-
-private:
-    std::optional<OrdinaryUser> iUser;
-};
-
 // The names and texts of all attributes.
 QByteArray Notes(const QString& path)
 {
@@ -155,6 +132,8 @@ void AddSpoiltNotes()
         AddSteps(QStringLiteral("mode 0666, lock 0444, mode 0666, note %1, mode 0444, unlock 0444")
                      .arg(QLatin1String(text)));
     AddSteps(QStringLiteral("mode 0666, lock 0444, mode 0666, note 7777, mode 0444, unlock 0666"));
+    AddSteps(QStringLiteral("mode 0666, lock 0444, mode 0666, note %1, lock 0444, unlock 0666")
+                 .arg(QString(64, QLatin1Char('2'))));
 }
 
 void AddRefusals()
@@ -168,6 +147,7 @@ void AddRefusals()
     AddSteps(QStringLiteral("mode 0664, lock 0444, mode 0646, refused lock 0646*, unlock 0666"),
              CallFailure::ChangeMode, EPERM);
     AddSteps(QStringLiteral("mode 0664, lock 0444, refused unlock 0444*, unlock 0664"), CallFailure::ChangeMode, EPERM);
+    AddSteps(QStringLiteral("mode 0220, lock 0000, refused unlock 0000*, unlock 0220"), CallFailure::ChangeMode, EPERM);
     for (const int error : {EIO, EACCES})
         AddSteps(
             QStringLiteral("mode 0664, lock 0444, refused unlock 0444*, mode 0602, refused lock 0602*, unlock 0622"),
@@ -180,6 +160,7 @@ void AddRefusals()
     }
     if (!OrdinaryUser::IsTestRoot())
         return;
+    AddSteps(QStringLiteral("mode 0444, self, chown, user, unlock 0444"));
     AddSteps(QStringLiteral("mode 0664, self, chown, user, refused lock 0664"));
     AddSteps(QStringLiteral("mode 0664, lock 0444, self, chown, user, refused unlock 0444, self, unlock 0664"));
     AddSteps(
@@ -235,7 +216,14 @@ private Q_SLOTS:
         QCOMPARE(open.entryList(QDir::AllEntries | QDir::System).size(), descriptors);
     }
 
-    void flags_data() { AddWays(); }
+    // The two ways to lock: that of an ordinary user, and that of root if the file system has the flag.
+    void flags_data()
+    {
+        QTest::addColumn<bool>("byFlag");
+        QTest::newRow("write bits") << false;
+        if (Playground::MayFlag())
+            QTest::newRow("flag") << true;
+    }
     void flags()
     {
         QFETCH_GLOBAL(QString, place);
@@ -247,7 +235,9 @@ private Q_SLOTS:
             const QString link = ground.Link(path, path.endsWith(QLatin1String("r")) ? "link" : "other link");
             QVERIFY(FileState::SetFlags(path, before));
             QVERIFY(FileState::SetAttribute(path, "user.other", "x"));
-            const Locker locker(byFlag);
+            std::optional<OrdinaryUser> user;
+            if (!byFlag)
+                user.emplace();
             QVERIFY(Lock(link));
             QVERIFY(!FileState::CanWrite(path));
             QCOMPARE(FileState::Flags(path), byFlag ? before | FS_IMMUTABLE_FL : before);
@@ -259,26 +249,7 @@ private Q_SLOTS:
         }
     }
 
-    void whatTheLockForbids_data() { AddWays(); }
-    void whatTheLockForbids()
-    {
-        QFETCH_GLOBAL(QString, place);
-        QFETCH(bool, byFlag);
-        const Playground ground(place);
-        const QString path = ground.File("file", 0666);
-        const QString folder = ground.Folder("folder", 0777);
-        const QString inner = ground.File("folder/inner", 0666);
-        const Locker locker(byFlag);
-        QVERIFY(Lock(path) && Lock(folder));
-        QVERIFY(!QFile(path).open(QIODevice::Append));
-        QVERIFY(!QFile::resize(path, 0));
-        QVERIFY(QFile(path).open(QIODevice::ReadOnly));
-        QVERIFY(!QFile::remove(inner));
-        QVERIFY(Unlock(path) && Unlock(folder));
-        QVERIFY(QFile(path).open(QIODevice::Append) && QFile::remove(inner));
-    }
-
-    // Pipes and sockets have neither, and are not opened.
+    // Pipes have neither, and are not opened.
     void neitherFlagNorAttribute_data()
     {
         QTest::addColumn<int>("mode");
@@ -301,7 +272,7 @@ private Q_SLOTS:
         const CallFailure writing(CallFailure::SetAttribute, ENOTSUP);
         const CallFailure removing(CallFailure::RemoveAttribute, ENOTSUP);
         const QString file = ground.File("file", mode);
-        for (const QString& path : {file, ground.Pipe("pipe", mode), ground.Socket("socket", mode)}) {
+        for (const QString& path : {file, ground.Pipe("pipe", mode)}) {
             const OrdinaryUser user;
             std::optional<FileWatch> watch;
             if (path != file && (mode & 0400) != 0)
@@ -319,28 +290,6 @@ private Q_SLOTS:
             QVERIFY(!Lock(path));
             QCOMPARE(FileState::Mode(path), unlocked);
         }
-    }
-
-    void neverLockedIsLeftAlone()
-    {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
-        const QString path = OrdinaryUser::IsTestRoot() ? ground.FileOfRoot("file", 0444) : ground.File("file", 0444);
-        FileWatch watch(path, FileWatch::Changes);
-        const OrdinaryUser user;
-        QVERIFY(Unlock(path));
-        QVERIFY(!watch.Saw());
-    }
-
-    void noSuchFile()
-    {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
-        ground.File("file");
-        ground.Link(ground.Path("nowhere"), "dangling");
-        for (const QString& path :
-             {ground.Path("missing"), ground.Path("dangling"), ground.Path("file/inner"), QString()})
-            QVERIFY(!Lock(path) && !Unlock(path) && !QFile::exists(path));
     }
 };
 

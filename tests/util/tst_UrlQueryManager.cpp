@@ -55,12 +55,10 @@ void AddRowsOfEveryList()
     AddRow("doubled key, twice", "http://h/?a=1&b=2&a=3", "a=4&a=5", "http://h/?b=2&a=4&a=5");
     AddRow("blank is a value", "http://h/?a=1", "a= ", "http://h/?a=%20");
     AddRow("empty key", "http://h/?=1&a=2", "=3", "http://h/?a=2&=3");
-    AddRow("plus is no blank", "http://h/?a+b=1", "x=&x", "http://h/?a+b=1");
     AddRow("fragment", "http://h/?a=1#f?b==", "a=2", "http://h/?a=2#f?b==");
     AddRow("invalid port", "http://h:99999/?a=1", "a=2", "http://h/?a=2");
     AddRow("nothing", "http://h/", nullptr, "http://h/");
     AddRow("nothing, a query without anything", "http://h/?", nullptr, "http://h/");
-    AddRow("nothing, an invalid port", "http://h:99999/?a=1", nullptr, "http://h/?a=1");
     AddRow("rendered anew", "http://h/?a==b&&b&c=%41;d=2&e=%2f%2B+%20%25", nullptr,
            "http://h/?a=%3Db&&b&c=A;d%3D2&e=%2F%2B+%20%25");
 }
@@ -78,34 +76,20 @@ private Q_SLOTS:
         AddRow("replaced, at the end", "http://h/?a=1&b=2", "a=9", "http://h/?b=2&a=9");
         AddRow("new", "http://h/?a=1", "b=2", "http://h/?a=1&b=2");
         AddRow("no query", "http://h/p", "a=1", "http://h/p?a=1");
-        AddRow("no path", "http://h", "a=1", "http://h?a=1");
         AddRow("query without anything", "http://h/?", "a=1", "http://h/?a=1");
-        AddRow("same value", "http://h/?a=1&b=2", "a=1", "http://h/?b=2&a=1");
         AddRow("key three times: the first goes", "http://h/?a=1&a=2&a=3", "a=4", "http://h/?a=2&a=3&a=4");
         AddRow("other case is another key", "http://h/?A=1", "a=2", "http://h/?A=1&a=2");
-        AddRow("key within a key", "http://h/?ab=1&ba=2", "a=3", "http://h/?ab=1&ba=2&a=3");
         AddRow("key without a value in the query", "http://h/?a&b=2", "a=1", "http://h/?b=2&a=1");
         AddRow("empty value", "http://h/?a=1&b=2", "a=", "http://h/?b=2&a=");
         AddRow("null value", "http://h/?a=1&b=2", "a", "http://h/?b=2&a");
         AddRow("empty value, new", "http://h/", "a=", "http://h/?a=");
         AddRow("empty key", "http://h/?=1&a=2", "=v", "http://h/?a=2&=v");
-        AddRow("blanks", "http://h/?a%20b=1&x=2", "a b= c d ", "http://h/?x=2&a%20b=%20c%20d%20");
-        AddRow("plus", "http://h/?a+b=1&x=2+3", "a+b=c+d", "http://h/?x=2+3&a+b=c+d");
         AddRow("plus is no blank", "http://h/?a+b=1", "a b=c", "http://h/?a+b=1&a%20b=c");
-        AddRow("plus is not its encoding", "http://h/?a%2Bb=1", "a+b=c", "http://h/?a%2Bb=1&a+b=c");
         AddRow("equals sign in a value", "http://h/?x=1", "a=c=d", "http://h/?x=1&a=c%3Dd");
-        AddRow("number signs", "http://h/?a%23b=1&x=2", "a#b=c#d", "http://h/?x=2&a%23b=c%23d");
-        AddRow("percent signs", "http://h/?100%25=1&x=2", "100%=50%", "http://h/?x=2&100%25=50%25");
-        AddRow("letters that were encoded", "http://h/?%61=%31&x=2", "a=%42", "http://h/?x=2&a=B");
         AddRow("beyond ASCII", "http://h/?%C3%BC=1&x=2", "\xc3\xbc=\xf0\x9f\x98\x80",
                "http://h/?x=2&%C3%BC=%F0%9F%98%80");
-        AddRow("bytes that are no text", "http://h/?a=%FF", "b=1", "http://h/?a=%FF&b=1");
-        AddRow("semicolon is no delimiter", "http://h/?a=1;b=2", "b=3", "http://h/?a=1;b%3D2&b=3");
         AddRow("fragment", "http://h/?a=1#f?a=2", "a=3", "http://h/?a=3#f?a=2");
-        AddRow("fragment without a query", "http://h/#f", "a=1", "http://h/?a=1#f");
         AddRow("all parts", "https://u:p@h:81/p/q?a=1#f", "b=2", "https://u:p@h:81/p/q?a=1&b=2#f");
-        AddRow("no authority", "mailto:x@y?a=1", "a=2", "mailto:x@y?a=2");
-        AddRow("only a query", "?a=1", "a=2", "?a=2");
         AddRow("empty URL", "", "a=1", "?a=1");
         AddRow("invalid port", "http://h:99999/?a=1", "a=2", "http://h/?a=2");
     }
@@ -141,6 +125,7 @@ private Q_SLOTS:
         AddRow("new ones in the list's order", "http://h/?x=1", "c=3&a=1&b=2", "http://h/?x=1&c=3&a=1&b=2");
         AddRow("twice, no query", "http://h/", "x=1&x=2", "http://h/?x=1&x=2");
         AddRow("twice, a query without it", "http://h/?a=1", "x=1&x=2", "http://h/?a=1&x=2");
+        AddRow("all removed", "http://h/?a=1#f", "a=", "http://h/#f");
         AddRow("twice, a query with it", "http://h/?x=0&a=1", "x=1&x=2", "http://h/?a=1&x=2");
         AddRow("twice, a query without anything", "http://h/?", "x=1&x=2", "http://h/?x=2");
         AddRow("added and removed, no query", "http://h/", "x=1&x=&y=2", "http://h/?x=1&y=2");
@@ -148,7 +133,6 @@ private Q_SLOTS:
         AddRow("removed and added again", "http://h/?a=1&b=2", "a=&a=3", "http://h/?b=2&a=3");
         AddRow("doubled key, removed once", "http://h/?a=1&b=2&a=3", "a=", "http://h/?b=2&a=3");
         AddRow("doubled key, removed twice", "http://h/?a=1&b=2&a=3", "a=&a", "http://h/?b=2");
-        AddRow("all removed", "http://h/?a=1#f", "a=", "http://h/#f");
         AddRow("nothing to remove, no query", "http://h/", "b=", "http://h/");
         AddRow("empty URL", "", "a=1&b=2", "?a=1&b=2");
     }
@@ -160,16 +144,12 @@ private Q_SLOTS:
         AddRowsOfEveryList();
         AddRow("replaced, not added", "http://h/?a=1", "a=5&b=6", "http://h/?a=5");
         AddRow("no query", "http://h/", "a=1&b=2", "http://h/");
-        AddRow("no query, fragment", "http://h/#a=1", "a=1", "http://h/#a=1");
-        AddRow("at the end", "http://h/?a=1&b=2", "a=9", "http://h/?b=2&a=9");
         AddRow("empty value keeps", "http://h/?a=1&b=2", "a=", "http://h/?a=1&b=2");
         AddRow("null value keeps", "http://h/?a=1&b=2", "a", "http://h/?a=1&b=2");
         AddRow("empty value before a value", "http://h/?a=1&b=2", "a=&a=3", "http://h/?b=2&a=3");
         AddRow("twice", "http://h/?a=1&b=2", "a=3&a=4", "http://h/?b=2&a=4");
         AddRow("new key twice", "http://h/?b=2", "a=3&a=4", "http://h/?b=2");
         AddRow("key without a value in the query", "http://h/?a&b=2", "a=1", "http://h/?b=2&a=1");
-        AddRow("other case", "http://h/?A=1", "a=2", "http://h/?A=1");
-        AddRow("no empty key", "http://h/?a=2", "=3", "http://h/?a=2");
         AddRow("empty URL", "", "a=1", "");
     }
     void addIfExists() { CheckList(UrlQueryManager::AddQueryParametersIfExists); }
