@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -108,7 +109,17 @@ bool IsScript(int file)
     return QByteArray(path, int(std::max<ssize_t>(size, 0))).endsWith(".sh");
 }
 
+// The removed files, in order.
+QList<QByteArray> gRemoved;
+
 } // namespace
+
+// The only function with which Qt removes files.
+extern "C" Q_DECL_EXPORT int unlink(const char* path) noexcept
+{
+    gRemoved += path;
+    return int(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
 
 extern "C" Q_DECL_EXPORT ssize_t write(int file, const void* bytes, size_t size)
 {
@@ -284,6 +295,17 @@ private Q_SLOTS:
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(Starts(), QStringList());
         QCOMPARE(LogText::Read(iLogs + Text("/qtdiag.sh")).size(), 20);
+    }
+
+    void diagnosticScriptIsRemovedFirst()
+    {
+        const InstalledHook hook;
+        SystemConfig::SetTestPath(iUser);
+        QVERIFY(Write(iLogs + Text("/graphics.sh"), "") && Write(iLogs + Text("/qtdiag.sh"), ""));
+        const QByteArray logs = iLogs.toUtf8();
+        gRemoved.clear();
+        SystemConfig::RemoveShFiles();
+        QCOMPARE(gRemoved, (QList<QByteArray>{logs + "/qtdiag.sh", logs + "/graphics.sh"}));
     }
 
 private:
