@@ -13,7 +13,6 @@ namespace {
 
 const QString kLog = QStringLiteral("app.log");
 constexpr int kTimeoutMs = 60000;
-constexpr int kRotationBytes = 104857600;
 constexpr qint64 kTwoDaysMs = 2 * 86400 * qint64(1000);
 
 QDateTime Start()
@@ -65,7 +64,7 @@ void LogAfter(qint64 msecs, const char* message)
     Logger::LogInformation("main", QString::fromLatin1(message));
 }
 
-// The existing file takes the first batch and is then full or too old. The next file is too old for the second batch.
+// The existing file takes the first batch and is then too old. The next file is too old for the second batch.
 const TestSupport::Scenario threeFiles("threeFiles", [](const QStringList& arguments) {
     StartInformation(arguments);
     LogAfter(1, "first");
@@ -94,16 +93,6 @@ bool Write(const QString& path, const QByteArray& text)
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
-
-// Exactly as many lines of 1 KiB as a file may hold.
-QByteArray FullLog()
-{
-    QByteArray line = "2024-03-05 14:07:08.000|10|Information|load|";
-    line += QByteArray(1023 - line.size(), 'x') + '\n';
-    return line.repeated(kRotationBytes / line.size());
-}
-
-const QByteArray kEarlierLine = "2024-03-03 10:00:00.000|30|Warning|main|earlier\n";
 
 } // namespace
 
@@ -156,12 +145,12 @@ private:
 
     QStringList LogFiles() const { return iFolder.entryList({QStringLiteral("app*.log")}, QDir::Files, QDir::Name); }
 
-    // An existing log, as old as the file or two days old.
-    static QString MakeEarlierLog(const QByteArray& text, bool isOld)
+    // An existing log, two days old.
+    static QString MakeEarlierLog()
     {
         const QString path = QDir(TestSupport::Scratch()).filePath(QStringLiteral("earlier.log"));
-        const bool isMade = Write(path, text)
-            && (!isOld || FileUtilities::SetTime(path, Start().addMSecs(-kTwoDaysMs), FileTimeCreation, false));
+        const bool isMade = Write(path, "2024-03-03 10:00:00.000|30|Warning|main|earlier\n")
+            && FileUtilities::SetTime(path, Start().addMSecs(-kTwoDaysMs), FileTimeCreation, false);
         return isMade ? path : QString();
     }
 
@@ -236,7 +225,7 @@ private Q_SLOTS:
     // The first line of a file that continues another has no code, level and function.
     void rotatedFilesJoinInOrder()
     {
-        Run("threeFiles", {MakeEarlierLog(kEarlierLine, true)});
+        Run("threeFiles", {MakeEarlierLog()});
         QStringList files = LogFiles();
         QCOMPARE(files, QStringList({"app-2024-03-05_14-07-09.log", "app-2024-03-07_14-07-09.log", "app.log"}));
         const QStringList expected{
@@ -260,24 +249,10 @@ private Q_SLOTS:
         }
     }
 
-    void rotatedWhenFull()
-    {
-        Run("threeFiles", {MakeEarlierLog(FullLog(), false)});
-        const QString sql = QStringLiteral("SELECT basename(log_path) AS file, count(*) AS lines,"
-                                           " group_concat(continued_from) AS header FROM nerolt_orvane_base"
-                                           " GROUP BY log_path ORDER BY log_path");
-        const QStringList expected{
-            "app-2024-03-05_14-07-09.log ; 102402 ; null",
-            "app-2024-03-07_14-07-09.log ; 4 ; app-2024-03-05_14-07-09.log",
-            "app.log ; 3 ; app-2024-03-07_14-07-09.log",
-        };
-        QCOMPARE(Ask(sql, {"file", "lines", "header"}, LogFiles()), expected);
-    }
-
     // lnav orders lines of the same millisecond by their position in their files, whichever these are.
     void rotatedWithinOneMillisecond()
     {
-        Run("threeFiles", {MakeEarlierLog(kEarlierLine, true), "still"});
+        Run("threeFiles", {MakeEarlierLog(), "still"});
         const QStringList expected{
             "2024-03-03 10:00:00.000 ; earlier",
             "2024-03-05 14:07:09.043 ; first",
@@ -295,7 +270,7 @@ private Q_SLOTS:
 
     void lateLineKeepsItsPlace()
     {
-        Run("lateLine", {MakeEarlierLog(kEarlierLine, true)});
+        Run("lateLine", {MakeEarlierLog()});
         const QStringList expected{
             "2024-03-03 10:00:00.000 ; 2024-03-03 10:00:00.000 ; earlier",
             "2024-03-05 14:07:09.052 ; 2024-03-05 14:07:09.052 ; first",
@@ -307,6 +282,7 @@ private Q_SLOTS:
         };
         QCOMPARE(Select({"log_time", "log_actual_time", "log_body"}, LogFiles()), expected);
     }
+
     // On a log in which each query finds something.
     void queriesOfThePage()
     {
