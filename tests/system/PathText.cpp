@@ -1,7 +1,6 @@
 #include "PathText.h"
 
 #include "InstalledHook.h"
-#include "support/LogText.h"
 
 #include <NeroltOrvaneBase/Logger.h>
 
@@ -76,9 +75,4 @@ int PathText::Logged(int level, const std::function<void()>& calls)
     Logger::SetLoggerFileName(kLog, false);
     Logger::StopLogging();
     return 0;
-}
-
-QList<QByteArray> PathText::BodiesOf(const TestSupport::ScenarioResult& result)
-{
-    return LogText::Bodies(LogText::Read(result.iFolder.filePath(kLog)));
 }

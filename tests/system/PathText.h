@@ -2,9 +2,7 @@
 
 #include "support/TestMain.h"
 
-#include <QtCore/QByteArray>
 #include <QtCore/QFile>
-#include <QtCore/QList>
 #include <QtCore/QStringList>
 
 #include <functional>
@@ -31,8 +29,5 @@ QString PathWith(const QString& folder);
 
 /// For a scenario: runs the calls with a hook installed and only their own lines in the log. Returns the exit code.
 int Logged(int level, const std::function<void()>& calls);
-
-/// The lines that Logged wrote to the log, without the time stamps.
-QList<QByteArray> BodiesOf(const TestSupport::ScenarioResult& result);
 
 } // namespace PathText

@@ -161,7 +161,7 @@ private Q_SLOTS:
         QCOMPARE(Starts(), Both(iLogs));
         const QList<QByteArray> traces{"|25|Trace|ReportSystemDetails|Enter.",
                                        "|25|Trace|SystemConfig::GetPath|The test path is " + iUser.toUtf8()};
-        QCOMPARE(BodiesOf(result), LogScenario::Passing(traces + AllLines(iLogs.toUtf8()), mask));
+        QCOMPARE(LogScenario::LeftBy(result), LogScenario::Passing(traces + AllLines(iLogs.toUtf8()), mask));
         for (const QString& script : Both(iLogs))
             QVERIFY(!QFileInfo(script).isExecutable());
     }
@@ -198,7 +198,7 @@ private Q_SLOTS:
         if (!hasGraphics)
             lines += GraphicsLines(logs);
         QCOMPARE(Starts(), starts);
-        QCOMPARE(BodiesOf(result), lines);
+        QCOMPARE(LogScenario::LeftBy(result), lines);
         QVERIFY(!hasDiagnostic || LogText::Read(iLogs + Text("/qtdiag.log")) == "old");
         QVERIFY(!hasGraphics || LogText::Read(iLogs + Text("/graphics.log")) == "old");
     }
@@ -281,7 +281,7 @@ private Q_SLOTS:
         ::chmod(iLogs.toUtf8().constData(), 0755);
         QVERIFY2(result.IsOk(), result.Describe().constData());
         QCOMPARE(Starts(), startsGraphics ? QStringList{iLogs + Text("/graphics.sh")} : QStringList());
-        QCOMPARE(BodiesOf(result), AllLines(iLogs.toUtf8()));
+        QCOMPARE(LogScenario::LeftBy(result), AllLines(iLogs.toUtf8()));
         QCOMPARE(LogText::Read(Text("mine")), old);
         QVERIFY(!QFile::exists(Text("none")) && !QFile::exists(iUser + Text("/none")));
         if (QFileInfo(iLogs + Text("/qtdiag.sh")).isFile())
