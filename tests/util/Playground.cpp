@@ -7,34 +7,10 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <linux/magic.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace {
-
-const char* const kMemory = "/dev/shm";
-
-bool IsMemory(const QString& place)
-{
-    struct statfs status = {};
-    return ::statfs(QFile::encodeName(place).constData(), &status) == 0 && status.f_type == TMPFS_MAGIC;
-}
-
-bool KeepsFlag(const Playground& ground)
-{
-    const QString path = ground.File(QStringLiteral("flag probe"));
-    return FileState::SetImmutable(path, true) && FileState::IsImmutable(path);
-}
-
-bool KeepsAsMuch(const QString& place)
-{
-    const Playground ground(place);
-    const QString path = ground.File(QStringLiteral("attribute probe"));
-    return !path.isEmpty() && FileState::SetAttribute(path, "user.probe", "x")
-        && KeepsFlag(ground) == Playground::MayFlag();
-}
 
 void Unlock(const QFileInfo& entry)
 {
@@ -69,11 +45,11 @@ QString MakeNode(const QString& path, int mode, mode_t type)
 
 } // namespace
 
-Playground::Playground(const QString& place)
-    : iFolder(place + QStringLiteral("/NeroltOrvaneBase-ground"))
+Playground::Playground()
+    : iFolder(TestSupport::Scratch() + QStringLiteral("/ground"))
 {
     if (!iFolder.isValid())
-        qFatal("cannot make a folder in %s", qPrintable(place));
+        qFatal("cannot make a folder");
     Finish(iFolder.path(), 0755);
 }
 
@@ -119,17 +95,9 @@ QString Playground::FileOfRoot(const QString& name, int mode) const
     return path;
 }
 
-void Playground::AddPlaces()
-{
-    QTest::addColumn<QString>("place");
-    QTest::newRow("scratch") << TestSupport::Scratch();
-    const QString memory = QLatin1String(kMemory);
-    if (IsMemory(memory) && QFileInfo(memory).isWritable() && KeepsAsMuch(memory))
-        QTest::newRow("memory") << memory;
-}
-
 bool Playground::MayFlag()
 {
-    static const bool may = KeepsFlag(Playground(TestSupport::Scratch()));
-    return may;
+    const Playground ground;
+    const QString path = ground.File(QStringLiteral("flag probe"));
+    return FileState::SetImmutable(path, true) && FileState::IsImmutable(path);
 }

@@ -87,8 +87,6 @@ class tst_FileInfoMac : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase_data() { Playground::AddPlaces(); }
-
     void init() { SetZone("UTC"); }
 
     void cleanup()
@@ -136,9 +134,8 @@ private Q_SLOTS:
     }
     void instants()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(qint64, msecs);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file"), ground.Folder("folder"), ground.Pipe("pipe")}) {
             if (msecs < Msecs("1902-01-01T00:00:00.000Z"))
                 continue;
@@ -156,8 +153,7 @@ private Q_SLOTS:
 
     void finerTimesAreCut()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         const std::pair<qint64, qint64> cases[] = {{1123999999, 1123}, {-1, -1}, {-1500000, -2}, {-999999999, -1000}};
         for (const auto& [ns, msecs] : cases) {
@@ -169,12 +165,11 @@ private Q_SLOTS:
 
     void eachTypeSetsItsTimeOnly()
     {
-        QFETCH_GLOBAL(QString, place);
         const qint64 access = 1111111111111111111;
         const qint64 modification = 1222222222222222222;
         for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite}) {
             const bool isCreation = type == FileTimeCreation;
-            const Playground ground(place);
+            const Playground ground;
             const QString path = ground.File("file");
             QVERIFY(FileState::SetTimes(path, access, modification));
             const QDateTime born = Utc(FloorMs(FileState::BirthTime(path)));
@@ -191,8 +186,7 @@ private Q_SLOTS:
 
     void anyKindOfTime()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         SetZone("America/St_Johns");
         const QTimeZone zone("Asia/Kathmandu");
@@ -209,8 +203,7 @@ private Q_SLOTS:
 
     void fileSystemWithoutTimes()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         gHiddenFields = STATX_BTIME;
         QVERIFY(!Get(path, FileTimeCreation).isValid());
@@ -240,9 +233,8 @@ private Q_SLOTS:
     }
     void noSuchFile()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(QString, name);
-        const Playground ground(place);
+        const Playground ground;
         const QString file = ground.File("file");
         const QString closed = ground.Folder("closed");
         ground.File("closed/inner");
@@ -269,8 +261,7 @@ private Q_SLOTS:
 
     void linksAreFollowed()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file"), ground.Folder("folder")}) {
             const QString link = ground.Link(path, QFileInfo(path).fileName() + QStringLiteral(" link"));
             struct stat before = {};
@@ -289,8 +280,7 @@ private Q_SLOTS:
 
     void whatSetsNothing()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         QVERIFY(FileState::SetTimes(path, 5 * kNsPerMs, 6 * kNsPerMs));
         for (const int type : {7, 3, -1, 256, INT_MIN, INT_MAX}) {

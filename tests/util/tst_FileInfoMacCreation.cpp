@@ -22,9 +22,9 @@ using namespace FileTimes;
 namespace {
 
 // The only attribute that setting the creation time added, whatever its name.
-QByteArray CreationAttribute(const QString& place)
+QByteArray CreationAttribute()
 {
-    const Playground ground(place);
+    const Playground ground;
     const QString path = ground.File("file");
     Set(path, FileTimeCreation);
     const QList<QByteArray> names = FileState::AttributeNames(path);
@@ -39,12 +39,9 @@ class tst_FileInfoMacCreation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase_data() { Playground::AddPlaces(); }
-
     void creationTimeStaysWithTheFile()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         QVERIFY(Set(path, FileTimeCreation));
 
@@ -72,11 +69,10 @@ private Q_SLOTS:
     }
     void attributeOfTheCreationTime()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(QByteArray, text);
         QFETCH(bool, isTime);
-        const QByteArray name = CreationAttribute(place);
-        const Playground ground(place);
+        const QByteArray name = CreationAttribute();
+        const Playground ground;
         const QString path = ground.File("file");
         QVERIFY(FileState::SetAttribute(path, name.constData(), text));
         const qint64 expected = isTime ? kSomeTime : FloorMs(FileState::BirthTime(path));
@@ -96,9 +92,8 @@ private Q_SLOTS:
     }
     void creationTimeThatTheModeDenies()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(int, mode);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file", mode), ground.Folder("folder", mode)}) {
             const OrdinaryUser user;
             QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
@@ -116,8 +111,7 @@ private Q_SLOTS:
     // One thread sees the permission that another has granted for a moment, and then finds it removed.
     void threadsThatTheModeDenies()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file", 0400);
         const OrdinaryUser user;
         std::atomic<int> failed{0};
@@ -136,8 +130,7 @@ private Q_SLOTS:
 
     void whatKeepsNoCreationTime()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.Pipe("pipe", 0666);
         QVERIFY(!Set(path, FileTimeCreation));
         QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
@@ -154,9 +147,8 @@ private Q_SLOTS:
     }
     void refusedTimes()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(int, error);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         const QDateTime born = Get(path, FileTimeCreation);
         {
@@ -186,9 +178,8 @@ private Q_SLOTS:
     }
     void timesOfLockedFiles()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(bool, byFlag);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file"), ground.Folder("folder", 0750)}) {
             std::optional<OrdinaryUser> user;
             if (!byFlag)
@@ -221,10 +212,9 @@ private Q_SLOTS:
     }
     void filesOfOthers()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(bool, ofRoot);
         QFETCH(int, mode);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ofRoot ? ground.FileOfRoot("file", mode) : ground.File("file", mode);
         QVERIFY(FileState::SetTimes(path, 0, 0));
         const QDateTime born = Get(path, FileTimeCreation);
@@ -241,8 +231,7 @@ private Q_SLOTS:
     // Only the path leads to the attribute of a file that its owner may not read.
     void byDescriptorOfAFileThatMayNotBeRead()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file");
         QVERIFY(Set(path, FileTimeCreation));
         OrdinaryUser::Own(path);
@@ -256,8 +245,7 @@ private Q_SLOTS:
 
     void nothingIsOpenedAndReadingChangesNothing()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file", 0400), ground.Folder("folder"), ground.Pipe("pipe")}) {
             const OrdinaryUser user;
             FileWatch opens(path, FileWatch::Opens);
@@ -279,8 +267,7 @@ private Q_SLOTS:
 
     void lock()
     {
-        QFETCH_GLOBAL(QString, place);
-        const Playground ground(place);
+        const Playground ground;
         const QString path = ground.File("file", 0664);
         const OrdinaryUser user;
         FileInfoMac info(path);

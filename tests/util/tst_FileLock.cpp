@@ -185,8 +185,6 @@ class tst_FileLock : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase_data() { Playground::AddPlaces(); }
-
     void steps_data()
     {
         QTest::addColumn<QString>("steps");
@@ -201,11 +199,10 @@ private Q_SLOTS:
     }
     void steps()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(QString, steps);
         QFETCH(int, call);
         QFETCH(int, error);
-        const Playground ground(place);
+        const Playground ground;
         const QDir open(QStringLiteral("/proc/self/fd"));
         const auto descriptors = open.entryList(QDir::AllEntries | QDir::System).size();
         for (const QString& path : {ground.File("file"), ground.Folder("folder")}) {
@@ -226,9 +223,8 @@ private Q_SLOTS:
     }
     void flags()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(bool, byFlag);
-        const Playground ground(place);
+        const Playground ground;
         for (const QString& path : {ground.File("file", 0664), ground.Folder("folder", 0775)}) {
             const int mode = FileState::Mode(path);
             const int before = FileState::Flags(path) | FS_NODUMP_FL;
@@ -263,10 +259,9 @@ private Q_SLOTS:
     }
     void neitherFlagNorAttribute()
     {
-        QFETCH_GLOBAL(QString, place);
         QFETCH(int, mode);
         QFETCH(int, unlocked);
-        const Playground ground(place);
+        const Playground ground;
         const CallFailure flags(CallFailure::GetFlags, ENOTTY);
         const CallFailure reading(CallFailure::GetAttribute, ENOTSUP);
         const CallFailure writing(CallFailure::SetAttribute, ENOTSUP);

@@ -77,7 +77,7 @@ private Q_SLOTS:
     // Uses the path if the descriptor is not open.
     void millisecondsByDescriptor()
     {
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         const QString path = ground.File("file");
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QFETCH(int, type);
         QFETCH(bool, exists);
         QFETCH(bool, succeeds);
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         ground.Link(ground.File("file"), "link");
         ground.Folder("folder");
         ground.Link(ground.Path("nowhere"), "dangling");
@@ -140,7 +140,7 @@ private Q_SLOTS:
 
     void linesAboutTheReadOnlyFlag()
     {
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         const QString file = ground.File("file");
         for (const QString& path : {file, ground.Path("%1 %2 100%"), QString()}) {
             for (const bool flag : {true, false}) {
@@ -182,7 +182,7 @@ private Q_SLOTS:
         QFETCH(bool, changes);
         const bool isWritable = (permissions & QFileDevice::WriteUser) != 0;
         for (const int mask : {LogScenario::kAllLevels, int(LoggerDefs::Trace), 55, 0}) {
-            const Playground ground(TestSupport::Scratch());
+            const Playground ground;
             const QString path = ground.File("%1 file", mode);
             const QString link = ground.Link(path, "link");
             const QString& used = mask == 0 ? link : path;
@@ -208,7 +208,7 @@ private Q_SLOTS:
         QFETCH(bool, asRoot);
         QFETCH(int, mode);
         QFETCH(bool, isWritable);
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         const QString path = ground.Folder("folder");
         const QString inner = ground.File("folder/inner", 0444);
         QVERIFY(FileState::SetMode(path, mode));
@@ -219,7 +219,7 @@ private Q_SLOTS:
 
     void resetMissing()
     {
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         ground.File("file");
         ground.Link(ground.Path("nowhere"), "dangling");
         for (const QString& path :
@@ -261,7 +261,7 @@ private Q_SLOTS:
         QFETCH(int, permissions);
         QFETCH(bool, changes);
         QFETCH(int, unlocked);
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         const QString path = ground.File("file", mode);
         {
             std::optional<OrdinaryUser> user;
@@ -282,7 +282,7 @@ private Q_SLOTS:
     // FileUtilities without the log line, and its platform layer.
     void othersLogNothing()
     {
-        const Playground ground(TestSupport::Scratch());
+        const Playground ground;
         const Lines lines = LoggedBy([&] {
             for (const QString& path : {ground.File("file"), ground.Path("missing"), QString()}) {
                 FileUtilities::GetMSecs(path, FileTimeCreation);
