@@ -209,9 +209,9 @@ private Q_SLOTS:
     void strings()
     {
         const char bytes[] = "a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\0b";
-        const std::string narrow(bytes, sizeof bytes - 1);
+        const std::string narrow(bytes, sizeof bytes - 1); // with a NUL in it
         const std::wstring wide{L'a', 0xe9, 0x20ac, 0x1f600, 0, L'b'};
-        const QString text = QString::fromUtf8(bytes, sizeof bytes - 1);
+        const QString text = QString::fromUtf8(bytes, int(sizeof bytes) - 1);
         QVERIFY(SystemConfig::QStringToWString(text) == wide);
         QVERIFY(SystemConfig::QStringToString(text) == narrow);
         QCOMPARE(SystemConfig::WStringToQString(wide), text);

@@ -44,7 +44,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, diagnostic);
         QFETCH(QByteArray, output);
         QFETCH(QString, data);
-        const QString folder = Text("%1 it's;a&b|c>d(e)*?[f]#~ \xc3\xbc");
+        // The program is looked for beside the executable, in a bundle, too.
+        const QString folder = Text("%1 it's;a&b|c>d(e)*?[f]#~ \xc3\xbc/MacOS");
         const QString user = iFolder + Text("/") + folder + Text("/t");
         QVERIFY(QDir().mkpath(user + Text("/Logs")));
         QVERIFY(diagnostic.isEmpty() || WriteProgram(folder + Text("/qtdiag"), diagnostic));
