@@ -128,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(FileState::Mode(path), 0400);
     }
 
-    void whatKeepsNoCreationTime()
+    void pipeKeepsNoAttributes()
     {
         const Playground ground;
         const QString path = ground.Pipe("pipe", 0666);
@@ -136,6 +136,10 @@ private Q_SLOTS:
         QCOMPARE(Get(path, FileTimeCreation), Utc(FloorMs(FileState::BirthTime(path))));
         QVERIFY(Set(path, FileTimeModification));
         QCOMPARE(Get(path, FileTimeModification), Utc(kSomeTime));
+        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(true));
+        QCOMPARE(FileState::Mode(path), 0444);
+        QVERIFY(FileInfoMac(path).SetReadOnlyFlag(false));
+        QCOMPARE(FileState::Mode(path), 0644);
     }
 
     void refusedTimes_data()

@@ -1,28 +1,20 @@
 #include "FileState.h"
+#include "FileTimes.h"
 #include "Playground.h"
 #include "support/LogScenario.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestMain.h"
 
-#include <NeroltOrvaneBase/FileInfoMac.h>
 #include <NeroltOrvaneBase/FileUtilities.h>
-
-#include <QtCore/QDateTime>
 
 #include <optional>
 
 using LogScenario::LoggedBy;
 using LogScenario::Passing;
+using namespace FileTimes;
 using Lines = QList<QByteArray>;
 
 namespace {
-
-constexpr qint64 kSomeTime = 1700000000123;
-
-QDateTime SomeTime()
-{
-    return QDateTime::fromMSecsSinceEpoch(kSomeTime, Qt::UTC);
-}
 
 QByteArray FlagLine(const QString& path, bool flag)
 {
@@ -85,7 +77,7 @@ private Q_SLOTS:
         QVERIFY(born);
         QCOMPARE(FileUtilities::GetMSecs(path, FileTimeCreation, file.handle()), born);
         for (const FileTimeType type : {FileTimeCreation, FileTimeModification, FileTimeWrite}) {
-            QVERIFY(FileUtilities::SetTime(path, SomeTime().addMSecs(type), type, false));
+            QVERIFY(FileUtilities::SetTime(path, Utc(kSomeTime + type), type, false));
             const std::optional<qint64> expected(kSomeTime + type);
             QCOMPARE(FileUtilities::GetMSecs(path, type, file.handle()), expected);
             QCOMPARE(FileUtilities::GetMSecs(path, type, -1), expected);
@@ -129,9 +121,9 @@ private Q_SLOTS:
         for (const int mask : {LogScenario::kAllLevels, int(LoggerDefs::Trace), 55}) {
             for (const bool logIt : {false, true}) {
                 const auto call = [&] {
-                    QCOMPARE(FileUtilities::SetTime(path, SomeTime(), FileTimeType(type), logIt), succeeds);
+                    QCOMPARE(FileUtilities::SetTime(path, Utc(kSomeTime), FileTimeType(type), logIt), succeeds);
                     QCOMPARE(FileUtilities::GetTime(path, FileTimeType(type), logIt),
-                             succeeds ? SomeTime() : QDateTime());
+                             succeeds ? Utc(kSomeTime) : QDateTime());
                 };
                 QCOMPARE(LoggedBy(call, mask), logIt ? Passing(lines, mask) : Lines());
             }
@@ -289,7 +281,7 @@ private Q_SLOTS:
                 FileInfoMac info(path);
                 for (const int type : {0, 1, 7}) {
                     info.GetTime(FileTimeType(type));
-                    info.SetTime(SomeTime(), FileTimeType(type));
+                    info.SetTime(Utc(kSomeTime), FileTimeType(type));
                 }
                 info.SetReadOnlyFlag(true);
                 info.SetReadOnlyFlag(false);
