@@ -156,8 +156,9 @@ private Q_SLOTS:
             SystemConfig::SetStringInCurrentUser(Text("LoggedIn"), Text("false"), false);
             SystemConfig::SetDWORDInCurrentUser(Text("User"), Text("LoggedIn"), 0);
         };
+        const QStringList before = Tree(QDir::homePath());
         QCOMPARE(LogScenario::LoggedBy(facts), QList<QByteArray>());
-        QCOMPARE(Tree(iFolder), Texts({"prefs.ini"}));
+        QCOMPARE(Tree(QDir::homePath()), before);
         QCOMPARE(LogText::Read(Text("prefs.ini")), QByteArray("[User]\nLoggedIn=true\n"));
     }
 
@@ -196,7 +197,7 @@ private Q_SLOTS:
             QCOMPARE(LogScenario::LoggedBy(call, mask), LogScenario::Passing(lines, mask));
         }
         QCOMPARE(LogText::Read(Text("prefs.ini")), prefs);
-        QCOMPARE(QFile::exists(Text("prefs.ini")), !prefs.isNull());
+        QCOMPARE(Tree(iFolder), prefs.isNull() ? QStringList() : Texts({"prefs.ini"}));
     }
 
     void everyCallReadsTheFileOfTheUsersData()

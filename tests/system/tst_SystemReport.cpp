@@ -274,7 +274,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(iLogs) && Write(Text("mine"), old) && QDir::setCurrent(iUser));
         QCOMPARE(QProcess::execute(Text("sh"), {Text("-c"), Text(way)}), 0);
         QVERIFY(QDir::setCurrent(iFolder));
-        for (const QString& path : {iFolder + Text("/mine"), iFolder})
+        for (const QString& path : {iFolder + Text("/mine"), iUser, iFolder})
             OrdinaryUser::Own(path);
         ::chmod(iLogs.toUtf8().constData(), mode_t(mode)); // if it is there
         const auto result = Recorded("ordinaryReport");
