@@ -125,9 +125,12 @@ private Q_SLOTS:
     // What the other tests replace, and what they cannot see: the path is as it is.
     void text()
     {
-        const QString script = ReportText::LinuxGraphicsScript(Text("/%1 $x/`y`\\.log"));
+        const QString path = Text("/%1 $x/`y`\\.log");
+        const QString target = Text(" > \"") + path + Text("\"");
+        const QString script = ReportText::LinuxGraphicsScript(path);
         QCOMPARE(script.count(Text("/sys/class/drm/*/")), 3);
-        QVERIFY(script.endsWith(Text("} 2>/dev/null > \"/%1 $x/`y`\\.log\"")));
+        QVERIFY(script.endsWith(Text("} 2>/dev/null") + target));
+        QCOMPARE(ReportText::MacGraphicsScript(path), Text("system_profiler SPDisplaysDataType") + target);
     }
 
     void report_data()

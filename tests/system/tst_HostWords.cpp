@@ -67,7 +67,7 @@ private Q_SLOTS:
         };
         row("universal", kUniversal, "Universal", "Universal");
         row("both words, ARM first", "arm64 x86_64", "Universal", "Universal");
-        row("Intel", "/x: Mach-O 64-bit dynamically linked shared library x86_64", "intelx64", "intelx64");
+        row("Intel", "/x: Mach-O 64-bit dynamically linked shared library x86_64h", "intelx64", "intelx64");
         row("ARM", "/x: Mach-O 64-bit dynamically linked shared library arm64", "arm64", "arm64");
         row("ARM with pointer authentication", kArm64e, "arm64", "arm64");
         row("32 bits", "/x: Mach-O dynamically linked shared library i386", "", "");

@@ -189,6 +189,8 @@ private Q_SLOTS:
         QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, false, true), Text("/u/NeroltOrvane_fr"));
         QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, true, false), Text("/u/UIContentHost_fr.qm"));
         QCOMPARE(SystemConfig::GetUserLocalePath(fr, true, true, true), Text("/u/NeroltOrvane_fr.qm"));
+        SystemConfig::SetTestPath(Text("/t"));
+        QCOMPARE(SystemConfig::GetUserLocalePath(fr, false, true, true), Text("NeroltOrvane_fr.qm"));
     }
 
     void pathIsTraced_data() { LogScenario::AddMasks({LoggerDefs::Trace, LoggerDefs::Debug}); }
@@ -212,7 +214,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("application");
         QTest::addColumn<QString>("below");
         QTest::newRow("A.app/Contents/MacOS") << Text("A.app/Contents/") << Text("A.app/Contents");
-        QTest::newRow("usr/bin") << Text("usr/bin") << Text("usr/bin");
+        QTest::newRow("usr/macos") << Text("usr/macos") << Text("usr/macos");
         QTest::newRow("MacOSX/bin") << Text("MacOS") << Text("MacOS");
         QTest::newRow("A.app/Contents/MacOS/x") << Text("A.app/Contents/Ma") << Text("A.app/Contents/Ma");
     }

@@ -108,7 +108,7 @@ private Q_SLOTS:
             "Architecture: x\r\nBuild: y\r\nScreens:\r\nw\r\n");
         row("empty", "", "");
         row("first line drops", "Fonts\na\n", "");
-        row("on and off again", "a\nFonts\nb\nTheme\nc\nGPU\nd\nNetwork\ne\nFonts\nf\n",
+        row("on and off again", "a\nFonts\nLocales:\nTheme\nc\nGPU\nd\nNetwork\ne\nFonts\nf\n",
             "a\r\nGPU\r\nd\r\nNetwork\r\ne\r\n");
         row("indented headings", "a\n  Fonts:\nb\n\tGPU:\nc\n", "a\r\n\tGPU:\r\nc\r\n");
         row("word inside a dropped section", "Fonts:\n  x\n  Network Sans\n  y\n", "  Network Sans\r\n  y\r\n");
