@@ -118,7 +118,7 @@ private Q_SLOTS:
         std::vector<std::thread> threads;
         for (int thread = 0; thread < 3; ++thread) {
             threads.emplace_back([&path, &failed] {
-                for (int i = 0; i < 10000; ++i)
+                for (int i = 0; i < 20000; ++i)
                     failed += Set(path, FileTimeCreation) ? 0 : 1;
             });
         }

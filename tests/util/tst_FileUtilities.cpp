@@ -207,6 +207,9 @@ private Q_SLOTS:
         QCOMPARE(LoggedByReset(path, asRoot), ResetLines(path, isWritable));
         QCOMPARE(FileState::Mode(path), mode);
         QCOMPARE(FileState::Mode(inner), 0444);
+        const QString pipe = ground.Pipe("pipe", 0200); // is no file either
+        QCOMPARE(LoggedByReset(pipe, asRoot), Lines());
+        QCOMPARE(FileState::Mode(pipe), 0200);
     }
 
     void resetMissing()

@@ -84,7 +84,8 @@ private Q_SLOTS:
         AddRow("null value", "http://h/?a=1&b=2", "a", "http://h/?b=2&a");
         AddRow("empty value, new", "http://h/", "a=", "http://h/?a=");
         AddRow("empty key", "http://h/?=1&a=2", "=v", "http://h/?a=2&=v");
-        AddRow("plus is no blank", "http://h/?a+b=1", "a b=c", "http://h/?a+b=1&a%20b=c");
+        AddRow("same value, at the end", "http://h/?a=1&b=2", "a=1", "http://h/?b=2&a=1");
+        AddRow("plus is no blank", "http://h/?a+b=1", "a b=c+d", "http://h/?a+b=1&a%20b=c+d");
         AddRow("equals sign in a value", "http://h/?x=1", "a=c=d", "http://h/?x=1&a=c%3Dd");
         AddRow("beyond ASCII", "http://h/?%C3%BC=1&x=2", "\xc3\xbc=\xf0\x9f\x98\x80",
                "http://h/?x=2&%C3%BC=%F0%9F%98%80");
