@@ -17,6 +17,11 @@ NEROLT_PRIVATE(SettingsIniFile, iRemoved, StoreTable)
 /// The contents of a SettingsIniFile, in its order and spelling.
 namespace StoreContents {
 
+inline QVariant Text(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
 /// The line of one value: its type counts, not only its text.
 inline QString Line(const QString& section, const QString& key, const QVariant& value)
 {
