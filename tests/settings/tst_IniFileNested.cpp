@@ -1,8 +1,11 @@
-#include "ListedSettings.h"
+#include "IniFiles.h"
 
+#include <NeroltOrvaneBase/IniFile.h>
 #include <NeroltOrvaneBase/SettingsIniFile.h>
 
 #include <QtCore/QPair>
+#include <QtCore/QSettings>
+#include <QtCore/QVariant>
 #include <QtCore/QVector>
 #include <QtTest/QtTest>
 
@@ -15,6 +18,32 @@ using IniFiles::Read;
 namespace {
 
 constexpr QLatin1Char kSeparator('/');
+
+// The framework's settings, right about every file: all keys are listed before anything else is asked or done.
+class ListedSettings : public QSettings // clazy:exclude=missing-qobject-macro
+{
+public:
+    explicit ListedSettings(const QString& path)
+        : QSettings(path, QSettings::IniFormat)
+        , iKeys(allKeys())
+    {
+    }
+
+    const QStringList& Keys() const { return iKeys; }
+
+    // As IniFiles::Get.
+    QString Text(const QString& group, const QString& key)
+    {
+        beginGroup(group);
+        const QString text = IniFile::SettingValue(value(key), false);
+        const bool isThere = contains(key);
+        endGroup();
+        return isThere ? text : QStringLiteral("<none>");
+    }
+
+private:
+    const QStringList iKeys;
+};
 
 using Question = QPair<QString, QString>; // a group and a key in it
 
