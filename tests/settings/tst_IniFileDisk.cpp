@@ -95,20 +95,6 @@ private Q_SLOTS:
         QCOMPARE(Get(ini), QStringLiteral("2"));
     }
 
-    // The framework compares only the size and time of the file: docs/settings.md says so.
-    void aChangeOfTheSameSizeAndTimeIsNotSeen()
-    {
-        const QString path = NewFile("[A]\nk=1\nother=1\n");
-        IniFile ini(path);
-        QCOMPARE(Get(ini), QStringLiteral("1"));
-        const QDateTime time = QFileInfo(path).lastModified();
-        Write(path, "[A]\nk=2\nother=2\n");
-        SetTime(path, time);
-        QCOMPARE(Get(ini), QStringLiteral("1"));
-        ini.SetKeyValue(kGroup, QStringLiteral("other"), 3);
-        QCOMPARE(Read(path), QByteArray("[A]\nk=1\nother=3\n"));
-    }
-
     void objectsOnOneFileSeeEachOther()
     {
         const QString path = NewPath();
