@@ -10,7 +10,6 @@
 #include <QtTest/QtTest>
 
 #include <csignal>
-#include <memory>
 #include <sys/resource.h>
 
 using namespace IniFiles;
@@ -208,30 +207,6 @@ private Q_SLOTS:
         SetTime(path, QFileInfo(path).lastModified().addSecs(-1));
         Get(ini);
         QCOMPARE(Read(path), QByteArray("[A]\nk=v\nx=1\n"));
-    }
-
-    // For root a read-only file is like any other.
-    void aReadOnlyFile_data()
-    {
-        QTest::addColumn<bool>("asRoot");
-        QTest::addColumn<QByteArray>("after");
-        QTest::newRow("ordinary user") << false << QByteArray("[A]\nk=1\n");
-        if (OrdinaryUser::IsTestRoot())
-            QTest::newRow("root") << true << QByteArray("[A]\nk=2\n");
-    }
-    void aReadOnlyFile()
-    {
-        QFETCH(bool, asRoot);
-        QFETCH(QByteArray, after);
-        const QString folder = NewFolder();
-        const QString path = QDir(folder).filePath(QStringLiteral("s.ini"));
-        Write(path, "[A]\nk=1\n");
-        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
-        OrdinaryUser::Own(path);
-        OrdinaryUser::Own(folder);
-        const auto user = asRoot ? nullptr : std::make_unique<OrdinaryUser>();
-        IniFile(path).SetKeyValue(kGroup, kKey, 2);
-        QCOMPARE(Read(path), after);
     }
 
     void aFileThatVanishes()

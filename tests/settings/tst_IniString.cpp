@@ -70,15 +70,6 @@ private Q_SLOTS:
         }
     }
 
-    void comparingLeavesTheTextWhereItIs()
-    {
-        static const QChar memory[] = {'K', 'e', 'y', 's'}; // not owned by the string, and without a terminating zero
-        const QString text = QString::fromRawData(memory, 3);
-        const IniString name(text);
-        QVERIFY(name == IniString(QStringLiteral("kEY")));
-        QVERIFY(text.constData() == memory && QString(name).constData() == memory);
-    }
-
     void order_data()
     {
         QTest::addColumn<QString>("first");
@@ -127,29 +118,6 @@ private Q_SLOTS:
         for (ushort first = 0; first < 128; ++first) {
             for (ushort second = 0; second < 128; ++second)
                 QCOMPARE(WrongIn(QStringLiteral("x") + QChar(first), QStringLiteral("X") + QChar(second)), QString());
-        }
-    }
-
-    // Wherever the texts differ, for the first, second and third time, and however long they are.
-    void everyPlaceInEveryLength()
-    {
-        const QString letters = QStringLiteral("abcdefghijklmnopqrs");
-        const QChar differences[] = {QLatin1Char('A'), QLatin1Char('_'), QLatin1Char('~'), QChar(0xe4), QChar(0x212a)};
-        for (int size = 0; size <= letters.size(); ++size) {
-            const QString text = letters.left(size);
-            QCOMPARE(WrongIn(text.toUpper(), text), QString());
-            QCOMPARE(WrongIn(text.toUpper(), letters), QString());
-            for (int place = 0; place < size; ++place) {
-                for (const QChar& difference : differences) {
-                    QString other = text;
-                    other[place] = difference;
-                    QCOMPARE(WrongIn(text, other), QString());
-                    other[size / 2] = other.at(size / 2).toUpper();
-                    other[size - 1] = other.at(size - 1).toUpper();
-                    QCOMPARE(WrongIn(text, other), QString());
-                    QCOMPARE(WrongIn(text, other + QLatin1Char('x')), QString());
-                }
-            }
         }
     }
 

@@ -1,6 +1,5 @@
 #include "IniFiles.h"
 #include "support/LogScenario.h"
-#include "support/OrdinaryUser.h"
 
 #include <NeroltOrvaneBase/HookedSingleton.h>
 #include <NeroltOrvaneBase/IniFile.h>
@@ -142,24 +141,6 @@ private Q_SLOTS:
         Get(ini, "A", "y");
         QVERIFY(!ini.Merge(source, kNoSection));
         QCOMPARE(Get(ini, "A", "x"), QStringLiteral("999"));
-    }
-
-    void aTargetThatMayNotBeWritten()
-    {
-        const QString folder = NewPath();
-        QVERIFY(QDir().mkpath(folder));
-        const QString target = QDir(folder).filePath(QStringLiteral("t.ini"));
-        Write(target, "[A]\nx=9\n");
-        const QString source = NewFile("[A]\nx=1\ny=2\n");
-        OrdinaryUser::Own(target);
-        OrdinaryUser::Own(folder);
-        const OrdinaryUser user;
-        QVERIFY(QFile::setPermissions(target, QFile::ReadOwner));
-        IniFile ini(target);
-        QVERIFY(ini.Merge(source, kNoSection));
-        QCOMPARE(Get(ini, "A", "y"), QStringLiteral("2"));
-        QCOMPARE(Read(target), QByteArray("[A]\nx=9\n"));
-        ini.RemoveKey(QStringLiteral("A"), QStringLiteral("y"));
     }
 
     void withoutAFile()
