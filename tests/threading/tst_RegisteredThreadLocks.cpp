@@ -4,8 +4,6 @@
 #include <NeroltOrvaneBase/RegisteredThread.h>
 
 #include <QtCore/QDeadlineTimer>
-#include <QtCore/QFile>
-#include <QtCore/QSemaphore>
 #include <QtTest/QtTest>
 
 #include <cstdio>
@@ -68,31 +66,6 @@ const Scenario kDestroyRunning("destroyRunning", [](const QStringList&) -> int {
     thread->start();
     delete thread;
     return 2;
-});
-
-// One thread uses the list and, through it, the log; the other uses the log and, through it, the list.
-const Scenario kRestartTheLog("restartTheLog", [](const QStringList&) {
-    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
-    std::atomic<bool> stop{false};
-    QSemaphore turns;
-    const auto lister = Started([&] {
-        while (!stop) {
-            const RegisteredThread first(nullptr, QStringLiteral("first"));
-            RegisteredThread::LogThreads();
-            const RegisteredThread second(nullptr, QStringLiteral("second"));
-            turns.release();
-        }
-    });
-    for (int i = 0; i < 60; ++i) {
-        turns.acquire();
-        Logger::SetLoggerFileName(QStringLiteral("app-%1.log").arg(i), true);
-    }
-    turns.acquire();
-    Logger::StopLogging();
-    turns.acquire();
-    stop = true;
-    lister->wait();
-    return QFile::exists(QStringLiteral("app-58.log")) ? 0 : 1;
 });
 
 // Arguments: what ends the log. Meanwhile, when the line that the log itself writes completes a batch, another thread
@@ -215,7 +188,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("scenario");
         QTest::addColumn<QString>("end");
         QTest::newRow("destroyed while running") << QByteArray("destroyRunning") << QString();
-        QTest::newRow("restart") << QByteArray("restartTheLog") << QString();
         for (const char* const end : {"change", "stop", "clean up"})
             QTest::newRow(end) << QByteArray("listWhileTheLogEnds") << QString::fromLatin1(end);
     }

@@ -144,16 +144,6 @@ private Q_SLOTS:
         QCOMPARE(receiver.iFiredOn, QThread::currentThread());
     }
 
-    void theReceiversEndDeletesIt()
-    {
-        auto receiver = std::make_unique<Receiver>();
-        const QPointer<QTimer> pending = RegisteredTimer::singleShot(kAnHour, receiver.get(), SLOT(fire()));
-        const QPointer<QTimer> fired = RegisteredTimer::singleShot(0, receiver.get(), SLOT(fire()));
-        QTRY_COMPARE(receiver->iFired, 1);
-        receiver.reset();
-        QVERIFY(!pending && !fired);
-    }
-
     void cleanupOfATree_data() { AddBooleans("recursive", "flat", "recursive"); }
     void cleanupOfATree()
     {
@@ -201,25 +191,6 @@ private Q_SLOTS:
         RegisteredTimer::Cleanup(&parent, false);
         QVERIFY(!first && !second && !third);
         QCOMPARE(parent.children(), QObjectList{late.data()});
-    }
-
-    void cleanupFromTheSlot_data() { AddBooleans("recursive", "by the receiver", "by the receiver's parent"); }
-    void cleanupFromTheSlot()
-    {
-        QFETCH(bool, recursive);
-        QObject top;
-        auto* const receiver = new Receiver(&top);
-        const QPointer<QTimer> timer = RegisteredTimer::singleShot(0, receiver, SLOT(fire()));
-        const QPointer<QTimer> other = RegisteredTimer::singleShot(0, receiver, SLOT(fire()));
-        bool goneInTheSlot = false;
-        receiver->iWhenFired = [&] {
-            RegisteredTimer::Cleanup(recursive ? &top : receiver, recursive);
-            goneInTheSlot = !timer && !other;
-        };
-        QTRY_COMPARE(receiver->iFired, 1);
-        RunTheEventLoop();
-        QVERIFY(goneInTheSlot);
-        QCOMPARE(receiver->iFired, 1);
     }
 
     void cleanupTimer_data() { AddBooleans("registered", "plain timer that repeats", "registered timer"); }
