@@ -56,7 +56,7 @@ private:
     {
         constexpr size_t kMaxBytes = 104857600;
         return boost::make_shared<logging::sinks::text_file_backend>(logging::keywords::file_name
-                                                                     = Files::LogPath(scenario.iFolder).toStdString(),
+                                                                     = scenario.LogPath().toStdString(),
                                                                      logging::keywords::rotation_size = kMaxBytes);
     }
 

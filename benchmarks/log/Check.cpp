@@ -1,8 +1,7 @@
 #include "Check.h"
 
-#include "Files.h"
-
 #include <QtCore/QByteArrayList>
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QVector>
@@ -23,6 +22,17 @@ bool HasStamp(const QByteArray& line)
             return false;
     }
     return true;
+}
+
+// All files that the log has become.
+QStringList FilesIn(const QString& folder)
+{
+    // "bench-<time>.log" comes before "bench.log".
+    QStringList paths;
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList({QStringLiteral("bench*")}, QDir::Files, QDir::Name))
+        paths += dir.filePath(name);
+    return paths;
 }
 
 class Checker
@@ -125,10 +135,11 @@ private:
 
 QString Check::Lines(const Scenario& scenario, Head head, const QByteArrayList& others)
 {
+    const QStringList paths = FilesIn(scenario.iFolder);
     if (head == Head::None)
-        return Files::All(scenario.iFolder).isEmpty() ? QString() : QStringLiteral("there is a file");
+        return paths.isEmpty() ? QString() : QStringLiteral("there is a file");
     Checker checker(scenario, head, others);
-    for (const QString& path : Files::All(scenario.iFolder)) {
+    for (const QString& path : paths) {
         const QString wrong = checker.CheckFile(path);
         if (!wrong.isEmpty())
             return QFileInfo(path).fileName() + QLatin1String(": ") + wrong;

@@ -15,7 +15,7 @@ public:
     static constexpr Check::Head kHead = Check::Head::Common;
 
     explicit CopyWriteTarget(const Scenario& scenario)
-        : iPath(Files::LogPath(scenario.iFolder).toLocal8Bit())
+        : iPath(scenario.LogPath().toLocal8Bit())
         , iIsShared(scenario.iThreads > 1)
     {
         iBatch.reserve(2 * kBatchBytes);

@@ -17,8 +17,10 @@ public:
         FLAGS_max_log_size = 100;
         FLAGS_stderrthreshold = google::GLOG_FATAL;
         google::InitGoogleLogging("bench");
+        if (scenario.iKind == QLatin1String("killed"))
+            google::InstallFailureSignalHandler();
         google::SetLogSymlink(google::GLOG_INFO, "");
-        google::SetLogDestination(google::GLOG_INFO, Files::LogPath(scenario.iFolder).toLocal8Bit().constData());
+        google::SetLogDestination(google::GLOG_INFO, scenario.LogPath().toLocal8Bit().constData());
     }
 
     // The first lines of a file.

@@ -36,8 +36,8 @@ private:
     {
         constexpr long kMaxBytes = 104857600;
         constexpr int kMaxFiles = 100;
-        log4cplus::SharedAppenderPtr file(new log4cplus::RollingFileAppender(
-            Files::LogPath(scenario.iFolder).toStdString(), kMaxBytes, kMaxFiles, false));
+        log4cplus::SharedAppenderPtr file(
+            new log4cplus::RollingFileAppender(scenario.LogPath().toStdString(), kMaxBytes, kMaxFiles, false));
         file->setLayout(std::make_unique<log4cplus::PatternLayout>(
             "%D{%Y-%m-%d %H:%M:%S.%q}" + Line::Head(Line::Level::Information).toStdString() + "%m%n"));
         return file;

@@ -19,8 +19,8 @@ void AddOptions(QCommandLineParser& parser)
         QStringLiteral("Measures one logger in one scenario, and prints the figures as JSON."));
     parser.addHelpOption();
     parser.addOptions({
-        {QStringLiteral("kind"), QStringLiteral("flat, bursty, stopped or host (flat)."), QStringLiteral("kind"),
-         QStringLiteral("flat")},
+        {QStringLiteral("kind"), QStringLiteral("flat, bursty, stopped, host or killed (flat)."),
+         QStringLiteral("kind"), QStringLiteral("flat")},
         {QStringLiteral("threads"), QStringLiteral("Threads that log (1)."), QStringLiteral("n"), QStringLiteral("1")},
         {QStringLiteral("lines"), QStringLiteral("Lines in all (100000)."), QStringLiteral("n"),
          QStringLiteral("100000")},
@@ -31,6 +31,11 @@ void AddOptions(QCommandLineParser& parser)
          QStringLiteral("level"), QStringLiteral("information")},
         {QStringLiteral("heap"), QStringLiteral("The heap of the host, in MiB (1024)."), QStringLiteral("n"),
          QStringLiteral("1024")},
+        {QStringLiteral("death"), QStringLiteral("crash, abort, terminate, kill, or recover after another's (kill)."),
+         QStringLiteral("death"), QStringLiteral("kill")},
+        {QStringLiteral("pause"), QStringLiteral("After each line before that death, in microseconds (0)."),
+         QStringLiteral("n"), QStringLiteral("0")},
+        {QStringLiteral("flush"), QStringLiteral("Every line (spdlog only).")},
         {QStringLiteral("folder"), QStringLiteral("An empty folder for the log (the current one)."),
          QStringLiteral("folder"), QDir::currentPath()},
     });
@@ -70,6 +75,9 @@ Scenario ReadScenario(const QCommandLineParser& parser)
     scenario.iShape.iCharacters = Number(parser, "characters", Line::kFewestCharacters, 100000);
     scenario.iShape.iIsMixed = parser.isSet(QStringLiteral("mixed"));
     scenario.iHeapMiB = Number(parser, "heap", 1, 65536);
+    scenario.iDeath = parser.value(QStringLiteral("death"));
+    scenario.iPauseUsecs = Number(parser, "pause", 0, 1000000);
+    scenario.iIsFlushed = parser.isSet(QStringLiteral("flush"));
     scenario.iFolder = parser.value(QStringLiteral("folder"));
     return scenario;
 }

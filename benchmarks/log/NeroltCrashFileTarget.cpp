@@ -4,30 +4,25 @@
 
 namespace {
 
-/// The library with a crash file.
-class NeroltCrashFileTarget
+// Set before the log starts.
+struct CrashFile
 {
-public:
-    using Log = NeroltTarget<Line::Level::Information>;
-    using Message = Log::Message;
-    static constexpr Check::Head kHead = Log::kHead;
-
-    explicit NeroltCrashFileTarget(const Scenario& scenario)
-        : iIsSet(Logger::SetCrashFile(QDir(scenario.iFolder).filePath(QStringLiteral("lines.crash"))))
-        , iLog(scenario)
+    explicit CrashFile(const Scenario& scenario)
     {
-        if (!iIsSet)
+        if (!Logger::SetCrashFile(QDir(scenario.iFolder).filePath(QStringLiteral("lines.crash"))))
             throw Failure{QStringLiteral("no crash file")};
     }
+};
 
-    static QByteArrayList Others() { return Log::Others(); }
-    void Write(const QString& text) { iLog.Write(text); }
-    void WriteIfOn(const QString& text) { iLog.WriteIfOn(text); }
-    void Finish() { iLog.Finish(); }
-
-private:
-    const bool iIsSet;
-    Log iLog;
+/// The library with a crash file.
+class NeroltCrashFileTarget : CrashFile, public NeroltTarget<Line::Level::Information>
+{
+public:
+    explicit NeroltCrashFileTarget(const Scenario& scenario)
+        : CrashFile(scenario)
+        , NeroltTarget(scenario)
+    {
+    }
 };
 
 } // namespace

@@ -15,7 +15,7 @@ public:
     explicit NeroltTarget(const Scenario& scenario)
     {
         Logger::GetInstance()->SetLevel(Bit());
-        Logger::SetLoggerFileName(Files::LogPath(scenario.iFolder), false);
+        Logger::SetLoggerFileName(scenario.LogPath(), false);
     }
 
     // While it starts, rotates and stops.
@@ -47,14 +47,8 @@ public:
 private:
     static constexpr LoggerDefs::LogValues Bit()
     {
-        switch (level) {
-        case Line::Level::Debug:
+        if (level == Line::Level::Debug)
             return LoggerDefs::Debug;
-        case Line::Level::Warning:
-            return LoggerDefs::Warning;
-        case Line::Level::Information:
-            break;
-        }
-        return LoggerDefs::Information;
+        return level == Line::Level::Warning ? LoggerDefs::Warning : LoggerDefs::Information;
     }
 };

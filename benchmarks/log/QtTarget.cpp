@@ -19,7 +19,7 @@ public:
 
     explicit QtTarget(const Scenario& scenario)
         : iHead(QString::fromLatin1(Line::Head(Line::Level::Information)))
-        , iFile(Files::LogPath(scenario.iFolder))
+        , iFile(scenario.LogPath())
         , iStream(&iFile)
         , iCategory("bench", QtInfoMsg)
     {

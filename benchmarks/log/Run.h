@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Check.h"
-#include "Files.h"
+#include "Death.h"
 #include "Host.h"
 #include "Memory.h"
 #include "Stopwatch.h"
@@ -21,7 +21,7 @@
 /// A target is a class with
 /// - `Message`, the class of its messages;
 /// - `kHead`, what it writes before them, and `Others()`, how lines begin that it writes of itself;
-/// - a constructor from a scenario, which opens the log at Files::LogPath;
+/// - a constructor from a scenario, which opens the log at its LogPath;
 /// - `Write(text)`, the call that is measured, from any thread;
 /// - `WriteIfOn(text)`, a debug message behind a test of the level;
 /// - `Finish()`, which returns when everything is in the file.
@@ -48,6 +48,8 @@ public:
             return Stopped();
         if (iScenario.iKind == QLatin1String("host"))
             return InHost();
+        if (iScenario.iKind == QLatin1String("killed"))
+            return Killed();
         throw Failure{QStringLiteral("no kind %1").arg(iScenario.iKind)};
     }
 
@@ -137,6 +139,25 @@ private:
         results[QStringLiteral("stop")] = seconds * 1e9;
         Verify(iScenario.iLines);
         return results;
+    }
+
+    // Or the process after that one, which recovers what it left.
+    Results Killed()
+    {
+        if (iScenario.iDeath == QLatin1String("recover")) {
+            iTarget->Finish();
+            return {};
+        }
+        std::atomic<int>& returned = Death::Returned(iScenario.iFolder);
+        Message& message = iCallers.front().iMessage;
+        for (int line = 0; line < iScenario.iLines; ++line) {
+            iTarget->Write(message.Text());
+            message.Next();
+            returned.store(line + 1, std::memory_order_release);
+            if (iScenario.iPauseUsecs > 0)
+                std::this_thread::sleep_for(std::chrono::microseconds(iScenario.iPauseUsecs));
+        }
+        Death::Die(iScenario.iDeath);
     }
 
     void LogLines(Caller& caller)

@@ -7,12 +7,17 @@
 /// One measurement in a process of its own: a logger lives once in a process, and memory is counted from the start.
 struct Scenario
 {
-    QString iKind; ///< what is measured: "flat", "bursty", "stopped" or "host", see Run.h
+    QString iKind; ///< what is measured: "flat", "bursty", "stopped", "host" or "killed", see Run.h
     int iThreads = 1;
     int iLines = 0; ///< of each thread
     Line::Shape iShape;
     int iHeapMiB = 0; ///< of the host
+    QString iDeath; ///< of the process that is killed
+    int iPauseUsecs = 0; ///< of that process, after each line
+    bool iIsFlushed = false; ///< after each line, if the logger knows that
     QString iFolder; ///< an empty one for the log files
+
+    QString LogPath() const { return iFolder + QLatin1String("/bench.log"); }
 };
 
 /// The results of a scenario by their names.

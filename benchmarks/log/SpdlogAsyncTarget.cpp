@@ -7,7 +7,7 @@ class SpdlogAsyncTarget : public SpdlogTarget
 {
 public:
     explicit SpdlogAsyncTarget(const Scenario& scenario)
-        : SpdlogTarget(MakeLogger(scenario))
+        : SpdlogTarget(MakeLogger(scenario), scenario)
     {
     }
 

@@ -7,7 +7,7 @@ class SpdlogSyncTarget : public SpdlogTarget
 {
 public:
     explicit SpdlogSyncTarget(const Scenario& scenario)
-        : SpdlogTarget(std::make_shared<spdlog::logger>("bench", FileSink(scenario)))
+        : SpdlogTarget(std::make_shared<spdlog::logger>("bench", FileSink(scenario)), scenario)
     {
     }
 };

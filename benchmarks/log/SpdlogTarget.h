@@ -30,19 +30,21 @@ public:
     }
 
 protected:
-    explicit SpdlogTarget(std::shared_ptr<spdlog::logger> logger)
+    SpdlogTarget(std::shared_ptr<spdlog::logger> logger, const Scenario& scenario)
         : iLogger(std::move(logger))
     {
         iLogger->set_pattern("%Y-%m-%d %H:%M:%S.%e" + Line::Head(Line::Level::Information).toStdString() + "%v");
         iLogger->set_level(spdlog::level::info);
+        if (scenario.iIsFlushed)
+            iLogger->flush_on(spdlog::level::info);
     }
 
     static spdlog::sink_ptr FileSink(const Scenario& scenario)
     {
         constexpr size_t kMaxBytes = 104857600;
         constexpr size_t kMaxFiles = 100;
-        return std::make_shared<spdlog::sinks::rotating_file_sink_mt>(Files::LogPath(scenario.iFolder).toStdString(),
-                                                                      kMaxBytes, kMaxFiles);
+        return std::make_shared<spdlog::sinks::rotating_file_sink_mt>(scenario.LogPath().toStdString(), kMaxBytes,
+                                                                      kMaxFiles);
     }
 
 private:
