@@ -1,4 +1,4 @@
-#include "Works.h"
+#include "Peers.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
 

@@ -1,4 +1,4 @@
-#include "Works.h"
+#include "Peers.h"
 
 #include <NeroltOrvaneBase/Settings.h>
 
@@ -139,27 +139,25 @@ Task MakeTask(const char* title, const char* unit, QVector<Work> works, double m
     return {QString::fromLatin1(title), QString::fromLatin1(unit), std::move(works), mostShare, 0};
 }
 
+QVector<QString> Names(int count, QString (*name)(int))
+{
+    QVector<QString> names;
+    for (int i = 0; i < count; ++i)
+        names += name(i);
+    return names;
+}
+
 } // namespace
 
 const QVector<QString>& SectionNames()
 {
-    static const QVector<QString> names = [] {
-        QVector<QString> made;
-        for (int i = 0; i < kSections; ++i)
-            made += SectionName(i);
-        return made;
-    }();
+    static const QVector<QString> names = Names(kSections, SectionName);
     return names;
 }
 
 const QVector<QString>& KeyNames()
 {
-    static const QVector<QString> names = [] {
-        QVector<QString> made;
-        for (int i = 0; i < kKeys; ++i)
-            made += KeyName(i);
-        return made;
-    }();
+    static const QVector<QString> names = Names(kKeys, KeyName);
     return names;
 }
 

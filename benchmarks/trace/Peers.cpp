@@ -1,4 +1,4 @@
-#include "Way.h"
+#include "Peers.h"
 
 #include <NeroltOrvaneBase/StackTrace.h>
 

@@ -146,6 +146,15 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(sourcePath).lastModified(), sourceTime);
     }
 
+    void aSecondMergeFindsNothingToDo()
+    {
+        const QString source = NewFile("[A]\nx=1\n");
+        IniFile ini(NewPath());
+        QVERIFY(ini.Merge(source, kNoSection));
+        QVERIFY(!ini.Merge(source, kNoSection));
+        QVERIFY(ini.Merge(source, QStringLiteral("A")));
+    }
+
     void noSource_data()
     {
         QTest::addColumn<QString>("source");

@@ -47,17 +47,11 @@ QMap<QString, QVariant> Texts()
             {"nothing", QVariant()},
             {"plain", "plain"},
             {"umlaut", Text("\xc3\xa4")},
-            {"umlaut, digits",
-             Text("\xc3\xa4"
-                  "bc d1")},
-            {"euro and more",
-             Text("\xe2\x82\xac \xf0\x9f\x98\x80"
-                  "1 x")},
+            {"umlaut, digits", Text("\u00e4bc d1")},
+            {"euro and more", Text("\u20ac \U0001f6001 x")},
             {"half a pair", half},
             {"delete", QString(QChar(0x7f)) + 'a'},
-            {"controls",
-             QString("a\n\t\r\a\b\f\v\x01"
-                     "2")},
+            {"controls", QString("a\n\t\r\a\b\f\v\0012")},
             {"signs", "a;b,c=d \"q\" \\x41 "},
             {"signs, umlaut", Text(" \xc3\xa4;b,c=d \"q\" \\x41 ")},
             {"at", "@at"},
@@ -84,10 +78,7 @@ QMap<QString, QVariant> Others()
             {"double", 0.1},
             {"float", 0.1F},
             {"float that is short", 1.5F},
-            {"bytes",
-             QByteArray("a\xe4"
-                        "b\0c",
-                        5)},
+            {"bytes", QByteArray("a\344b\0c", 5)},
             {"size", QSize(640, 480)},
             {"null size", QSize(0, 0)},
             {"no size", QSize()},
