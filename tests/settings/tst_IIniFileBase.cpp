@@ -94,10 +94,10 @@ private Q_SLOTS:
         AddColumns();
         const QString foreign = QString::fromUtf8("\xc3\xa4 \xe2\x82\xac\xf0\x9f\x98\x80");
         for (const QString& text :
-             {QStringLiteral("a b  c"), QStringLiteral("a=b"), QStringLiteral("[a]"), QStringLiteral(";a"),
-              QStringLiteral("%1 %41"), foreign, QStringLiteral("a\r\nb\n"), QStringLiteral("a.b, c"),
-              QStringLiteral("0"), QStringLiteral("General"), QStringLiteral("\"a\\n\""), QStringLiteral("@Size(1 2)"),
-              QString(5000, QLatin1Char('n'))})
+             {QStringLiteral("  "), QStringLiteral("a b  c"), QStringLiteral("a=b"), QStringLiteral("[a]"),
+              QStringLiteral(";a"), QStringLiteral("%1 %41"), foreign, QStringLiteral("a\r\nb\n"),
+              QStringLiteral("a.b, c"), QStringLiteral("0"), QStringLiteral("General"), QStringLiteral("\"a\\n\""),
+              QStringLiteral("@Size(1 2)"), QString(5000, QLatin1Char('n'))})
             AddRow(qPrintable(text.left(20)), text);
     }
     void texts()
