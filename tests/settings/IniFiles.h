@@ -66,8 +66,12 @@ inline QStringList Entries(const QString& folder)
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
+/// What most tests set and get.
+inline const QString kGroup = QStringLiteral("A");
+inline const QString kKey = QStringLiteral("k");
+
 /// The value as text, "<none>" if there is none and the caller's text was left alone.
-inline QString Get(const IIniFileBase& ini, const QString& group, const QString& key)
+inline QString Get(const IIniFileBase& ini, const QString& group = kGroup, const QString& key = kKey)
 {
     const QString untouched = QStringLiteral("<untouched>");
     QString value = untouched;

@@ -16,16 +16,6 @@ namespace {
 
 using Lines = QList<QByteArray>;
 
-const QString kGroup = QStringLiteral("A");
-const QString kKey = QStringLiteral("k");
-
-using IniFiles::Get;
-
-QString Get(const IIniFileBase& ini)
-{
-    return Get(ini, kGroup, kKey);
-}
-
 QByteArray Trace(const char* func, const QByteArray& text)
 {
     return QByteArray("|25|Trace|IniFile::") + func + "|" + text;

@@ -13,14 +13,6 @@ namespace {
 
 using Lines = QList<QByteArray>;
 
-const QString kGroup = QStringLiteral("A");
-const QString kKey = QStringLiteral("k");
-
-QString Get(const IIniFileBase& ini)
-{
-    return IniFiles::Get(ini, kGroup, kKey);
-}
-
 QByteArray PathLine(const QByteArray& text)
 {
     return "|20|Debug|IniFile::SetFilePath|" + text;

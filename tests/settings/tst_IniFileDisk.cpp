@@ -17,16 +17,7 @@ using TestSupport::Scenario;
 
 namespace {
 
-using IniFiles::Get;
 using Lines = QList<QByteArray>;
-
-const QString kGroup = QStringLiteral("A");
-const QString kKey = QStringLiteral("k");
-
-QString Get(const IIniFileBase& ini)
-{
-    return Get(ini, kGroup, kKey);
-}
 
 // A disk that accepts only so many bytes for each file.
 void LimitFiles(rlim_t bytes)

@@ -22,13 +22,10 @@
 #include <unistd.h>
 
 using namespace IniFiles;
-using IniFiles::Get;
 using TestSupport::Scenario;
 
 namespace {
 
-const QString kGroup = QStringLiteral("A");
-const QString kKey = QStringLiteral("k");
 const QString kOther = QStringLiteral("other");
 
 QByteArray Escaped(const QByteArray& bytes)

@@ -22,13 +22,6 @@ using TestSupport::Scenario;
 namespace {
 
 constexpr int kAnswerTimeoutMs = 60000;
-const QString kGroup = QStringLiteral("A");
-const QString kKey = QStringLiteral("k");
-
-QString Get(const IniFile& ini, const QString& key = kKey)
-{
-    return IniFiles::Get(ini, kGroup, key);
-}
 
 void Say(const QString& text)
 {
@@ -46,7 +39,7 @@ const Scenario obey("obey", [](const QStringList& arguments) {
             ini.SetKeyValue(kGroup, words.value(1), words.value(2));
         else if (verb == QLatin1String("remove"))
             ini.RemoveKey(kGroup, words.value(1));
-        Say(Get(ini, words.value(1)));
+        Say(Get(ini, kGroup, words.value(1)));
     }
     return 0;
 });
@@ -185,8 +178,8 @@ private Q_SLOTS:
         const IniFile ini(path);
         QCOMPARE(Get(ini), QStringLiteral("1"));
         for (int round = 0; round < kRounds; ++round) {
-            QCOMPARE(Get(ini, KeyOf('a', round)), QStringLiteral("x"));
-            QCOMPARE(Get(ini, KeyOf('b', round)), round > 0 ? QStringLiteral("y") : QStringLiteral("<none>"));
+            QCOMPARE(Get(ini, kGroup, KeyOf('a', round)), QStringLiteral("x"));
+            QCOMPARE(Get(ini, kGroup, KeyOf('b', round)), round > 0 ? QStringLiteral("y") : QStringLiteral("<none>"));
         }
     }
 
@@ -205,8 +198,8 @@ private Q_SLOTS:
         run('b');
         other.join();
         for (int round = 0; round < kRounds; ++round) {
-            QCOMPARE(Get(ini, KeyOf('a', round)), QString::number(round));
-            QCOMPARE(Get(ini, KeyOf('b', round)), QString::number(round));
+            QCOMPARE(Get(ini, kGroup, KeyOf('a', round)), QString::number(round));
+            QCOMPARE(Get(ini, kGroup, KeyOf('b', round)), QString::number(round));
         }
     }
 
