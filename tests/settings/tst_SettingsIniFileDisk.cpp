@@ -106,6 +106,7 @@ private Q_SLOTS:
             for (const ushort second : units) {
                 const QString text = QString(QChar(first)) + QChar(second);
                 ini.SetKeyValue(text, text, QVariant(text));
+                ini.SetKeyValue(text, "foreign", QVariant(text + QChar(0xe4)));
                 // Only while it is in memory is a list with a null character one of texts.
                 ini.SetKeyValue(text, "list", QStringList{text, text}.replaceInStrings(QChar(0), QChar(1)));
             }
