@@ -27,7 +27,7 @@ const QString kChanged = QStringLiteral("changed");
 
 // --- Calls that fail
 
-enum Call { kOpens, kReads, kWrites, kShortWrites, kCalls };
+enum Call { kOpens, kReads, kWrites, kShortWrites, kLinks, kCalls };
 
 // Decides whether a call of the kind fails. No call fails while this is empty.
 std::function<bool(Call)> gFails;
@@ -227,12 +227,13 @@ const Scenario lastWrite("lastWrite", [](const QStringList&) {
     return 0;
 });
 
-// Reports what is in the file, however long the disk fails.
+// Reports what is in the file behind a link, however long the disk fails. There need not be hard links at all.
 const Scenario atFirst("atFirst", [](const QStringList& arguments) {
     constexpr int kMost = 60;
     const auto failing = Call(arguments.value(0).toInt());
     for (int failures = 1; failures <= kMost; ++failures) {
         const QString path = QStringLiteral("%1.ini").arg(failures);
+        QFile::link(QStringLiteral("behind-") + path, path);
         Put(path, Text());
         int count = 0;
         gFails = [&](Call call) { return call == failing && ++count <= failures; };
@@ -241,6 +242,8 @@ const Scenario atFirst("atFirst", [](const QStringList& arguments) {
         const QByteArray text = LogText::Read(path);
         if (text != (isWritten ? "[A]\nchanged=1\n" + Text().mid(4) : Text()))
             return Fail(isWritten ? "not written after failures" : "written after failures", failures);
+        if (failing == kLinks && !isWritten)
+            return Fail("no links", failures);
     }
     return 0;
 });
@@ -282,6 +285,15 @@ extern "C" Q_DECL_EXPORT ssize_t write(int file, const void* bytes, size_t size)
     return ::syscall(SYS_write, file, bytes, wasShort ? size / 2 : size);
 }
 
+extern "C" Q_DECL_EXPORT int link(const char* from, const char* to)
+{
+    if (Fails(kLinks)) {
+        errno = EPERM;
+        return -1;
+    }
+    return int(::syscall(SYS_linkat, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
 // An INI file gets its contents back when a change fails.
 class tst_IniDiskFaults : public QObject
 {
@@ -310,7 +322,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("scenario");
         QTest::addColumn<int>("call");
         const QStringList names{QStringLiteral("opens"), QStringLiteral("reads"), QStringLiteral("writes"),
-                                QStringLiteral("short writes")};
+                                QStringLiteral("short writes"), QStringLiteral("links")};
         for (int call = 0; call < names.size(); ++call) {
             QTest::addRow("now and then, %s", qPrintable(names[call])) << QStringLiteral("nowAndThen") << call;
             QTest::addRow("each once, %s", qPrintable(names[call])) << QStringLiteral("eachOnce") << call;
