@@ -56,6 +56,19 @@ private Q_SLOTS:
         QCOMPARE(LogText::Read(QStringLiteral("s.ini")), QByteArray("[A]\nchanged=1\n"));
     }
 
+    // Not even after a change was lost.
+    void aReaderRemovesNothing()
+    {
+        TestSupport::EnterFreshFolder();
+        const QString leftover = QStringLiteral("s.ini.AbCxyZ");
+        Put(leftover, 90);
+        QVERIFY(QDir().mkdir(QStringLiteral("folder")));
+        IniFile(QStringLiteral("folder")).SetKeyValue(kGroup, kChanged, 1);
+        QString value;
+        QVERIFY(!IniFile(QStringLiteral("s.ini")).GetKeyValue(kGroup, kChanged, value));
+        QVERIFY(QFile::exists(leftover));
+    }
+
     void leftoversThatAreNone()
     {
         TestSupport::EnterFreshFolder();
