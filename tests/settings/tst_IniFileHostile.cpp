@@ -7,6 +7,7 @@
 
 #include <QtCore/QDataStream>
 #include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QSettings>
 #include <QtCore/QSize>
@@ -200,6 +201,20 @@ private Q_SLOTS:
         QCOMPARE(Get(ini, kGroup, kKey), QStringLiteral("2"));
         ini.SetKeyValue(kGroup, kKey, 3);
         QCOMPARE(Read(path), QByteArray("[A]\nk=3\n"));
+    }
+
+    void aChangeKeepsALinkAndTheMode()
+    {
+        const QString path = NewFile(TextWith(Values().value(QStringLiteral("as it was seen"))));
+        const QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::WriteGroup;
+        QVERIFY(QFile::setPermissions(path, mode));
+        const auto before = QFile::permissions(path);
+        const QString link = NewPath();
+        QVERIFY(QFile::link(path, link));
+        IniFile(link).SetKeyValue(kGroup, kOther, 3);
+        QVERIFY(Read(path).contains("\nother=3\n"));
+        QVERIFY(QFileInfo(link).isSymLink());
+        QCOMPARE(QFile::permissions(path), before);
     }
 
     void noFile_data()
