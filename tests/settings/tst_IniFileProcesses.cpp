@@ -11,8 +11,11 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <iostream>
 #include <string>
+#include <sys/file.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -135,6 +138,15 @@ QString KeyOf(char process, int round)
     return QLatin1Char(process) + QStringLiteral("%1").arg(round);
 }
 
+// Whether no other process has locked the folder of the file in that way.
+bool CanLockFolder(const QString& path, int operation)
+{
+    const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY);
+    const bool can = ::flock(folder, operation | LOCK_NB) == 0;
+    ::close(folder);
+    return can;
+}
+
 } // namespace
 
 class tst_IniFileProcesses : public QObject
@@ -222,6 +234,29 @@ private Q_SLOTS:
         QCOMPARE(other.Answer(), QStringLiteral("2"));
         QVERIFY(other.Ends());
         QCOMPARE(Read(path), QByteArray("[A]\nk=1\nmeanwhile=3\nx=2\n"));
+    }
+
+    // Also if the process forks meanwhile: the child has the folder open, too.
+    void aWriterLocksTheFolderForItself()
+    {
+        const QString path = NewPath();
+        QLockFile lock(LockOf(path));
+        QVERIFY(lock.lock());
+        std::thread writer([&path] { IniFile(path).SetKeyValue(kGroup, kKey, 1); });
+        const auto isLocked = [&path] { return !CanLockFolder(path, LOCK_SH); };
+        const bool wasLocked = QTest::qWaitFor(isLocked, kAnswerTimeoutMs);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::sleep(60);
+            ::_exit(0);
+        }
+        lock.unlock();
+        writer.join();
+        const bool isFree = CanLockFolder(path, LOCK_EX);
+        QVERIFY(child > 0);
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        QVERIFY(wasLocked && isFree);
     }
 
     void theLockOfADeadProcessIsBroken()
