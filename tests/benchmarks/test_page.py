@@ -59,6 +59,7 @@ class TestPage(unittest.TestCase):
         made = scripts(results_of(list(NAMES)))
         self.assertRegex(made["throughput"], r"\n[34]\.\d+ 0\.19000 0\.17000 1\.29000\n")
         self.assertIn(f'\n"{NAMES[OURS]}" 2.00000 1.00000 3.00000 2.47200 2.31100 2.65500\n', made["processor-bursty"])
+        self.assertIn("using 5:6:7:xtic(1)", made["processor-bursty"])
         for name, script in made.items():
             self.assertIn("with yerrorlines" if name == "throughput" else "set style histogram errorbars", script)
             title = next(line for line in script.splitlines() if line.startswith("set title"))
@@ -139,7 +140,8 @@ class TestPage(unittest.TestCase):
         results["logs"][ours]["timer worst"] = summary(2345678, 1234567, 3456789)
         results["logs"][ours.of(NO_LOG)]["timer worst"] = summary(2111111, 2000000, 2345677)
         text = page.make(results, {})
-        self.assertIn(f"\n| {NAMES[OURS]} | 2.00 | 1.00 to 3.00 | 2346 | 1235 to 3457 | 2.00 |", text)
+        row = "| 2.00 | 1.00 to 3.00 | 2346 | 1235 to 3457 | 2.00 | 1.00 to 3.00 | 2.00 | 1.00 to 3.00 | 2.00 |"
+        self.assertIn(f"\n| {NAMES[OURS]} {row}\n", text)
         self.assertIn("--lines 240000 --heap 1024`", text)
         met = {aim["aim"]: aim["met"] for aim in aims.all_of(results) if aim["aim"].startswith("in a host, ")}
         self.assertEqual(list(met.values()), [True, False, True, True])
