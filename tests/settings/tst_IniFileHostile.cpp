@@ -203,18 +203,21 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=3\n"));
     }
 
-    void aChangeKeepsALinkAndTheMode()
+    // As any other: it gets a new one of its mode, behind the same link.
+    void aChangeReplacesTheFile()
     {
-        const QString path = NewFile(TextWith(Values().value(QStringLiteral("as it was seen"))));
-        const QFile::Permissions mode = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::WriteGroup;
-        QVERIFY(QFile::setPermissions(path, mode));
-        const auto before = QFile::permissions(path);
+        const QByteArray text = TextWith(Values().value(QStringLiteral("as it was seen")));
+        const QString path = NewFile(text);
+        const QString old = NewPath();
         const QString link = NewPath();
+        QVERIFY(::link(QFile::encodeName(path).constData(), QFile::encodeName(old).constData()) == 0);
         QVERIFY(QFile::link(path, link));
+        QVERIFY(::chmod(QFile::encodeName(path).constData(), 0660) == 0);
         IniFile(link).SetKeyValue(kGroup, kOther, 3);
         QVERIFY(Read(path).contains("\nother=3\n"));
+        QCOMPARE(Read(old), text);
         QVERIFY(QFileInfo(link).isSymLink());
-        QCOMPARE(QFile::permissions(path), before);
+        QCOMPARE(QFile::permissions(path), QFile::permissions(old));
     }
 
     void noFile_data()
