@@ -82,6 +82,8 @@ private Q_SLOTS:
         AddRow("prefix first", QStringLiteral("PRO"), QStringLiteral("proxy"), -1);
         AddRow("length counts after the letters", QStringLiteral("aaaa"), QStringLiteral("B"), -1);
         AddRow("capitals count as small letters", QStringLiteral("_"), QStringLiteral("Z"), -1);
+        AddRow("at the end of long names", QStringLiteral("AutoDownloadsStartA"), QStringLiteral("autoDownloadsStartb"),
+               -1);
         AddRow("blank behind counts", QStringLiteral("a"), QStringLiteral("a "), -1);
         AddRow("zero inside", QString::fromUtf16(u"a\0b", 3), QString::fromUtf16(u"A\0C", 3), -1);
         AddRow("umlaut", Utf8("\xc3\xa4"), Utf8("\xc3\x84"), 0);

@@ -35,6 +35,7 @@ void AddWhatIsNotRead()
     AddFile("slash in a header and keys of its first part", "[a/b]\nq=1\n[a]\nk=v\n", {Line("a", "k", Text("v"))});
     AddFile("backslash in a header", "[a\\b]\nq=1\n", {});
     AddFile("slash in a key", "[A]\nx/y=3\nk=v\n", {Line("A", "k", Text("v"))});
+    AddFile("slash before a key", "[A]\n/x=3\nk=v\n", {Line("A", "k", Text("v"))});
     AddFile("backslash in a key", "[A]\nx\\y=3\nk=v\n", {Line("A", "k", Text("v"))});
     AddFile("only nested keys", "[A]\nx\\y=3\n", {});
     AddFile("section without keys", "[E]\n[A]\nk=v\n", {Line("A", "k", Text("v"))});
