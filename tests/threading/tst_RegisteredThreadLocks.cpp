@@ -68,6 +68,20 @@ const Scenario kDestroyRunning("destroyRunning", [](const QStringList&) -> int {
     return 2;
 });
 
+// One thread uses the list and, through it, the log; the other uses the log and, through it, the list.
+const Scenario kRestartTheLog("restartTheLog", [](const QStringList&) {
+    Logger::GetInstance()->SetLevel(LoggerDefs::Warning);
+    std::atomic<bool> stop{false};
+    const auto lister = Started([&stop] {
+        while (!stop)
+            RegisteredThread::LogThreads();
+    });
+    for (int i = 0; i < 60; ++i)
+        Logger::SetLoggerFileName(QStringLiteral("app-%1.log").arg(i), true);
+    stop = true;
+    return lister->wait() ? 0 : 1;
+});
+
 // Arguments: what ends the log. Meanwhile, when the line that the log itself writes completes a batch, another thread
 // has the list and wants the log.
 const Scenario kListWhileTheLogEnds("listWhileTheLogEnds", [](const QStringList& arguments) -> int {
@@ -188,6 +202,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("scenario");
         QTest::addColumn<QString>("end");
         QTest::newRow("destroyed while running") << QByteArray("destroyRunning") << QString();
+        QTest::newRow("restart") << QByteArray("restartTheLog") << QString();
         for (const char* const end : {"change", "stop", "clean up"})
             QTest::newRow(end) << QByteArray("listWhileTheLogEnds") << QString::fromLatin1(end);
     }
