@@ -71,10 +71,12 @@ const QMap<QString, QByteArray>& Values()
         {"text beyond 31 bits", "@Variant(" + Escaped(Number(QMetaType::QString) + Number(0xfffffff0)) + ")"},
         {"in a list", "a, " + counted + ", b"},
         {"in quotes", '"' + counted + '"'},
+        {"behind a line end in quotes", "\"a\n\", " + counted},
         {"in quotes within", R"(@Var"iant(" )" + Escaped(list + most) + ")"},
         {"its name in escapes", R"(\x40Var\x69\141nt()" + counted.mid(9)},
         {"over two lines", "@Vari\\\nant(" + counted.mid(9)},
         {"lists within lists", Nested(32768)},
+        {"one level too deep", Nested(33)},
         {"a list within a list", "@Variant(" + Escaped(list + Number(1) + list + most) + ")"},
     };
     return values;
