@@ -129,7 +129,7 @@ const Scenario hostile("hostile", [](const QStringList& arguments) {
 QVariantMap Everything()
 {
     const QDateTime time(QDate(2024, 2, 29), QTime(1, 2, 3));
-    return {{"list", QVariantList{1, "two", 3.0, QVariantList{true, QVariant()}}},
+    return {{"list", QVariantList{1, "two", 3.0, QBitArray(9, true), QVariantList{true, QVariant()}}},
             {"map", QVariantMap{{"a", QUrl(QStringLiteral("http://x/y"))}, {"b", QByteArray("\0\xff", 2)}}},
             {"hash", QVariantHash{{"h", QChar('c')}}},
             {"texts", QStringList{QString(), QStringLiteral("t")}},
