@@ -30,7 +30,7 @@ public:
     /// The last change of a key that is not in the file yet.
     std::optional<Change> Unsaved(const QString& group, const QString& key) const;
     /// By their whole names, the values that are not in the file yet and that QSettings does not know; null if removed.
-    QHash<QString, QVariant> Unknown() const { return iShared ? iShared->All().Values() : QHash<QString, QVariant>(); }
+    QHash<QString, QVariant> Unknown() const { return (iShared ? iShared->All() : iChanges).Values(); }
     /// Changes memory only.
     void Add(const Change& change);
     /// Call it outside of all groups. False if a change is not in the file; the next change tries it again.

@@ -194,7 +194,7 @@ private Q_SLOTS:
     void itIsPrivateAndReserved()
     {
         const Folder folder;
-        const mode_t mask = ::umask(0);
+        const mode_t mask = ::umask(0777);
         const bool isSet = Logger::SetCrashFile(kCrashFile);
         ::umask(mask);
         QVERIFY(isSet);

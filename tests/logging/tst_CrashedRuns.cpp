@@ -178,6 +178,22 @@ private Q_SLOTS:
         QCOMPARE(folder.Files(), (QStringList{QStringLiteral("away"), QStringLiteral("log"), QStringLiteral("third")}));
     }
 
+    // Also while another log still waits for its lines.
+    void whatWasRecoveredIsNotRecoveredAgain()
+    {
+        const Folder folder;
+        QVERIFY(folder.Path().mkdir(QStringLiteral("away")));
+        folder.LetDie(QStringLiteral("away/log"));
+        QVERIFY(folder.Path().rmdir(QStringLiteral("away")));
+        folder.NextRun({QStringLiteral("log"), QStringLiteral("SIGKILL")});
+        QVERIFY(folder.NextRun({QStringLiteral("second")}));
+        QCOMPARE(BodiesOf(folder.Path()), Lines({Said("early"), Said("late")}));
+        QVERIFY(QFile::remove(folder.Path().filePath(QStringLiteral("log"))));
+        QVERIFY(folder.NextRun({QStringLiteral("third")}));
+        QCOMPARE(BodiesOf(folder.Path(), "third"), Lines({Said("early"), Said("late"), Stopped("third")}));
+        QVERIFY(!folder.Files().contains(QStringLiteral("log")));
+    }
+
     // Batches of before, which the writer finishes later, do not count for lines of the file that came in between.
     void theProtectionCanEndAndBeginAgain()
     {

@@ -206,6 +206,15 @@ private Q_SLOTS:
     }
 
     // As any other: it gets a new one of its mode, behind the same link.
+    // Also before the first one is in the file.
+    void aSecondMergeSeesTheFirst()
+    {
+        IniFile ini(NewFile(TextWith(Values().value(QStringLiteral("as it was seen")))));
+        QVERIFY(ini.Merge(NewFile("[A]\nnew=3\n"), QString()));
+        QVERIFY(!ini.Merge(NewFile("[A]\nnew=44\n"), QString()));
+        QCOMPARE(Get(ini, kGroup, QStringLiteral("new")), QStringLiteral("3"));
+    }
+
     void aChangeReplacesTheFile()
     {
         const QByteArray text = TextWith(Values().value(QStringLiteral("as it was seen")));

@@ -44,8 +44,11 @@ TestSupport::Scenario::Scenario(const char* name, Run run)
     Scenarios().insert(QString::fromLatin1(name), std::move(run));
 }
 
+// The framework cuts long messages, so that a report of a sanitizer would lose its second half.
 QByteArray TestSupport::ScenarioResult::Describe() const
 {
+    if (!IsOk())
+        std::fputs(iStderr.constData(), stderr);
     return "timed out " + QByteArray::number(iTimedOut) + ", crashed " + QByteArray::number(iCrashed) + ", exit code "
         + QByteArray::number(iExitCode) + "\nstdout:\n" + iStdout + "\nstderr:\n" + iStderr;
 }
