@@ -1,5 +1,6 @@
 #include "DiskFaults.h"
 #include "Lines.h"
+#include "Mounts.h"
 #include "RunningLog.h"
 #include "support/LogText.h"
 #include "support/StartedLog.h"
@@ -31,6 +32,19 @@ const Scenario fault("fault", [](const QStringList& arguments) {
 
 const Scenario stopInFault("stopInFault", [](const QStringList& arguments) {
     DiskFaults::RunStop(arguments.value(0));
+    return 0;
+});
+
+// Its blocks are reserved at once: without room a later store would be a signal.
+const Scenario crashFile("crashFile", [](const QStringList&) {
+    QDir().mkdir(QStringLiteral("disk"));
+    if (!Mounts::MakePrivate() || !Mounts::MountSmall("disk", 64))
+        return 1;
+    if (Logger::SetCrashFile(QStringLiteral("disk/crash")) || !QDir(QStringLiteral("disk")).isEmpty())
+        return 2;
+    StartedLog::Start();
+    Lines::Say(0, 0);
+    Logger::StopLogging();
     return 0;
 });
 
@@ -130,6 +144,14 @@ private Q_SLOTS:
                                     "|10|Information|Logger::StopLogging|stopping logging file path is app.log"}));
     }
 #endif
+
+    void aCrashFileNeedsRoom()
+    {
+        if (!Mounts::AreAllowed())
+            QSKIP("this user may not mount");
+        const auto result = TestSupport::RunScenario("crashFile");
+        QVERIFY2(result.IsOk(), result.Describe());
+    }
 
     void anotherAppendsAndMovesTheLogAway()
     {
