@@ -148,7 +148,7 @@ private Q_SLOTS:
     void aCrashFileNeedsRoom()
     {
         if (!Mounts::AreAllowed())
-            QSKIP("this user may not mount");
+            QSKIP("this user may not mount", 0);
         const auto result = TestSupport::RunScenario("crashFile");
         QVERIFY2(result.IsOk(), result.Describe());
     }
