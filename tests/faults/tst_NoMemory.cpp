@@ -135,11 +135,14 @@ const Scenario trace("trace", [](const QStringList&) {
     Logger::SetLoggerFileName(kLog, false);
     for (const int mask : {0, int(LoggerDefs::Trace), int(LoggerDefs::Debug)}) {
         Logger::GetInstance()->SetLevel(mask);
-        const auto call = [] { StackTrace::TraceCode(); };
+        QString text;
+        const auto call = [&text] { text = StackTrace::TraceCode(); };
+        ShortMemory::Refuse(ShortMemory::kForGood, 0, call); // the framework needs memory the first time
+        const auto frames = text.count(QLatin1Char('\n'));
         int number = 0;
         while (ShortMemory::Refuse(number, ShortMemory::kForGood, call))
             ++number;
-        if (number < 10)
+        if (number < 10 || frames == 0 || text.count(QLatin1Char('\n')) != frames)
             return 1;
     }
     Logger::StopLogging();
