@@ -113,6 +113,11 @@ bool Rename(const QString& from, const QString& to)
     return Try([&] { return std::rename(Encoded(from).constData(), Encoded(to).constData()) == 0; });
 }
 
+qint64 MSecsOf(const State& version)
+{
+    return qint64(version.iTime.tv_sec) * 1000 + version.iTime.tv_nsec / 1000000;
+}
+
 bool IsUnique(const QString& name)
 {
     return name.size() == kUniqueSize && std::all_of(name.begin(), name.end(), [](QChar c) {
@@ -209,6 +214,21 @@ bool IniDisk::Replace(const QString& path, const QByteArray& bytes)
     });
 }
 
+bool IniDisk::IsLater(const State& version, const State& before)
+{
+    constexpr qint64 kFarMSecs = 1000;
+    const qint64 ahead = MSecsOf(before) - MSecsOf(version);
+    return before.iKind == Kind::None || ahead < 0 || ahead > kFarMSecs;
+}
+
+// A file of another user keeps its time.
+void IniDisk::SetLater(const QString& path, const State& version, const State& before)
+{
+    const qint64 time = std::max(MSecsOf(version), MSecsOf(before)) + 1;
+    const timespec times[] = {{0, UTIME_OMIT}, {time_t(time / 1000), long(time % 1000) * 1000000}};
+    ::utimensat(AT_FDCWD, Encoded(path).constData(), times, 0);
+}
+
 void IniDisk::RemoveLeftovers(const QString& path)
 {
     constexpr time_t kOldSecs = 60;
@@ -226,13 +246,14 @@ void IniDisk::RemoveLeftovers(const QString& path)
     }
 }
 
-FolderLock::FolderLock(const QString& path)
-    : iFolder(::open(Encoded(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+FolderLock::FolderLock(const QString& path, For purpose)
+    : iFolder(::open(Encoded(QFileInfo(TargetOf(path)).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
-    constexpr int kWaits = 2000;
     constexpr useconds_t kWaitUsecs = 1000;
-    for (int i = 0; i < kWaits && iFolder >= 0; ++i) {
-        if (::flock(iFolder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+    const int waits = purpose == For::Writing ? 2000 : 100;
+    const int operation = purpose == For::Writing ? LOCK_EX : LOCK_SH;
+    for (int i = 0; i < waits && iFolder >= 0; ++i) {
+        if (::flock(iFolder, operation | LOCK_NB) == 0 || errno != EWOULDBLOCK)
             break;
         ::usleep(kWaitUsecs);
     }

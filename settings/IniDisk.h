@@ -31,6 +31,11 @@ QString TargetOf(const QString& path);
 bool Put(const QString& path, const QByteArray& text);
 /// Replaces the file at `path` with a new one that holds these bytes, or leaves it alone and returns false.
 bool Replace(const QString& path, const QByteArray& bytes);
+/// Whether the times of two versions in a row show QSettings, which compares milliseconds, that they are two. Clocks
+/// may tick in steps of milliseconds, too. A time far ahead of the clock does not count.
+bool IsLater(const State& version, const State& before);
+/// Makes the time of the file a millisecond later than both.
+void SetLater(const QString& path, const State& version, const State& before);
 /// Removes the files that killed writers left beside this one more than a minute ago.
 void RemoveLeftovers(const QString& path);
 
@@ -58,12 +63,16 @@ private:
     QByteArray iBytes;
 };
 
-/// Keeps other objects and processes that take this lock from changing a folder's INI files. Waits for a limited time:
-/// writing the change is more important than respecting a lock that is not released.
+/// Keeps other objects and processes that take this lock from changing the folder of an INI file. Waits for a limited
+/// time: writing a change, or reading one soon, is more important than respecting a lock that is not released.
 class FolderLock
 {
 public:
-    explicit FolderLock(const QString& path);
+    /// A shared lock for reading: QSettings reads a file first and then asks for its time and size. If another process
+    /// replaces the file in between, QSettings takes the old contents for the new ones from then on.
+    enum class For { Reading, Writing };
+
+    FolderLock(const QString& path, For purpose);
     ~FolderLock();
 
 private:

@@ -6,7 +6,6 @@
 #include "ReadableIni.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDateTime>
 #include <QtCore/QEvent>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -60,11 +59,12 @@ void ApplyTo(QSettings& settings, const IniSettings::Change& change)
 } // namespace
 
 IniSettings::IniSettings(const QString& path)
-    : IniSettings(path, false)
+    : IniSettings(path, false, FolderLock(path, FolderLock::For::Reading))
 {
 }
 
-IniSettings::IniSettings(const QString& path, bool isCopy)
+// QSettings reads the file while this is constructed.
+IniSettings::IniSettings(const QString& path, bool isCopy, const FolderLock&)
     : QSettings(Bindable(path), QSettings::IniFormat)
     , iPath(QFileInfo(path).absoluteFilePath())
     , iEncodedPath(QFile::encodeName(iPath))
@@ -163,12 +163,15 @@ void IniSettings::LookAt(const State& state, const QByteArray& text)
 // QSettings checks the file for changes, too, but compares only its time and size.
 bool IniSettings::Refresh()
 {
-    const bool isReadable = IsReadable();
+    bool isReadable = IsReadable();
     if (gUnsaved > 0 && (isReadable || HasUnsaved())) {
         Save();
     } else if (isReadable && !iHasTaken) {
-        sync();
-        iHasTaken = iHasLooked && iState.iKind == Kind::File && iState.iSize > 0;
+        const FolderLock lock(iPath, FolderLock::For::Reading);
+        isReadable = IsReadable();
+        if (isReadable)
+            sync();
+        iHasTaken = isReadable && iHasLooked && iState.iKind == Kind::File && iState.iSize > 0;
     }
     if (isReadable && std::exchange(iMayNest, false))
         TakeAll(*this);
@@ -203,7 +206,7 @@ void IniSettings::Apply()
 bool IniSettings::Save()
 {
     constexpr int kRounds = 4;
-    const FolderLock lock(TargetOf(iPath));
+    const FolderLock lock(iPath, FolderLock::For::Writing);
     if (!std::exchange(iHasTidied, true))
         IniDisk::RemoveLeftovers(TargetOf(iPath));
     TakeShared();
@@ -279,8 +282,8 @@ bool IniSettings::TrySave()
     Content after;
     if (after.Read(iPath) && IsWhole(text, after.Bytes(), backup)) {
         LookAt(changed, after.Bytes());
-        if (IniText::MayNest(text))
-            TakeAnew();
+        if (IniText::MayNest(text) || !IniDisk::IsLater(changed, state))
+            TakeAnew(state);
         return true;
     }
     if (isFile)
@@ -290,14 +293,11 @@ bool IniSettings::TrySave()
     return false;
 }
 
-// QSettings drops a separator at the start of a name when it writes, but remembers the old name. It reads the file
-// again if the file's time has changed.
-void IniSettings::TakeAnew()
+// QSettings reads the file again if its time has changed. Other processes notice a new version by that, too. And
+// QSettings drops a separator at the start of a name when it writes, but remembers the old name.
+void IniSettings::TakeAnew(const State& before)
 {
-    QFile file(iPath);
-    if (file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
-        file.setFileTime(QFileInfo(file).lastModified().addMSecs(1), QFileDevice::FileModificationTime);
-    file.close();
+    IniDisk::SetLater(iPath, iState, before);
     iState = StateOf(iEncodedPath);
     sync();
 }

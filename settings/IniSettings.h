@@ -43,7 +43,7 @@ protected:
 
 private:
     /// With `isCopy`, the file is one in which nothing is left for IniEncoding to do.
-    IniSettings(const QString& path, bool isCopy);
+    IniSettings(const QString& path, bool isCopy, const IniDisk::FolderLock& lock);
 
     bool IsWritableHere(const QByteArray& text) const;
     void LookAt(const IniDisk::State& state, const QByteArray& text);
@@ -52,7 +52,7 @@ private:
     void TakeShared();
     void ReturnShared();
     bool TrySave();
-    void TakeAnew();
+    void TakeAnew(const IniDisk::State& before);
     bool TrySaveBeside(const QByteArray& text);
     bool Replace(const QByteArray& text) const;
     bool IsWhole(const QByteArray& before, const QByteArray& after, const IniDisk::Backup& backup) const;

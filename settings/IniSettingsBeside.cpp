@@ -3,12 +3,13 @@
 #include "IniText.h"
 #include "StandIns.h"
 
-#include <QtCore/QDateTime>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QLockFile>
 #include <QtCore/QTemporaryDir>
+
+using IniDisk::State;
+using IniDisk::StateOf;
 
 // How settings are saved that QSettings would not read or write as they are: through a copy of the file.
 
@@ -55,7 +56,7 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     if (!IniDisk::Put(path, IniEncoding::Readable(IniText::WithValues(text, lines, hidden)))
         || !lock.tryLock(kLockMSecs))
         return false;
-    IniSettings copy(path, true);
+    IniSettings copy(path, true, IniDisk::FolderLock(path, IniDisk::FolderLock::For::Reading));
     const auto changes = [&](const auto& function) {
         iChanges.ForEach([&](const Change& change) {
             const auto standIn = [&](const QByteArray& value) { return QString::fromLatin1(standIns.For(value)); };
@@ -68,15 +69,13 @@ bool IniSettings::TrySaveBeside(const QByteArray& text)
     return Replace(standIns.Restored(content.Bytes()));
 }
 
-// Others notice a new version by its time and size.
 bool IniSettings::Replace(const QByteArray& text) const
 {
-    const QString target = IniDisk::TargetOf(iPath);
-    const QDateTime before = QFileInfo(target).lastModified();
-    if (!IniDisk::Replace(target, text))
+    const State before = StateOf(iEncodedPath);
+    if (!IniDisk::Replace(IniDisk::TargetOf(iPath), text))
         return false;
-    QFile file(target);
-    if (QFileInfo(target).lastModified() == before && file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly))
-        file.setFileTime(before.addMSecs(1), QFileDevice::FileModificationTime);
+    const State version = StateOf(iEncodedPath);
+    if (!IniDisk::IsLater(version, before))
+        IniDisk::SetLater(iPath, version, before);
     return true;
 }

@@ -5,6 +5,7 @@
 #include "IniText.h"
 
 using IniDisk::Content;
+using IniDisk::FolderLock;
 using IniDisk::Kind;
 
 void TakeAll(const QSettings& settings)
@@ -30,5 +31,6 @@ ReadableIni::ReadableIni(const QString& path, Refused refused)
                      IniEncoding::Readable(refused == Refused::Empty
                                                ? IniText::WithValues(text, lines, [](int) { return QByteArray(); })
                                                : IniText::Without(text, lines)));
+    const FolderLock lock(readable, FolderLock::For::Reading);
     iSettings = std::make_unique<QSettings>(readable, QSettings::IniFormat);
 }

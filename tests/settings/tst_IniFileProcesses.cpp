@@ -1,6 +1,7 @@
 #include "IniFiles.h"
 
 #include <NeroltOrvaneBase/IniFile.h>
+#include <NeroltOrvaneBase/SettingsIniFile.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -11,8 +12,11 @@
 
 #include <csignal>
 #include <cstdio>
+#include <dlfcn.h>
 #include <fcntl.h>
+#include <functional>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <sys/file.h>
 #include <sys/wait.h>
@@ -47,11 +51,10 @@ const Scenario obey("obey", [](const QStringList& arguments) {
     return 0;
 });
 
-// A text that contains its number and shows whether it is complete. No two have the same size: the framework may
-// mistake two versions of one size and one millisecond for the same.
+// A text that contains its number and shows whether it is complete. All have the same size.
 QString State(int number)
 {
-    return QStringLiteral("%1-").arg(number).repeated(500 + number);
+    return QStringLiteral("%1-").arg(number, 2, 10, QLatin1Char('0')).repeated(500);
 }
 
 // The number of the file's version, or -1 if it is none.
@@ -147,7 +150,33 @@ bool CanLockFolder(const QString& path, int operation)
     return can;
 }
 
+// What another process does when the framework has read a file and not yet asked for its time.
+std::function<void()>& AfterRead()
+{
+    static std::function<void()> function;
+    return function;
+}
+
+QDateTime TimeOf(const QString& path)
+{
+    return QFileInfo(path).lastModified();
+}
+
+/// Returns the value that it finds.
+using Look = std::function<QString(const QString& path)>;
+
 } // namespace
+
+Q_DECLARE_METATYPE(Look)
+
+extern "C" Q_DECL_EXPORT ssize_t read(int file, void* bytes, size_t size)
+{
+    static auto* const original = reinterpret_cast<ssize_t (*)(int, void*, size_t)>(::dlsym(RTLD_NEXT, "read"));
+    const ssize_t count = original(file, bytes, size);
+    if (count == 0 && AfterRead())
+        AfterRead()();
+    return count;
+}
 
 class tst_IniFileProcesses : public QObject
 {
@@ -286,6 +315,87 @@ private Q_SLOTS:
         QCOMPARE(Read(path), QByteArray("[A]\nk=1\n"));
     }
 
+    // Otherwise the framework takes the new time for the time of the contents that it has read.
+    void aWriterWaitsForAReader_data()
+    {
+        QTest::addColumn<Look>("look");
+        QTest::newRow("a new object") << Look([](const QString& path) { return Get(IniFile(path)); });
+        QTest::newRow("the second look-up") << Look([ini = std::shared_ptr<IniFile>()](const QString& path) mutable {
+            if (!ini)
+                ini = std::make_shared<IniFile>(path);
+            return Get(*ini);
+        });
+        QTest::newRow("the other store") << Look([](const QString& path) {
+            SettingsIniFile store;
+            QString value;
+            store.ReadFile(path);
+            store.GetKeyValue(kGroup, kKey, value);
+            return value;
+        });
+    }
+    void aWriterWaitsForAReader()
+    {
+        QFETCH(Look, look);
+        const QString path = NewFile("[A]\nk=old\n");
+        const QString next = NewFile("[A]\nk=the newest\n");
+        QCOMPARE(look(path), QStringLiteral("old"));
+        Write(path, "[A]\nk=other\n");
+        bool waited = false;
+        bool isReplaced = false;
+        const auto replace = [&] { isReplaced = std::rename(qPrintable(next), qPrintable(path)) == 0; };
+        AfterRead() = [&] {
+            if (!CanLockFolder(path, LOCK_EX))
+                waited = true;
+            else if (!isReplaced)
+                replace();
+        };
+        look(path);
+        AfterRead() = nullptr;
+        if (!isReplaced)
+            replace();
+        QVERIFY(waited && isReplaced);
+        QCOMPARE(look(path), QStringLiteral("the newest"));
+    }
+
+    // A writer that has stopped must not stop a reader.
+    void aReaderWaitsForALimitedTime()
+    {
+        const QString path = NewFile("[A]\nk=1\n");
+        const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY);
+        QCOMPARE(::flock(folder, LOCK_EX), 0);
+        const QString found = Get(IniFile(path));
+        ::close(folder);
+        QCOMPARE(found, QStringLiteral("1"));
+    }
+
+    // The framework takes two versions with the same size and time for the same one.
+    void eachVersionIsLater_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("aheadMSecs");
+        QTest::addColumn<bool>("isLater");
+        QTest::newRow("a clock that stands still") << QByteArray("[A]\nk=1\n") << 900 << true;
+        QTest::newRow("beside a value that is refused") << QByteArray("[A]\nk=1\nv=@Variant(x)\n") << 900 << true;
+        QTest::newRow("a time in the far future") << QByteArray("[A]\nk=1\n") << 3600000 << false;
+    }
+    void eachVersionIsLater()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, aheadMSecs);
+        QFETCH(bool, isLater);
+        const QString path = NewFile(text);
+        const QDateTime time = QDateTime::currentDateTime().addMSecs(aheadMSecs);
+        SetTime(path, time);
+        IniFile ini(path);
+        Process other("obey", {path});
+        QCOMPARE(other.Do("get k"), QStringLiteral("1"));
+        ini.SetKeyValue(kGroup, kKey, 2);
+        QCOMPARE(TimeOf(path) > time, isLater);
+        QCOMPARE(other.Do("get k"), QStringLiteral("2"));
+        QCOMPARE(Get(ini), QStringLiteral("2"));
+        QVERIFY(other.Ends());
+    }
+
     void aReaderFindsWholeStates()
     {
         constexpr int kStates = 40;
@@ -299,7 +409,9 @@ private Q_SLOTS:
             QVERIFY2(state >= last, qPrintable(QStringLiteral("%1 after %2").arg(state).arg(last)));
             last = state;
             const QString value = Get(ini);
-            QCOMPARE(value, State(value.section(QLatin1Char('-'), 0, 0).toInt()));
+            const int found = value.section(QLatin1Char('-'), 0, 0).toInt();
+            QCOMPARE(value, State(found));
+            QVERIFY2(found >= state, qPrintable(QStringLiteral("%1 in a file of %2").arg(found).arg(state)));
         }
         QVERIFY(writer.Ends());
         QCOMPARE(StateOf(Read(path)), kStates);
