@@ -22,10 +22,10 @@ extern NEROLTORVANEBASE_EXPORT const char* const gAutoDownloadsEndTime; ///< "Au
 ///
 /// The format is the INI format of QSettings. Section and key names are case-sensitive. Objects on one file share only
 /// the file: each sees the changes of the others at its next operation. Operations block for the disk and for
-/// other processes that change the file. Write failures are not reported: the file does not change, and the object keeps
-/// the new value and tries again. A value in the framework's binary notation that cannot be decoded safely reads as empty
-/// and stays in the file. A pipe, a socket or a device reads as empty. An object without a file (an empty path) holds
-/// nothing and stores nothing. Nothing here throws. Only one thread at a time may use an object.
+/// other processes that change the file. Write failures are not reported: the file does not change, and the object
+/// keeps the new value and tries again. A value in the framework's binary notation that cannot be decoded safely reads
+/// as empty and stays in the file. A pipe, a socket or a device reads as empty. An object without a file (an empty
+/// path) holds nothing and stores nothing. Nothing here throws. Only one thread at a time may use an object.
 class NEROLTORVANEBASE_EXPORT IniFile : public IIniFileBase
 {
 public:

@@ -8,7 +8,12 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QString>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 /// INI files in the scratch folder of a test.
 namespace IniFiles {
@@ -78,6 +83,15 @@ inline QString Get(const IIniFileBase& ini, const QString& group = kGroup, const
     if (ini.GetKeyValue(group, key, value))
         return value;
     return value == untouched ? QStringLiteral("<none>") : QStringLiteral("<none, but changed>");
+}
+
+// Whether no other process has locked the folder of the file in that way.
+inline bool CanLockFolder(const QString& path, int operation)
+{
+    const int folder = ::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY);
+    const bool can = ::flock(folder, operation | LOCK_NB) == 0;
+    ::close(folder);
+    return can;
 }
 
 } // namespace IniFiles
