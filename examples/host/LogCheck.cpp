@@ -7,7 +7,7 @@
 namespace {
 
 constexpr int kStampSize = 23;
-constexpr int kLinesBetweenNews = 4096;
+constexpr int kLinesBetweenViews = 4096;
 
 class Checker
 {
@@ -67,7 +67,7 @@ private:
             SkipRecovered(file);
         for (int line = 0; !file.atEnd(); ++line) {
             TakeLine(file.readLine());
-            if (line % kLinesBetweenNews == 0)
+            if (line % kLinesBetweenViews == 0)
                 iShow(file.pos(), file.size());
         }
         iShow(1, 1);

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int kLinesInRound = 1000000; // from all threads; less than 90 bytes each
-constexpr int kLinesBetweenNews = 256;
+constexpr int kLinesBetweenReports = 256;
 
 } // namespace
 
@@ -28,7 +28,7 @@ void LoadThread::run()
         // The level first: build no message that nobody reads.
         if (Logger::GetInstance()->GetLevel() & LoggerDefs::Information)
             Logger::LogInformation(LogLoad::kFunction, start + QString::number(line));
-        if (line % kLinesBetweenNews == 0)
+        if (line % kLinesBetweenReports == 0)
             iLogged.store(line - iFirst, std::memory_order_relaxed);
     }
     iLogged.store(line - iFirst, std::memory_order_relaxed);
